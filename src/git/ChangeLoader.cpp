@@ -1,0 +1,4 @@
+#include "GitService.h"
+
+namespace strataloom {
+} // namespace strataloom

@@ -1,0 +1,210 @@
+#include "GitProcess.h"
+
+#include <QSet>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <vector>
+
+extern char **environ;
+
+namespace strataloom {
+
+ProcessLaunchError::ProcessLaunchError(const QString &message)
+    : std::runtime_error(message.toStdString())
+{
+}
+
+namespace {
+
+class FileDescriptor
+{
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int fd) : m_fd(fd) {}
+    FileDescriptor(const FileDescriptor &) = delete;
+    FileDescriptor &operator=(const FileDescriptor &) = delete;
+    ~FileDescriptor() { reset(); }
+
+    int get() const { return m_fd; }
+    void reset(int fd = -1)
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+        m_fd = fd;
+    }
+
+private:
+    int m_fd = -1;
+};
+
+struct Pipe
+{
+    FileDescriptor read;
+    FileDescriptor write;
+
+    void open()
+    {
+        int fds[2];
+        if (::pipe2(fds, O_CLOEXEC) != 0)
+            throw ProcessLaunchError(QStringLiteral("Unable to create a pipe: %1")
+                                         .arg(QString::fromLocal8Bit(std::strerror(errno))));
+        read.reset(fds[0]);
+        write.reset(fds[1]);
+    }
+};
+
+// Builds a NULL-terminated environment: the parent's, with the given NAME=value entries
+// replacing any inherited ones of the same name.
+std::vector<QByteArray> buildEnvironment(const QStringList &extra)
+{
+    QSet<QByteArray> overridden;
+    std::vector<QByteArray> entries;
+    for (const QString &entry : extra) {
+        const QByteArray bytes = entry.toLocal8Bit();
+        overridden.insert(bytes.left(bytes.indexOf('=') + 1));
+        entries.push_back(bytes);
+    }
+    for (char **e = environ; e && *e; ++e) {
+        const QByteArray bytes(*e);
+        if (!overridden.contains(bytes.left(bytes.indexOf('=') + 1)))
+            entries.push_back(bytes);
+    }
+    return entries;
+}
+
+} // namespace
+
+ProcessResult runProcess(const QString &program, const QStringList &arguments,
+                         const QStringList &extraEnvironment, const OutputSink &sink)
+{
+    Pipe out;
+    Pipe err;
+    out.open();
+    err.open();
+
+    std::vector<QByteArray> argStorage;
+    argStorage.reserve(arguments.size() + 1);
+    argStorage.push_back(program.toLocal8Bit());
+    for (const QString &a : arguments)
+        argStorage.push_back(a.toUtf8());
+    std::vector<char *> argv;
+    for (QByteArray &a : argStorage)
+        argv.push_back(a.data());
+    argv.push_back(nullptr);
+
+    std::vector<QByteArray> envStorage = buildEnvironment(extraEnvironment);
+    std::vector<char *> envp;
+    for (QByteArray &e : envStorage)
+        envp.push_back(e.data());
+    envp.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, out.write.get(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, err.write.get(), STDERR_FILENO);
+
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    // A parent that ignores SIGPIPE must not pass that on: git should die quietly on a closed pipe.
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+
+    pid_t pid = -1;
+    const int spawnError = ::posix_spawn(&pid, argStorage.front().constData(), &actions,
+                                         &attributes, argv.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    out.write.reset();
+    err.write.reset();
+    if (spawnError != 0)
+        throw ProcessLaunchError(QStringLiteral("Unable to run %1: %2")
+                                         .arg(program, QString::fromLocal8Bit(std::strerror(spawnError))));
+
+    ProcessResult result;
+    pollfd fds[2] = {{out.read.get(), POLLIN, 0}, {err.read.get(), POLLIN, 0}};
+    int open = 2;
+    char buffer[1 << 16];
+    while (open > 0) {
+        if (::poll(fds, 2, -1) < 0) {
+            if (errno == EINTR)
+                continue;
+            break;
+        }
+        for (int i = 0; i < 2; ++i) {
+            if (fds[i].fd < 0 || fds[i].revents == 0)
+                continue;
+            const ssize_t n = ::read(fds[i].fd, buffer, sizeof buffer);
+            if (n > 0) {
+                if (i == 1)
+                    result.standardError.append(buffer, n);
+                else if (sink)
+                    sink(buffer, n);
+                else
+                    result.standardOutput.append(buffer, n);
+            } else if (n == 0 || (errno != EINTR && errno != EAGAIN)) {
+                fds[i].fd = -1;
+                --open;
+            }
+        }
+    }
+
+    int status = 0;
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (WIFEXITED(status))
+        result.exitStatus = WEXITSTATUS(status);
+    else if (WIFSIGNALED(status))
+        result.exitStatus = 128 + WTERMSIG(status);
+    else
+        result.exitStatus = -1;
+    return result;
+}
+
+QString gitExecutable()
+{
+    const QString configured = qEnvironmentVariable("STRATALOOM_GIT");
+    return configured.isEmpty() ? QStringLiteral("/usr/bin/git") : configured;
+}
+
+QStringList gitArguments(const QString &repository, const QStringList &arguments)
+{
+    QStringList full{QStringLiteral("-c"), QStringLiteral("core.fsmonitor=false"),
+                     QStringLiteral("-c"), QStringLiteral("core.quotePath=false"),
+                     QStringLiteral("-C"), repository};
+    if (arguments.isEmpty())
+        return full;
+    // Commands that can compute a diff never run the repository's textconv or external diff
+    // drivers: those are programs named by a possibly hostile configuration.
+    static const QStringList diffCommands{QStringLiteral("log"), QStringLiteral("show"),
+                                          QStringLiteral("diff"), QStringLiteral("diff-tree")};
+    full << arguments.first();
+    if (diffCommands.contains(arguments.first()))
+        full << QStringLiteral("--no-textconv") << QStringLiteral("--no-ext-diff");
+    full << arguments.mid(1);
+    return full;
+}
+
+QStringList gitEnvironment()
+{
+    return {QStringLiteral("GIT_OPTIONAL_LOCKS=0"), QStringLiteral("GIT_TERMINAL_PROMPT=0")};
+}
+
+ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
+                            const OutputSink &sink)
+{
+    return runProcess(gitExecutable(), gitArguments(repository, arguments), gitEnvironment(), sink);
+}
+
+} // namespace strataloom

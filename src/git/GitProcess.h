@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <stdexcept>
+
+namespace strataloom {
+
+/// @brief What one finished child process left behind.
+struct ProcessResult
+{
+    int exitStatus = 0;        ///< exit code, or 128 + signal number when the child was killed
+    QByteArray standardOutput; ///< empty when the output went to a sink instead
+    QByteArray standardError;
+};
+
+/// @brief The program could not be started at all (missing, not executable...).
+class ProcessLaunchError : public std::runtime_error
+{
+public:
+    explicit ProcessLaunchError(const QString &message);
+    QString message() const { return QString::fromUtf8(what()); }
+};
+
+/// @brief Receives standard output chunk by chunk as the child writes it.
+using OutputSink = std::function<void(const char *data, qsizetype size)>;
+
+/**
+ * @brief Runs a program without a shell and drains standard output and standard error
+ * concurrently, so output of any size comes back whole without dead-lock.
+ *
+ * Safe to call from any number of threads at once: pipes are close-on-exec, so one child never
+ * holds another's pipe open. Standard input is /dev/null. When @p sink is given, standard output
+ * is handed to it as it arrives and not kept.
+ */
+ProcessResult runProcess(const QString &program, const QStringList &arguments,
+                         const QStringList &extraEnvironment = {}, const OutputSink &sink = {});
+
+/// @brief The git executable: $STRATALOOM_GIT when set, else /usr/bin/git.
+QString gitExecutable();
+
+/**
+ * @brief The full argument list for one git run on @p repository.
+ *
+ * Adds the options that keep a hostile repository's configuration from starting programs
+ * (fsmonitor, textconv, external diff drivers) and that print paths as their owners named them.
+ */
+QStringList gitArguments(const QString &repository, const QStringList &arguments);
+
+/// @brief Environment entries set for every git child (no optional locks, no prompts).
+QStringList gitEnvironment();
+
+/// @brief Runs git on @p repository with the safe options; the caller interprets the result.
+ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
+                            const OutputSink &sink = {});
+
+} // namespace strataloom

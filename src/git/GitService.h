@@ -1,0 +1,91 @@
+#pragma once
+
+#include "GitRecords.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <exception>
+#include <optional>
+
+namespace strataloom {
+
+/// @brief A git command that failed, or a folder that is not a work tree.
+class GitError : public std::exception
+{
+public:
+    enum class Kind { CommandFailed, NotRepository };
+
+    static GitError commandFailed(const QString &message) { return {Kind::CommandFailed, message}; }
+    static GitError notRepository() { return {Kind::NotRepository, {}}; }
+
+    Kind kind() const { return m_kind; }
+    /// @brief The text shown to the user.
+    QString description() const;
+    const char *what() const noexcept override { return m_what.constData(); }
+
+    bool operator==(const GitError &other) const
+    {
+        return m_kind == other.m_kind && m_message == other.m_message;
+    }
+
+private:
+    GitError(Kind kind, const QString &message);
+
+    Kind m_kind;
+    QString m_message;
+    QByteArray m_what;
+};
+
+/**
+ * @brief Answers questions about a repository by running git and parsing what it prints.
+ *
+ * Stateless: make one wherever needed. Every operation blocks its calling thread until git has
+ * finished, so call them from background threads; any number may run at once. Failures are thrown
+ * as GitError, or ProcessLaunchError when git cannot be started.
+ */
+class GitService
+{
+public:
+    // Repository probes
+    void validateRepository(const QString &repository) const;
+    /// @brief The shared git directory of all work trees, absolute, "." and ".." resolved.
+    QString commonDirectory(const QString &repository) const;
+
+    RepositorySummary loadSummary(const QString &repository) const;
+
+    QList<CommitRecord> loadCommits(const QString &repository, int limit) const;
+    QList<GraphCommitRecord> loadGraph(const QString &repository, int limit) const;
+    QList<CommitRecord> searchCommits(const QString &repository, const QString &query) const;
+
+    QList<BranchRecord> loadBranches(const QString &repository) const;
+    QList<TagRecord> loadTags(const QString &repository) const;
+    void checkout(const BranchRecord &branch, const QString &repository) const;
+
+    QList<FileRecord> loadFiles(const QString &repository) const;
+    FileDetails loadFileDetails(const QString &repository, const QString &path) const;
+    QList<AuthorStat> loadAuthorStats(const QString &repository) const;
+    AuthorDetails loadAuthorDetails(const QString &repository, const QString &author) const;
+    QList<ActivityPoint> loadActivity(const QString &repository, int months) const;
+
+    QList<CommitFileChange> loadCommitChanges(const QString &repository,
+                                              const QString &commit) const;
+    QString loadCommitDiff(const QString &repository, const QString &commit) const;
+
+    /// @brief Strict internet date-time (2024-03-01T10:20:30+01:00 or ...Z); nothing otherwise.
+    static OptionalDate parseISODate(const QString &text);
+
+    /// @brief Files in the maximum the files screen shows.
+    static constexpr int fileListLimit = 2000;
+
+private:
+    QString run(const QStringList &arguments, const QString &repository) const;
+    bool hasHead(const QString &repository) const;
+};
+
+/// @brief The lines of @p text that hold more than blanks, untrimmed, in order.
+QStringList nonEmptyLines(const QString &text);
+/// @brief @p text trimmed, or nothing when that leaves it empty.
+std::optional<QString> nilIfEmpty(const QString &text);
+
+} // namespace strataloom

@@ -1,0 +1,128 @@
+#include "GitProcess.h"
+#include "GitService.h"
+#include "TestRepository.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <vector>
+
+using namespace strataloom;
+
+namespace {
+
+QString errorOf(const std::function<void()> &call)
+{
+    try {
+        call();
+    } catch (const GitError &error) {
+        return error.description();
+    }
+    return QStringLiteral("<no error>");
+}
+
+} // namespace
+
+TEST(GitRunner, ValidatesWorkTreeAndRejectsGitDirectoryAndForeignFolder)
+{
+    TestRepository repository;
+    GitService git;
+    EXPECT_NO_THROW(git.validateRepository(repository.path()));
+
+    try {
+        git.validateRepository(repository.filePath(QStringLiteral(".git")));
+        FAIL() << "the .git folder was accepted";
+    } catch (const GitError &error) {
+        EXPECT_EQ(error.kind(), GitError::Kind::NotRepository);
+        EXPECT_EQ(error.description(), QStringLiteral("The selected folder is not a Git repository."));
+    }
+
+    QTemporaryDir outside;
+    const QString message = errorOf([&] { git.validateRepository(outside.path()); });
+    EXPECT_TRUE(message.startsWith(QStringLiteral("fatal: not a git repository"))) << message.toStdString();
+    EXPECT_EQ(message, message.trimmed());
+}
+
+TEST(GitRunner, SilentFailureUsesFallbackText)
+{
+    // A git that fails without a word on standard error.
+    TestRepository repository;
+    qputenv("STRATALOOM_GIT", "/bin/false");
+    const QString message = errorOf([&] { GitService().validateRepository(repository.path()); });
+    qunsetenv("STRATALOOM_GIT");
+    EXPECT_EQ(message, QStringLiteral("Git command failed"));
+}
+
+TEST(GitRunner, CommonDirectoryIsAbsoluteAndStandardized)
+{
+    TestRepository repository;
+    repository.commit(QStringLiteral("root"));
+    GitService git;
+    EXPECT_EQ(git.commonDirectory(repository.path()), QDir::cleanPath(repository.filePath(QStringLiteral(".git"))));
+
+    QDir(repository.path()).mkpath(QStringLiteral("sub/dir"));
+    EXPECT_EQ(git.commonDirectory(repository.filePath(QStringLiteral("sub/dir"))),
+              QDir::cleanPath(repository.filePath(QStringLiteral(".git"))));
+
+    QTemporaryDir linked;
+    const QString worktree = linked.filePath(QStringLiteral("wt"));
+    repository.git({QStringLiteral("worktree"), QStringLiteral("add"), QStringLiteral("-q"), worktree});
+    EXPECT_EQ(git.commonDirectory(worktree), QDir::cleanPath(repository.filePath(QStringLiteral(".git"))));
+}
+
+TEST(GitRunner, TextHelpersKeepInnerBlanks)
+{
+    EXPECT_EQ(nonEmptyLines(QStringLiteral("a\n\n  \nb")), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    EXPECT_EQ(nonEmptyLines(QStringLiteral("  x  ")), QStringList{QStringLiteral("  x  ")});
+    EXPECT_EQ(nonEmptyLines(QStringLiteral("a\r\nb\rc\u2028d")),
+              (QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d")}));
+    EXPECT_EQ(nilIfEmpty(QStringLiteral(" \n")), std::nullopt);
+    EXPECT_EQ(nilIfEmpty(QStringLiteral("  x ")), std::optional<QString>(QStringLiteral("x")));
+}
+
+TEST(GitRunner, ParsesOnlyStrictInternetDates)
+{
+    const auto date = GitService::parseISODate(QStringLiteral("2024-03-01T10:20:30+01:00\n"));
+    ASSERT_TRUE(date.has_value());
+    EXPECT_EQ(date->toSecsSinceEpoch(), QDateTime::fromString(QStringLiteral("2024-03-01T09:20:30Z"), Qt::ISODate).toSecsSinceEpoch());
+    EXPECT_TRUE(GitService::parseISODate(QStringLiteral("2024-03-01T09:20:30Z")).has_value());
+    EXPECT_FALSE(GitService::parseISODate(QStringLiteral("2024-03-01")).has_value());
+    EXPECT_FALSE(GitService::parseISODate(QStringLiteral("2024-03-01T09:20:30.5Z")).has_value());
+    EXPECT_FALSE(GitService::parseISODate(QStringLiteral("yesterday")).has_value());
+    EXPECT_FALSE(GitService::parseISODate(QStringLiteral("2024-13-01T09:20:30Z")).has_value());
+}
+
+TEST(GitRunner, DrainsLargeOutputOnBothStreamsWithoutDeadlock)
+{
+    // 40 MB on stdout and 8 MB on stderr, interleaved: a runner that read one pipe to its end
+    // before the other would hang here.
+    const ProcessResult result = runProcess(QStringLiteral("/bin/sh"),
+        {QStringLiteral("-c"), QStringLiteral("head -c 8000000 /dev/zero >&2 & head -c 40000000 /dev/zero; wait")});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardOutput.size(), 40000000);
+    EXPECT_EQ(result.standardError.size(), 8000000);
+}
+
+TEST(GitRunner, ManyConcurrentRunsEachGetTheirOwnOutput)
+{
+    std::vector<std::future<ProcessResult>> runs;
+    for (int i = 0; i < 24; ++i)
+        runs.push_back(std::async(std::launch::async, [i] {
+            return runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("sleep 0.05; printf %1").arg(i)});
+        }));
+    for (int i = 0; i < 24; ++i) {
+        const ProcessResult result = runs[i].get();
+        EXPECT_EQ(result.standardOutput, QByteArray::number(i));
+    }
+}
+
+TEST(GitRunner, MissingProgramIsALaunchErrorAndExitStatusIsReported)
+{
+    EXPECT_THROW(runProcess(QStringLiteral("/nonexistent/git"), {}), ProcessLaunchError);
+    EXPECT_EQ(runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("exit 7")}).exitStatus, 7);
+    EXPECT_EQ(runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("kill -9 $$")}).exitStatus, 128 + 9);
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+/**
+ * @brief A git repository in a temporary folder for one test, with fixed dates and identities.
+ *
+ * Every commit gets the date set with setDate() (default 2024-01-01T10:00:00Z) for both author
+ * and committer unless a call says otherwise; nothing reads the user's git configuration.
+ */
+class TestRepository
+{
+public:
+    /// @brief A fresh repository whose unborn branch is "main" (bare when @p bare).
+    explicit TestRepository(bool bare = false);
+
+    QString path() const { return m_dir.path(); }
+    /// @brief Absolute path of @p relative inside the work tree.
+    QString filePath(const QString &relative) const;
+
+    void write(const QString &relative, const QByteArray &content) const;
+    void remove(const QString &relative) const;
+
+    /// @brief Runs git in the repository; a failure fails the test and returns "".
+    QString git(const QStringList &arguments) const;
+    /// @brief Runs git and returns its exit status, without failing the test.
+    int gitStatus(const QStringList &arguments, QString *errorOutput = nullptr) const;
+
+    /// @brief Stages everything and commits; returns the new commit's full hash.
+    QString commit(const QString &message, const QString &author = QStringLiteral("Ada Lovelace"),
+                   const QString &email = QStringLiteral("ada@example.com"));
+    void setDate(const QString &isoDate) { m_date = isoDate; }
+    /// @brief Sets the date, then moves it on by @p seconds for every later commit.
+    void setDateStep(qint64 seconds) { m_step = seconds; }
+
+private:
+    QTemporaryDir m_dir;
+    QString m_date = QStringLiteral("2024-01-01T10:00:00Z");
+    qint64 m_step = 0;
+};
+
+/// @brief Runs git with the test identity and dates in @p directory; returns stdout.
+QString runGitIn(const QString &directory, const QStringList &arguments,
+                 const QString &date = QStringLiteral("2024-01-01T10:00:00Z"),
+                 int *status = nullptr, QString *errorOutput = nullptr);
