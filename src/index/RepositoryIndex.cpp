@@ -1,0 +1,244 @@
+#include "RepositoryIndex.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace strataloom {
+
+namespace {
+
+constexpr int schemaVersion = 1;
+
+// Every statement is conditional, so running it on an existing index changes nothing.
+const char schema[] = R"SQL(CREATE TABLE IF NOT EXISTS index_metadata (
+    key TEXT PRIMARY KEY,
+    value TEXT NOT NULL
+);
+
+CREATE TABLE IF NOT EXISTS authors (
+    id INTEGER PRIMARY KEY,
+    canonical_name TEXT NOT NULL UNIQUE
+);
+
+CREATE TABLE IF NOT EXISTS author_aliases (
+    id INTEGER PRIMARY KEY,
+    author_id INTEGER NOT NULL REFERENCES authors(id) ON DELETE CASCADE,
+    name TEXT NOT NULL,
+    email TEXT NOT NULL,
+    UNIQUE(name, email)
+);
+
+CREATE TABLE IF NOT EXISTS commits (
+    id INTEGER PRIMARY KEY,
+    sha TEXT NOT NULL UNIQUE,
+    author_alias_id INTEGER REFERENCES author_aliases(id),
+    committer_name TEXT NOT NULL,
+    committer_email TEXT NOT NULL,
+    author_time INTEGER NOT NULL,
+    committer_time INTEGER NOT NULL,
+    subject TEXT NOT NULL,
+    body TEXT NOT NULL,
+    is_merge INTEGER NOT NULL DEFAULT 0,
+    is_reachable INTEGER NOT NULL DEFAULT 1
+);
+
+CREATE TABLE IF NOT EXISTS commit_parents (
+    commit_id INTEGER NOT NULL REFERENCES commits(id) ON DELETE CASCADE,
+    parent_sha TEXT NOT NULL,
+    position INTEGER NOT NULL,
+    PRIMARY KEY(commit_id, position)
+);
+
+CREATE TABLE IF NOT EXISTS files (
+    id INTEGER PRIMARY KEY,
+    current_path TEXT NOT NULL UNIQUE,
+    is_binary INTEGER NOT NULL DEFAULT 0
+);
+
+CREATE TABLE IF NOT EXISTS file_paths (
+    id INTEGER PRIMARY KEY,
+    file_id INTEGER NOT NULL REFERENCES files(id) ON DELETE CASCADE,
+    path TEXT NOT NULL,
+    first_commit_sha TEXT,
+    last_commit_sha TEXT,
+    UNIQUE(file_id, path)
+);
+
+CREATE TABLE IF NOT EXISTS commit_files (
+    commit_id INTEGER NOT NULL REFERENCES commits(id) ON DELETE CASCADE,
+    file_id INTEGER NOT NULL REFERENCES files(id) ON DELETE CASCADE,
+    old_path TEXT,
+    status TEXT NOT NULL,
+    additions INTEGER,
+    deletions INTEGER,
+    is_binary INTEGER NOT NULL DEFAULT 0,
+    similarity INTEGER,
+    PRIMARY KEY(commit_id, file_id)
+);
+
+CREATE TABLE IF NOT EXISTS refs (
+    name TEXT PRIMARY KEY,
+    kind TEXT NOT NULL,
+    target_sha TEXT NOT NULL,
+    is_remote INTEGER NOT NULL DEFAULT 0,
+    updated_at INTEGER NOT NULL
+);
+
+CREATE TABLE IF NOT EXISTS tags (
+    name TEXT PRIMARY KEY,
+    object_sha TEXT NOT NULL,
+    target_sha TEXT,
+    tagger_time INTEGER,
+    subject TEXT NOT NULL DEFAULT ''
+);
+
+CREATE TABLE IF NOT EXISTS daily_activity (
+    day TEXT PRIMARY KEY,
+    commits INTEGER NOT NULL,
+    additions INTEGER NOT NULL DEFAULT 0,
+    deletions INTEGER NOT NULL DEFAULT 0
+);
+
+CREATE TABLE IF NOT EXISTS author_daily_activity (
+    author_id INTEGER NOT NULL REFERENCES authors(id) ON DELETE CASCADE,
+    day TEXT NOT NULL,
+    commits INTEGER NOT NULL,
+    additions INTEGER NOT NULL DEFAULT 0,
+    deletions INTEGER NOT NULL DEFAULT 0,
+    PRIMARY KEY(author_id, day)
+);
+
+CREATE VIRTUAL TABLE IF NOT EXISTS commit_search USING fts5(
+    sha UNINDEXED,
+    subject,
+    body,
+    author,
+    email
+);
+
+CREATE INDEX IF NOT EXISTS commits_author_time_idx ON commits(author_time);
+CREATE INDEX IF NOT EXISTS commits_reachable_idx ON commits(is_reachable);
+CREATE INDEX IF NOT EXISTS commit_files_file_idx ON commit_files(file_id);
+CREATE INDEX IF NOT EXISTS author_aliases_author_idx ON author_aliases(author_id);
+)SQL";
+
+} // namespace
+
+RepositoryIndex::RepositoryIndex(const QString &databasePath)
+    : m_databasePath(databasePath)
+    , m_database(std::make_unique<SQLiteDatabase>(databasePath))
+{
+    migrate();
+}
+
+RepositoryIndex::~RepositoryIndex() = default;
+
+void RepositoryIndex::migrate()
+{
+    m_database->execute(QStringLiteral("PRAGMA journal_mode = WAL"));
+    m_database->execute(QStringLiteral("PRAGMA synchronous = NORMAL"));
+    m_database->execute(QStringLiteral("PRAGMA foreign_keys = ON"));
+
+    SQLiteTransaction transaction(*m_database);
+    m_database->execute(QString::fromUtf8(schema));
+    m_database->execute(QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion));
+    transaction.commit();
+}
+
+std::optional<QString> RepositoryIndex::metadata(const QString &key)
+{
+    std::lock_guard lock(m_mutex);
+    SQLiteStatement statement
+        = m_database->statement(QStringLiteral("SELECT value FROM index_metadata WHERE key = ?"));
+    statement.bindText(key, 1);
+    if (!statement.step())
+        return std::nullopt;
+    return statement.columnText(0);
+}
+
+void RepositoryIndex::setMetadata(const QString &value, const QString &key)
+{
+    std::lock_guard lock(m_mutex);
+    SQLiteStatement statement = m_database->statement(
+        QStringLiteral("INSERT INTO index_metadata(key, value) VALUES(?, ?) "
+                       "ON CONFLICT(key) DO UPDATE SET value = excluded.value"));
+    statement.bindText(key, 1);
+    statement.bindText(value, 2);
+    statement.step();
+}
+
+qint64 RepositoryIndex::count(const QString &table, const QString &where)
+{
+    std::lock_guard lock(m_mutex);
+    QString sql = QStringLiteral("SELECT COUNT(*) FROM ") + table;
+    if (!where.isEmpty())
+        sql += QStringLiteral(" WHERE ") + where;
+    SQLiteStatement statement = m_database->statement(sql);
+    return statement.step() ? statement.columnInt64(0) : 0;
+}
+
+RepositoryIndexSnapshot RepositoryIndex::snapshot()
+{
+    std::lock_guard lock(m_mutex);
+    RepositoryIndexSnapshot result;
+    result.commits = int(count(QStringLiteral("commits"), QStringLiteral("is_reachable = 1")));
+    result.authors = int(count(QStringLiteral("authors")));
+    result.files = int(count(QStringLiteral("files")));
+    result.changes = int(count(QStringLiteral("commit_files")));
+    result.refs = int(count(QStringLiteral("refs")));
+    if (const auto text = metadata(QStringLiteral("last_indexed_at"))) {
+        if (const auto seconds = parseTimestamp(*text)) {
+            const double milliseconds = std::round(*seconds * 1000.0);
+            // QDateTime holds milliseconds in 64 bits; anything beyond is no usable date.
+            if (std::isfinite(milliseconds) && std::abs(milliseconds) < 9.0e18)
+                result.lastIndexedAt
+                    = QDateTime::fromMSecsSinceEpoch(qint64(milliseconds), Qt::UTC);
+        }
+    }
+    return result;
+}
+
+QSet<QString> RepositoryIndex::storedCommitHashes()
+{
+    std::lock_guard lock(m_mutex);
+    QSet<QString> hashes;
+    hashes.reserve(int(count(QStringLiteral("commits"))));
+    SQLiteStatement statement = m_database->statement(QStringLiteral("SELECT sha FROM commits"));
+    while (statement.step()) {
+        if (auto sha = statement.columnText(0))
+            hashes.insert(*sha);
+    }
+    return hashes;
+}
+
+QString RepositoryIndex::timestampText(double secondsSince1970)
+{
+    // Plain digits with a fractional part, as a reader expecting "1700000000.0" wants them;
+    // exponent form only where fixed digits would no longer be exact.
+    const double magnitude = std::abs(secondsSince1970);
+    const bool plain = std::isfinite(secondsSince1970)
+        && (magnitude == 0 || (magnitude >= 1e-4 && magnitude < 9007199254740992.0));
+    QString text
+        = QString::number(secondsSince1970, plain ? 'f' : 'g', QLocale::FloatingPointShortest);
+    if (!text.contains(QLatin1Char('.')) && !text.contains(QLatin1Char('e'))
+        && std::isfinite(secondsSince1970))
+        text += QStringLiteral(".0");
+    return text;
+}
+
+std::optional<double> RepositoryIndex::parseTimestamp(const QString &text)
+{
+    // Strict: the whole text is the number, no blanks around it; independent of the C locale.
+    QByteArray bytes = text.toUtf8();
+    const char *begin = bytes.constData();
+    const char *end = begin + bytes.size();
+    if (begin != end && *begin == '+' && end - begin > 1 && begin[1] != '-' && begin[1] != '+')
+        ++begin;
+    double value = 0;
+    const auto [stop, error] = std::from_chars(begin, end, value);
+    if (begin == end || error != std::errc() || stop != end)
+        return std::nullopt;
+    return value;
+}
+
+} // namespace strataloom
