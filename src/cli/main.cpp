@@ -1,1 +1,262 @@
-int main() { return 0; }
+// strataloom-cli: every question the application asks of a repository, answered as JSON.
+#include "GitProcess.h"
+#include "GitService.h"
+#include "JsonOutput.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QHash>
+
+#include <cstdio>
+#include <functional>
+#include <optional>
+
+using namespace strataloom;
+using strataloom::cli::Json;
+using strataloom::cli::toJson;
+
+namespace {
+
+constexpr int exitFailure = 1;
+constexpr int exitUsage = 2;
+
+const char usageText[] = R"(Usage: strataloom-cli <command> <repository> [arguments]
+
+Commands:
+  summary  <repo>                    repository summary
+  commits  <repo> [--limit N]        latest commits of the current branch (default 300)
+  graph    <repo> [--limit N]        commit graph of all refs (default 500)
+  search   <repo> <query>            commits whose message matches query
+  branches <repo>                    local and remote-tracking branches
+  tags     <repo>                    tags, newest first
+  files    <repo>                    tracked files (at most 2000)
+  file     <repo> <path>             history summary of one file
+  authors  <repo>                    authors by commits
+  author   <repo> <name>             one author's work
+  activity <repo> [--months N]       commits per day over recent months (default 12)
+  changes  <repo> <commit>           files changed by a commit
+  diff     <repo> <commit>           full text of a commit
+
+Every command prints JSON on standard output, except diff, which prints git's text.
+Errors are one line on standard error with exit status 1; wrong usage exits with status 2.
+Set STRATALOOM_GIT to use another git than /usr/bin/git.
+)";
+
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// The parsed command line of one repository command.
+struct Invocation
+{
+    QString repository;
+    QStringList arguments;
+    QHash<QString, int> numbers;
+
+    int number(const QString &option, int fallback) const
+    {
+        return numbers.value(option, fallback);
+    }
+};
+
+struct Command
+{
+    QStringList argumentNames; ///< positional arguments after the repository
+    QStringList numberOptions; ///< accepted --options taking a positive integer
+    std::function<void(const Invocation &)> run;
+};
+
+void printJson(const Json &json)
+{
+    const QByteArray text = json.serialize();
+    std::fwrite(text.constData(), 1, text.size(), stdout);
+}
+
+const QHash<QString, Command> &commands()
+{
+    static const QHash<QString, Command> table {
+        {QStringLiteral("summary"),
+         {{},
+          {},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().loadSummary(in.repository)));
+          }}},
+        {QStringLiteral("commits"),
+         {{},
+          {QStringLiteral("--limit")},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().loadCommits(
+                  in.repository, in.number(QStringLiteral("--limit"), 300))));
+          }}},
+        {QStringLiteral("graph"),
+         {{},
+          {QStringLiteral("--limit")},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().loadGraph(in.repository,
+                                                      in.number(QStringLiteral("--limit"), 500))));
+          }}},
+        {QStringLiteral("search"),
+         {{QStringLiteral("query")},
+          {},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().searchCommits(in.repository, in.arguments[0])));
+          }}},
+        {QStringLiteral("branches"),
+         {{},
+          {},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().loadBranches(in.repository)));
+          }}},
+        {QStringLiteral("tags"),
+         {{},
+          {},
+          [](const Invocation &in) { printJson(toJson(GitService().loadTags(in.repository))); }}},
+        {QStringLiteral("files"),
+         {{},
+          {},
+          [](const Invocation &in) { printJson(toJson(GitService().loadFiles(in.repository))); }}},
+        {QStringLiteral("file"),
+         {{QStringLiteral("path")},
+          {},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().loadFileDetails(in.repository, in.arguments[0])));
+          }}},
+        {QStringLiteral("authors"),
+         {{},
+          {},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().loadAuthorStats(in.repository)));
+          }}},
+        {QStringLiteral("author"),
+         {{QStringLiteral("name")},
+          {},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().loadAuthorDetails(in.repository, in.arguments[0])));
+          }}},
+        {QStringLiteral("activity"),
+         {{},
+          {QStringLiteral("--months")},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().loadActivity(
+                  in.repository, in.number(QStringLiteral("--months"), 12))));
+          }}},
+        {QStringLiteral("changes"),
+         {{QStringLiteral("commit")},
+          {},
+          [](const Invocation &in) {
+              printJson(toJson(GitService().loadCommitChanges(in.repository, in.arguments[0])));
+          }}},
+        {QStringLiteral("diff"),
+         {{QStringLiteral("commit")},
+          {},
+          [](const Invocation &in) {
+              const QByteArray text
+                  = GitService().loadCommitDiff(in.repository, in.arguments[0]).toUtf8();
+              std::fwrite(text.constData(), 1, text.size(), stdout);
+          }}},
+    };
+    return table;
+}
+
+Invocation parse(const Command &command, const QStringList &words)
+{
+    Invocation invocation;
+    QStringList positional;
+    for (qsizetype i = 0; i < words.size(); ++i) {
+        const QString &word = words[i];
+        if (word.startsWith(QLatin1String("--")) && word.size() > 2) {
+            if (!command.numberOptions.contains(word))
+                throw UsageError("unknown option " + word.toStdString());
+            if (i + 1 >= words.size())
+                throw UsageError(word.toStdString() + " needs a number");
+            bool ok = false;
+            const int value = words[++i].toInt(&ok);
+            if (!ok || value <= 0)
+                throw UsageError(word.toStdString() + " needs a positive whole number");
+            invocation.numbers.insert(word, value);
+        } else {
+            positional << word;
+        }
+    }
+    if (positional.size() != command.argumentNames.size() + 1)
+        throw UsageError("wrong number of arguments");
+    invocation.repository = positional.takeFirst();
+    invocation.arguments = positional;
+    return invocation;
+}
+
+// Git answers a missing folder with a message about `-C`; say it in the user's terms instead.
+void checkRepositoryFolder(const QString &path)
+{
+    const QFileInfo info(path);
+    if (!info.exists())
+        throw std::runtime_error(QStringLiteral("%1: no such folder").arg(path).toStdString());
+    if (!info.isDir())
+        throw std::runtime_error(QStringLiteral("%1: not a folder").arg(path).toStdString());
+}
+
+// Git's messages may span several lines (hints, usage); the first one says what went wrong.
+QString firstLine(const QString &message)
+{
+    const QStringList lines = nonEmptyLines(message);
+    return lines.isEmpty() ? message.trimmed() : lines.first().trimmed();
+}
+
+void fail(const QString &message)
+{
+    std::fprintf(stderr, "strataloom-cli: %s\n", firstLine(message).toUtf8().constData());
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("strataloom-cli"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(STRATALOOM_VERSION));
+
+    const QStringList words = QCoreApplication::arguments().mid(1);
+    if (words.size() == 1
+        && (words[0] == QLatin1String("--help") || words[0] == QLatin1String("-h"))) {
+        std::fputs(usageText, stdout);
+        return 0;
+    }
+    if (words.size() == 1 && words[0] == QLatin1String("--version")) {
+        std::printf("strataloom-cli %s\n", STRATALOOM_VERSION);
+        return 0;
+    }
+
+    const auto entry = words.isEmpty() ? commands().constEnd() : commands().constFind(words[0]);
+    if (entry == commands().constEnd()) {
+        if (!words.isEmpty())
+            std::fprintf(stderr, "strataloom-cli: unknown command %s\n",
+                         words[0].toUtf8().constData());
+        std::fputs(usageText, stderr);
+        return exitUsage;
+    }
+
+    Invocation invocation;
+    try {
+        invocation = parse(*entry, words.mid(1));
+    } catch (const UsageError &error) {
+        std::fprintf(stderr, "strataloom-cli: %s: %s\n", words[0].toUtf8().constData(),
+                     error.what());
+        std::fputs(usageText, stderr);
+        return exitUsage;
+    }
+
+    try {
+        checkRepositoryFolder(invocation.repository);
+        GitService().validateRepository(invocation.repository);
+        entry->run(invocation);
+    } catch (const GitError &error) {
+        fail(error.description());
+        return exitFailure;
+    } catch (const std::exception &error) {
+        fail(QString::fromUtf8(error.what()));
+        return exitFailure;
+    }
+    return std::fflush(stdout) == 0 ? 0 : exitFailure;
+}

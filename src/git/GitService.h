@@ -75,7 +75,12 @@ public:
     /// @brief Strict internet date-time (2024-03-01T10:20:30+01:00 or ...Z); nothing otherwise.
     static OptionalDate parseISODate(const QString &text);
 
-    /// @brief Files in the maximum the files screen shows.
+    /// @brief Bytes of the work-tree files at @p paths below @p root; unreadable paths add nothing.
+    static qint64 trackedFilesSize(const QStringList &paths, const QString &root);
+    /// @brief Loose plus packed object bytes from the text of `count-objects -v`.
+    static qint64 gitDirectorySize(const QString &countObjectsOutput);
+
+    /// @brief The most files the files screen shows.
     static constexpr int fileListLimit = 2000;
 
 private:

@@ -1,4 +1,189 @@
 #include "GitService.h"
 
+#include <QFileInfo>
+#include <QHash>
+
+#include <algorithm>
+#include <cmath>
+#include <future>
+#include <vector>
+
 namespace strataloom {
+
+namespace {
+
+// The mean Gregorian month, in seconds.
+constexpr double secondsPerMonth = 2629746.0;
+
+} // namespace
+
+qint64 GitService::trackedFilesSize(const QStringList &paths, const QString &root)
+{
+    qint64 total = 0;
+    for (const QString &path : paths) {
+        // QFileInfo follows symbolic links; a path that cannot be read adds nothing.
+        const QFileInfo info(root + QLatin1Char('/') + path);
+        if (info.exists())
+            total += info.size();
+    }
+    return total;
+}
+
+qint64 GitService::gitDirectorySize(const QString &countObjectsOutput)
+{
+    QHash<QString, qint64> values;
+    for (const QString &line : nonEmptyLines(countObjectsOutput)) {
+        const QStringList parts = line.split(QLatin1Char(':'));
+        if (parts.size() != 2)
+            continue;
+        bool ok = false;
+        const qint64 value = parts[1].trimmed().toLongLong(&ok);
+        if (ok)
+            values.insert(parts[0], value);
+    }
+    return (values.value(QStringLiteral("size")) + values.value(QStringLiteral("size-pack")))
+        * 1024;
+}
+
+namespace {
+
+int parseCount(const QString &text, bool *ok = nullptr)
+{
+    return text.trimmed().toInt(ok);
+}
+
+// Starts every command at once and hands the outcomes back in the order they were given, so that
+// the first failure reported is the one of the earliest command.
+class ConcurrentRuns
+{
+public:
+    using Run = std::function<QString()>;
+
+    explicit ConcurrentRuns(const std::vector<Run> &runs)
+    {
+        for (const Run &run : runs)
+            m_futures.push_back(std::async(std::launch::async, run));
+    }
+    ~ConcurrentRuns()
+    {
+        // Children already started run to completion; wait so none outlives the summary.
+        for (auto &future : m_futures) {
+            if (future.valid())
+                future.wait();
+        }
+    }
+    QString take(size_t index) { return m_futures[index].get(); }
+
+private:
+    std::vector<std::future<QString>> m_futures;
+};
+
+} // namespace
+
+RepositorySummary GitService::loadSummary(const QString &repository) const
+{
+    validateRepository(repository);
+
+    const auto command = [this, &repository](QStringList arguments) -> ConcurrentRuns::Run {
+        return [this, &repository, arguments] { return run(arguments, repository); };
+    };
+    const auto swallowing = [this, &repository](QStringList arguments) -> ConcurrentRuns::Run {
+        return [this, &repository, arguments] {
+            try {
+                return run(arguments, repository);
+            } catch (const std::exception &) {
+                return QString();
+            }
+        };
+    };
+    const ConcurrentRuns::Run headExists
+        = [this, &repository] { return hasHead(repository) ? QStringLiteral("true") : QString(); };
+
+    ConcurrentRuns first({
+        command({QStringLiteral("rev-parse"), QStringLiteral("--show-toplevel")}),
+        command({QStringLiteral("branch"), QStringLiteral("--show-current")}),
+        swallowing({QStringLiteral("config"), QStringLiteral("--get"),
+                    QStringLiteral("remote.origin.url")}),
+        command({QStringLiteral("status"), QStringLiteral("--porcelain")}),
+        command({QStringLiteral("for-each-ref"), QStringLiteral("--format=%(refname:short)"),
+                 QStringLiteral("refs/heads/")}),
+        command({QStringLiteral("tag"), QStringLiteral("--list")}),
+        command({QStringLiteral("ls-files")}),
+        command({QStringLiteral("count-objects"), QStringLiteral("-v")}),
+        headExists,
+    });
+
+    RepositorySummary summary;
+    summary.path = first.take(0).trimmed();
+    summary.name = QFileInfo(summary.path).fileName();
+    summary.currentBranch = nilIfEmpty(first.take(1)).value_or(QStringLiteral("detached HEAD"));
+    summary.remoteURL = nilIfEmpty(first.take(2));
+    summary.isClean = first.take(3).trimmed().isEmpty();
+    summary.branchCount = nonEmptyLines(first.take(4)).size();
+    summary.tagCount = nonEmptyLines(first.take(5)).size();
+    const QStringList trackedFiles = nonEmptyLines(first.take(6));
+    summary.trackedFileCount = trackedFiles.size();
+    summary.gitSizeBytes = gitDirectorySize(first.take(7));
+    const bool hasHistory = !first.take(8).isEmpty();
+    summary.repositorySizeBytes = trackedFilesSize(trackedFiles, summary.path);
+
+    if (!hasHistory)
+        return summary;
+
+    ConcurrentRuns history({
+        command({QStringLiteral("rev-list"), QStringLiteral("--count"), QStringLiteral("HEAD")}),
+        command({QStringLiteral("shortlog"), QStringLiteral("-sne"), QStringLiteral("HEAD")}),
+        command({QStringLiteral("log"), QStringLiteral("--max-parents=0"),
+                 QStringLiteral("--format=%aI"), QStringLiteral("HEAD")}),
+        command({QStringLiteral("log"), QStringLiteral("-1"), QStringLiteral("--format=%aI"),
+                 QStringLiteral("HEAD")}),
+        command({QStringLiteral("log"), QStringLiteral("--reverse"), QStringLiteral("--format=%ct"),
+                 QStringLiteral("HEAD")}),
+        command({QStringLiteral("rev-list"), QStringLiteral("--count"),
+                 QStringLiteral("--since=90 days ago"), QStringLiteral("HEAD")}),
+        command({QStringLiteral("rev-list"), QStringLiteral("--count"),
+                 QStringLiteral("--since=180 days ago"), QStringLiteral("--until=90 days ago"),
+                 QStringLiteral("HEAD")}),
+    });
+
+    summary.commitCount = parseCount(history.take(0));
+    summary.authorCount = nonEmptyLines(history.take(1)).size();
+
+    for (const QString &line : nonEmptyLines(history.take(2))) {
+        const OptionalDate date = parseISODate(line);
+        if (date && (!summary.firstCommitDate || *date < *summary.firstCommitDate))
+            summary.firstCommitDate = date;
+    }
+    summary.latestCommitDate = parseISODate(history.take(3));
+
+    std::vector<double> times;
+    for (const QString &line : nonEmptyLines(history.take(4))) {
+        bool ok = false;
+        const double time = line.trimmed().toDouble(&ok);
+        if (ok)
+            times.push_back(time);
+    }
+    for (size_t i = 1; i < times.size(); ++i) {
+        const int gap = static_cast<int>(std::trunc((times[i] - times[i - 1]) / 86400.0));
+        summary.longestInactivityDays = i == 1 ? gap : std::max(summary.longestInactivityDays, gap);
+    }
+
+    if (summary.firstCommitDate && summary.latestCommitDate) {
+        const double span = summary.firstCommitDate->secsTo(*summary.latestCommitDate);
+        const double months = std::max(span / secondsPerMonth, 1.0);
+        summary.commitsPerMonth = summary.commitCount / months;
+    }
+
+    bool recentOk = false;
+    bool previousOk = false;
+    const int recent = parseCount(history.take(5), &recentOk);
+    const int previous = parseCount(history.take(6), &previousOk);
+    const double recentCount = recentOk ? recent : 0.0;
+    if (!previousOk || previous <= 0)
+        summary.activityTrendPercent = recentCount > 0 ? 100.0 : 0.0;
+    else
+        summary.activityTrendPercent = (recentCount - previous) / previous * 100.0;
+    return summary;
+}
+
 } // namespace strataloom
