@@ -19,8 +19,7 @@ namespace strataloom {
 
 ProcessLaunchError::ProcessLaunchError(const QString &message)
     : std::runtime_error(message.toStdString())
-{
-}
+{ }
 
 namespace {
 
@@ -28,7 +27,9 @@ class FileDescriptor
 {
 public:
     FileDescriptor() = default;
-    explicit FileDescriptor(int fd) : m_fd(fd) {}
+    explicit FileDescriptor(int fd)
+        : m_fd(fd)
+    { }
     FileDescriptor(const FileDescriptor &) = delete;
     FileDescriptor &operator=(const FileDescriptor &) = delete;
     ~FileDescriptor() { reset(); }
@@ -83,12 +84,27 @@ std::vector<QByteArray> buildEnvironment(const QStringList &extra)
 } // namespace
 
 ProcessResult runProcess(const QString &program, const QStringList &arguments,
-                         const QStringList &extraEnvironment, const OutputSink &sink)
+                         const QStringList &extraEnvironment)
 {
+    return runProcess(program, arguments, ProcessOptions {extraEnvironment, {}, std::nullopt});
+}
+
+ProcessResult runProcess(const QString &program, const QStringList &arguments,
+                         const ProcessOptions &options)
+{
+    if (options.input) {
+        // Writing to a child that has already exited must fail with EPIPE, not kill us.
+        static const bool sigpipeIgnored = (::signal(SIGPIPE, SIG_IGN), true);
+        Q_UNUSED(sigpipeIgnored);
+    }
+
     Pipe out;
     Pipe err;
+    Pipe in;
     out.open();
     err.open();
+    if (options.input)
+        in.open();
 
     std::vector<QByteArray> argStorage;
     argStorage.reserve(arguments.size() + 1);
@@ -100,7 +116,7 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
         argv.push_back(a.data());
     argv.push_back(nullptr);
 
-    std::vector<QByteArray> envStorage = buildEnvironment(extraEnvironment);
+    std::vector<QByteArray> envStorage = buildEnvironment(options.environment);
     std::vector<char *> envp;
     for (QByteArray &e : envStorage)
         envp.push_back(e.data());
@@ -108,7 +124,10 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (options.input)
+        posix_spawn_file_actions_adddup2(&actions, in.read.get(), STDIN_FILENO);
+    else
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, out.write.get(), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err.write.get(), STDERR_FILENO);
 
@@ -128,41 +147,73 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
     posix_spawnattr_destroy(&attributes);
     out.write.reset();
     err.write.reset();
+    in.read.reset();
     if (spawnError != 0)
-        throw ProcessLaunchError(QStringLiteral("Unable to run %1: %2")
-                                         .arg(program, QString::fromLocal8Bit(std::strerror(spawnError))));
+        throw ProcessLaunchError(
+            QStringLiteral("Unable to run %1: %2")
+                .arg(program, QString::fromLocal8Bit(std::strerror(spawnError))));
+
+    const auto reap = [pid] {
+        int status = 0;
+        while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) { }
+        return status;
+    };
 
     ProcessResult result;
-    pollfd fds[2] = {{out.read.get(), POLLIN, 0}, {err.read.get(), POLLIN, 0}};
-    int open = 2;
-    char buffer[1 << 16];
-    while (open > 0) {
-        if (::poll(fds, 2, -1) < 0) {
-            if (errno == EINTR)
-                continue;
-            break;
+    try {
+        qsizetype written = 0;
+        if (options.input) {
+            ::fcntl(in.write.get(), F_SETFL, ::fcntl(in.write.get(), F_GETFL) | O_NONBLOCK);
+            if (options.input->isEmpty())
+                in.write.reset();
         }
-        for (int i = 0; i < 2; ++i) {
-            if (fds[i].fd < 0 || fds[i].revents == 0)
-                continue;
-            const ssize_t n = ::read(fds[i].fd, buffer, sizeof buffer);
-            if (n > 0) {
-                if (i == 1)
-                    result.standardError.append(buffer, n);
-                else if (sink)
-                    sink(buffer, n);
-                else
-                    result.standardOutput.append(buffer, n);
-            } else if (n == 0 || (errno != EINTR && errno != EAGAIN)) {
-                fds[i].fd = -1;
-                --open;
+        pollfd fds[3] = {
+            {out.read.get(), POLLIN, 0}, {err.read.get(), POLLIN, 0}, {in.write.get(), POLLOUT, 0}};
+        int open = 2;
+        char buffer[1 << 16];
+        while (open > 0 || fds[2].fd >= 0) {
+            if (::poll(fds, 3, -1) < 0) {
+                if (errno == EINTR)
+                    continue;
+                break;
+            }
+            if (fds[2].fd >= 0 && fds[2].revents != 0) {
+                const ssize_t n = (fds[2].revents & POLLOUT)
+                    ? ::write(fds[2].fd, options.input->constData() + written,
+                              options.input->size() - written)
+                    : -1;
+                if (n > 0)
+                    written += n;
+                if ((n < 0 && errno != EAGAIN && errno != EINTR)
+                    || written >= options.input->size()) {
+                    in.write.reset();
+                    fds[2].fd = -1;
+                }
+            }
+            for (int i = 0; i < 2; ++i) {
+                if (fds[i].fd < 0 || fds[i].revents == 0)
+                    continue;
+                const ssize_t n = ::read(fds[i].fd, buffer, sizeof buffer);
+                if (n > 0) {
+                    if (i == 1)
+                        result.standardError.append(buffer, n);
+                    else if (options.sink)
+                        options.sink(buffer, n);
+                    else
+                        result.standardOutput.append(buffer, n);
+                } else if (n == 0 || (errno != EINTR && errno != EAGAIN)) {
+                    fds[i].fd = -1;
+                    --open;
+                }
             }
         }
+    } catch (...) {
+        ::kill(pid, SIGKILL);
+        reap();
+        throw;
     }
 
-    int status = 0;
-    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
+    const int status = reap();
     if (WIFEXITED(status))
         result.exitStatus = WEXITSTATUS(status);
     else if (WIFSIGNALED(status))
@@ -180,15 +231,15 @@ QString gitExecutable()
 
 QStringList gitArguments(const QString &repository, const QStringList &arguments)
 {
-    QStringList full{QStringLiteral("-c"), QStringLiteral("core.fsmonitor=false"),
-                     QStringLiteral("-c"), QStringLiteral("core.quotePath=false"),
-                     QStringLiteral("-C"), repository};
+    QStringList full {QStringLiteral("-c"), QStringLiteral("core.fsmonitor=false"),
+                      QStringLiteral("-c"), QStringLiteral("core.quotePath=false"),
+                      QStringLiteral("-C"), repository};
     if (arguments.isEmpty())
         return full;
     // Commands that can compute a diff never run the repository's textconv or external diff
     // drivers: those are programs named by a possibly hostile configuration.
-    static const QStringList diffCommands{QStringLiteral("log"), QStringLiteral("show"),
-                                          QStringLiteral("diff"), QStringLiteral("diff-tree")};
+    static const QStringList diffCommands {QStringLiteral("log"), QStringLiteral("show"),
+                                           QStringLiteral("diff"), QStringLiteral("diff-tree")};
     full << arguments.first();
     if (diffCommands.contains(arguments.first()))
         full << QStringLiteral("--no-textconv") << QStringLiteral("--no-ext-diff");
@@ -202,9 +253,10 @@ QStringList gitEnvironment()
 }
 
 ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
-                            const OutputSink &sink)
+                            const OutputSink &sink, const std::optional<QByteArray> &input)
 {
-    return runProcess(gitExecutable(), gitArguments(repository, arguments), gitEnvironment(), sink);
+    return runProcess(gitExecutable(), gitArguments(repository, arguments),
+                      ProcessOptions {gitEnvironment(), sink, input});
 }
 
 } // namespace strataloom

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 #include <stdexcept>
 
 namespace strataloom {
@@ -12,7 +13,7 @@ namespace strataloom {
 /// @brief What one finished child process left behind.
 struct ProcessResult
 {
-    int exitStatus = 0;        ///< exit code, or 128 + signal number when the child was killed
+    int exitStatus = 0; ///< exit code, or 128 + signal number when the child was killed
     QByteArray standardOutput; ///< empty when the output went to a sink instead
     QByteArray standardError;
 };
@@ -28,16 +29,26 @@ public:
 /// @brief Receives standard output chunk by chunk as the child writes it.
 using OutputSink = std::function<void(const char *data, qsizetype size)>;
 
+struct ProcessOptions
+{
+    QStringList environment; ///< NAME=value entries added to (or replacing) the inherited ones
+    OutputSink sink; ///< when set, standard output goes here as it arrives, not kept
+    std::optional<QByteArray> input; ///< written to standard input; /dev/null when absent
+};
+
 /**
  * @brief Runs a program without a shell and drains standard output and standard error
- * concurrently, so output of any size comes back whole without dead-lock.
+ * concurrently (and feeds standard input), so output of any size comes back whole without
+ * dead-lock.
  *
  * Safe to call from any number of threads at once: pipes are close-on-exec, so one child never
- * holds another's pipe open. Standard input is /dev/null. When @p sink is given, standard output
- * is handed to it as it arrives and not kept.
+ * holds another's pipe open. When the sink throws, the child is killed and reaped before the
+ * exception leaves this function.
  */
 ProcessResult runProcess(const QString &program, const QStringList &arguments,
-                         const QStringList &extraEnvironment = {}, const OutputSink &sink = {});
+                         const ProcessOptions &options);
+ProcessResult runProcess(const QString &program, const QStringList &arguments,
+                         const QStringList &extraEnvironment = {});
 
 /// @brief The git executable: $STRATALOOM_GIT when set, else /usr/bin/git.
 QString gitExecutable();
@@ -55,6 +66,7 @@ QStringList gitEnvironment();
 
 /// @brief Runs git on @p repository with the safe options; the caller interprets the result.
 ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
-                            const OutputSink &sink = {});
+                            const OutputSink &sink = {},
+                            const std::optional<QByteArray> &input = std::nullopt);
 
 } // namespace strataloom

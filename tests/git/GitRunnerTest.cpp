@@ -38,12 +38,14 @@ TEST(GitRunner, ValidatesWorkTreeAndRejectsGitDirectoryAndForeignFolder)
         FAIL() << "the .git folder was accepted";
     } catch (const GitError &error) {
         EXPECT_EQ(error.kind(), GitError::Kind::NotRepository);
-        EXPECT_EQ(error.description(), QStringLiteral("The selected folder is not a Git repository."));
+        EXPECT_EQ(error.description(),
+                  QStringLiteral("The selected folder is not a Git repository."));
     }
 
     QTemporaryDir outside;
     const QString message = errorOf([&] { git.validateRepository(outside.path()); });
-    EXPECT_TRUE(message.startsWith(QStringLiteral("fatal: not a git repository"))) << message.toStdString();
+    EXPECT_TRUE(message.startsWith(QStringLiteral("fatal: not a git repository")))
+        << message.toStdString();
     EXPECT_EQ(message, message.trimmed());
 }
 
@@ -62,7 +64,8 @@ TEST(GitRunner, CommonDirectoryIsAbsoluteAndStandardized)
     TestRepository repository;
     repository.commit(QStringLiteral("root"));
     GitService git;
-    EXPECT_EQ(git.commonDirectory(repository.path()), QDir::cleanPath(repository.filePath(QStringLiteral(".git"))));
+    EXPECT_EQ(git.commonDirectory(repository.path()),
+              QDir::cleanPath(repository.filePath(QStringLiteral(".git"))));
 
     QDir(repository.path()).mkpath(QStringLiteral("sub/dir"));
     EXPECT_EQ(git.commonDirectory(repository.filePath(QStringLiteral("sub/dir"))),
@@ -70,16 +73,20 @@ TEST(GitRunner, CommonDirectoryIsAbsoluteAndStandardized)
 
     QTemporaryDir linked;
     const QString worktree = linked.filePath(QStringLiteral("wt"));
-    repository.git({QStringLiteral("worktree"), QStringLiteral("add"), QStringLiteral("-q"), worktree});
-    EXPECT_EQ(git.commonDirectory(worktree), QDir::cleanPath(repository.filePath(QStringLiteral(".git"))));
+    repository.git(
+        {QStringLiteral("worktree"), QStringLiteral("add"), QStringLiteral("-q"), worktree});
+    EXPECT_EQ(git.commonDirectory(worktree),
+              QDir::cleanPath(repository.filePath(QStringLiteral(".git"))));
 }
 
 TEST(GitRunner, TextHelpersKeepInnerBlanks)
 {
-    EXPECT_EQ(nonEmptyLines(QStringLiteral("a\n\n  \nb")), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
-    EXPECT_EQ(nonEmptyLines(QStringLiteral("  x  ")), QStringList{QStringLiteral("  x  ")});
+    EXPECT_EQ(nonEmptyLines(QStringLiteral("a\n\n  \nb")),
+              (QStringList {QStringLiteral("a"), QStringLiteral("b")}));
+    EXPECT_EQ(nonEmptyLines(QStringLiteral("  x  ")), QStringList {QStringLiteral("  x  ")});
     EXPECT_EQ(nonEmptyLines(QStringLiteral("a\r\nb\rc\u2028d")),
-              (QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d")}));
+              (QStringList {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"),
+                            QStringLiteral("d")}));
     EXPECT_EQ(nilIfEmpty(QStringLiteral(" \n")), std::nullopt);
     EXPECT_EQ(nilIfEmpty(QStringLiteral("  x ")), std::optional<QString>(QStringLiteral("x")));
 }
@@ -88,7 +95,9 @@ TEST(GitRunner, ParsesOnlyStrictInternetDates)
 {
     const auto date = GitService::parseISODate(QStringLiteral("2024-03-01T10:20:30+01:00\n"));
     ASSERT_TRUE(date.has_value());
-    EXPECT_EQ(date->toSecsSinceEpoch(), QDateTime::fromString(QStringLiteral("2024-03-01T09:20:30Z"), Qt::ISODate).toSecsSinceEpoch());
+    EXPECT_EQ(date->toSecsSinceEpoch(),
+              QDateTime::fromString(QStringLiteral("2024-03-01T09:20:30Z"), Qt::ISODate)
+                  .toSecsSinceEpoch());
     EXPECT_TRUE(GitService::parseISODate(QStringLiteral("2024-03-01T09:20:30Z")).has_value());
     EXPECT_FALSE(GitService::parseISODate(QStringLiteral("2024-03-01")).has_value());
     EXPECT_FALSE(GitService::parseISODate(QStringLiteral("2024-03-01T09:20:30.5Z")).has_value());
@@ -100,8 +109,10 @@ TEST(GitRunner, DrainsLargeOutputOnBothStreamsWithoutDeadlock)
 {
     // 40 MB on stdout and 8 MB on stderr, interleaved: a runner that read one pipe to its end
     // before the other would hang here.
-    const ProcessResult result = runProcess(QStringLiteral("/bin/sh"),
-        {QStringLiteral("-c"), QStringLiteral("head -c 8000000 /dev/zero >&2 & head -c 40000000 /dev/zero; wait")});
+    const ProcessResult result = runProcess(
+        QStringLiteral("/bin/sh"),
+        {QStringLiteral("-c"),
+         QStringLiteral("head -c 8000000 /dev/zero >&2 & head -c 40000000 /dev/zero; wait")});
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardOutput.size(), 40000000);
     EXPECT_EQ(result.standardError.size(), 8000000);
@@ -112,7 +123,9 @@ TEST(GitRunner, ManyConcurrentRunsEachGetTheirOwnOutput)
     std::vector<std::future<ProcessResult>> runs;
     for (int i = 0; i < 24; ++i)
         runs.push_back(std::async(std::launch::async, [i] {
-            return runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("sleep 0.05; printf %1").arg(i)});
+            return runProcess(
+                QStringLiteral("/bin/sh"),
+                {QStringLiteral("-c"), QStringLiteral("sleep 0.05; printf %1").arg(i)});
         }));
     for (int i = 0; i < 24; ++i) {
         const ProcessResult result = runs[i].get();
@@ -123,6 +136,54 @@ TEST(GitRunner, ManyConcurrentRunsEachGetTheirOwnOutput)
 TEST(GitRunner, MissingProgramIsALaunchErrorAndExitStatusIsReported)
 {
     EXPECT_THROW(runProcess(QStringLiteral("/nonexistent/git"), {}), ProcessLaunchError);
-    EXPECT_EQ(runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("exit 7")}).exitStatus, 7);
-    EXPECT_EQ(runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("kill -9 $$")}).exitStatus, 128 + 9);
+    EXPECT_EQ(
+        runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("exit 7")})
+            .exitStatus,
+        7);
+    EXPECT_EQ(
+        runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("kill -9 $$")})
+            .exitStatus,
+        128 + 9);
+}
+
+TEST(GitRunner, FeedsStandardInputWhileDrainingOutput)
+{
+    // 20 MB through cat: the input can only be written whole if output is drained meanwhile.
+    QByteArray input(20 * 1024 * 1024, 'x');
+    input[123] = '\n';
+    ProcessOptions options;
+    options.input = input;
+    const ProcessResult result = runProcess(QStringLiteral("/bin/cat"), {}, options);
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardOutput, input);
+
+    options.input = QByteArray();
+    EXPECT_TRUE(runProcess(QStringLiteral("/bin/cat"), {}, options).standardOutput.isEmpty());
+}
+
+TEST(GitRunner, ChildThatStopsReadingEarlyDoesNotHurtTheParent)
+{
+    ProcessOptions options;
+    options.input = QByteArray(8 * 1024 * 1024, 'y');
+    const ProcessResult result = runProcess(QStringLiteral("/usr/bin/head"),
+                                            {QStringLiteral("-c"), QStringLiteral("3")}, options);
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardOutput, QByteArray("yyy"));
+}
+
+TEST(GitRunner, ThrowingSinkStopsTheChild)
+{
+    struct Enough
+    {
+    };
+    ProcessOptions options;
+    qsizetype received = 0;
+    options.sink = [&](const char *, qsizetype size) {
+        received += size;
+        if (received > 1024 * 1024)
+            throw Enough {};
+    };
+    // `yes` never ends by itself: only killing it lets this call return.
+    EXPECT_THROW(runProcess(QStringLiteral("/usr/bin/yes"), {}, options), Enough);
+    EXPECT_GT(received, 1024 * 1024);
 }
