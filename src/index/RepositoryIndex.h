@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -141,6 +142,17 @@ public:
      * @return the snapshot taken after the commit.
      */
     RepositoryIndexSnapshot apply(const RepositoryIndexBatch &batch);
+
+    /// @brief Hands each further commit to the writer of a running apply().
+    using CommitSource =
+        std::function<void(const std::function<void(const IndexedCommit &)> &insert)>;
+    /**
+     * @brief apply(), with more commits streamed in after batch.commits by @p moreCommits inside
+     * the same transaction, so a long import never holds the whole history in memory. An
+     * exception thrown by the source rolls everything back like any other failure.
+     */
+    RepositoryIndexSnapshot apply(const RepositoryIndexBatch &batch,
+                                  const CommitSource &moreCommits);
 
     /// @brief The hashes of every stored commit, reachable or not.
     QSet<QString> storedCommitHashes();

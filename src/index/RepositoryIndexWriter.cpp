@@ -299,6 +299,12 @@ qint64 wholeSeconds(double seconds)
 
 RepositoryIndexSnapshot RepositoryIndex::apply(const RepositoryIndexBatch &batch)
 {
+    return apply(batch, {});
+}
+
+RepositoryIndexSnapshot RepositoryIndex::apply(const RepositoryIndexBatch &batch,
+                                               const CommitSource &moreCommits)
+{
     std::lock_guard lock(m_mutex);
     const qint64 timestamp = wholeSeconds(batch.indexedAt);
     {
@@ -310,6 +316,8 @@ RepositoryIndexSnapshot RepositoryIndex::apply(const RepositoryIndexBatch &batch
             writer.replaceRefs(batch.refs, timestamp);
             for (const IndexedCommit &commit : batch.commits)
                 writer.insert(commit);
+            if (moreCommits)
+                moreCommits([&writer](const IndexedCommit &commit) { writer.insert(commit); });
             writer.markReachable(batch.reachableSHAs);
             writer.rebuildAggregates();
         }
