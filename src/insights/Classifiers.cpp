@@ -169,17 +169,20 @@ bool isWordCodePoint(char32_t codePoint)
     return QChar::isLetterOrNumber(codePoint) || QChar::isMark(codePoint);
 }
 
+// Below the combining marks there is one character per UTF-16 unit and nothing to normalise.
+bool isSimple(const QString &word)
+{
+    for (const QChar c : word) {
+        if (c.unicode() >= 0x0300)
+            return false;
+    }
+    return true;
+}
+
 // Length as the user sees it: a base letter with its combining marks, or a surrogate pair, is one.
 qsizetype characterCount(const QString &word)
 {
-    bool simple = true;
-    for (const QChar c : word) {
-        if (c.unicode() >= 0x0300) {
-            simple = false;
-            break;
-        }
-    }
-    if (simple)
+    if (isSimple(word))
         return word.size();
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, word);
     qsizetype count = 0;
@@ -231,7 +234,11 @@ QStringList significantWords(const QString &subject)
     const auto consider = [&](qsizetype start, qsizetype end) {
         if (end - start < 3)
             return;
-        const QString word = lowered.mid(start, end - start);
+        QString word = lowered.mid(start, end - start);
+        if (!isSimple(word)) {
+            // Canonically equivalent spellings (precomposed or with combining marks) are one word.
+            word = word.normalized(QString::NormalizationForm_C);
+        }
         if (characterCount(word) < 3 || stopWords().contains(word) || isInt64(word))
             return;
         words.append(word);

@@ -23,9 +23,10 @@ QString commitType(const QString &subject);
 /**
  * @brief The words of a subject worth counting, lower-cased, in order, repeats kept.
  *
- * Words are runs of letters, digits and combining marks of any script; a word is kept when it has
- * at least three characters (user-perceived, so a letter with its marks counts once), is not a
- * stop word and is not a decimal number that fits in 64 bits.
+ * Words are runs of letters, digits and combining marks of any script, in composed form (NFC)
+ * so that both spellings of an accented word count together. A word is kept when it has at least
+ * three characters (user-perceived: a letter with its marks counts once), is not a stop word and
+ * is not a decimal number that fits in 64 bits.
  */
 QStringList significantWords(const QString &subject);
 

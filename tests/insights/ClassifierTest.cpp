@@ -95,9 +95,9 @@ TEST(SignificantWords, LowerCasesAndSplitsOtherScripts)
 
 TEST(SignificantWords, CombiningMarksStayInsideWordsAndCountWithTheirLetter)
 {
-    // Decomposed accents belong to the word and a letter with its mark is one character.
-    EXPECT_EQ(words(u"Cafe\u0301 re\u0301sume\u0301"),
-              list({u"cafe\u0301", u"re\u0301sume\u0301"}));
+    // Decomposed accents belong to the word; both spellings of a word give its composed form.
+    EXPECT_EQ(words(u"Cafe\u0301 CAFÉ re\u0301sume\u0301"), list({u"café", u"café", u"résumé"}));
+    // A letter with a mark that has no composed form is still one character.
     EXPECT_EQ(words(u"e\u0301e\u0301 q\u0307q\u0307q\u0307"), list({u"q\u0307q\u0307q\u0307"}));
     // A mark right after a separator starts a word of its own character.
     EXPECT_EQ(words(u"-\u0301ab"), list({u"\u0301ab"}));
