@@ -6,9 +6,11 @@ QList<CommitFileChange> GitService::loadCommitChanges(const QString &repository,
                                                       const QString &commit) const
 {
     // The empty format is given twice; harmless, and it suppresses the commit header.
+    // --end-of-options: a "commit" such as --output=file must never be read as an option.
     const QString output
         = run({QStringLiteral("show"), QStringLiteral("--format="), QStringLiteral("--name-status"),
-               QStringLiteral("--find-renames"), QStringLiteral("--format="), commit},
+               QStringLiteral("--find-renames"), QStringLiteral("--format="),
+               QStringLiteral("--end-of-options"), commit},
               repository);
     QList<CommitFileChange> changes;
     for (const QString &line : nonEmptyLines(output)) {
@@ -28,7 +30,8 @@ QString GitService::loadCommitDiff(const QString &repository, const QString &com
 {
     return run({QStringLiteral("show"), QStringLiteral("--no-ext-diff"),
                 QStringLiteral("--no-color"), QStringLiteral("--format=fuller"),
-                QStringLiteral("--stat"), QStringLiteral("--patch"), commit},
+                QStringLiteral("--stat"), QStringLiteral("--patch"), QStringLiteral("--end-of-options"),
+                commit},
                repository);
 }
 

@@ -164,3 +164,16 @@ TEST(ChangeLoader, DiffLargerThanSixtyFourMegabytesComesBackWhole)
     EXPECT_TRUE(diff.endsWith(lastLine));
     EXPECT_EQ(diff.count(QStringLiteral("\n+0")), lineCount);
 }
+
+TEST(ChangeLoader, CommitThatLooksLikeAnOptionIsNeverReadAsOne)
+{
+    TestRepository repository;
+    repository.write(QStringLiteral("a.txt"), "a\n");
+    repository.commit(QStringLiteral("add a"));
+    const QString target = repository.filePath(QStringLiteral("written-by-git.txt"));
+    const QString option = QStringLiteral("--output=") + target;
+
+    EXPECT_THROW(GitService().loadCommitChanges(repository.path(), option), GitError);
+    EXPECT_THROW(GitService().loadCommitDiff(repository.path(), option), GitError);
+    EXPECT_FALSE(QFile::exists(target));
+}
