@@ -1,6 +1,7 @@
 // strataloom-cli: every question the application asks of a repository, answered as JSON.
 #include "GitProcess.h"
 #include "GitService.h"
+#include "IndexCommands.h"
 #include "JsonOutput.h"
 
 #include <QCoreApplication>
@@ -36,6 +37,7 @@ Commands:
   activity <repo> [--months N]       commits per day over recent months (default 12)
   changes  <repo> <commit>           files changed by a commit
   diff     <repo> <commit>           full text of a commit
+  index    <repo> [--index-dir DIR]  bring the repository's analytics index up to date
 
 Every command prints JSON on standard output, except diff, which prints git's text.
 Errors are one line on standard error with exit status 1; wrong usage exits with status 2.
@@ -54,6 +56,7 @@ struct Invocation
     QString repository;
     QStringList arguments;
     QHash<QString, int> numbers;
+    QHash<QString, QString> texts;
 
     int number(const QString &option, int fallback) const
     {
@@ -65,6 +68,7 @@ struct Command
 {
     QStringList argumentNames; ///< positional arguments after the repository
     QStringList numberOptions; ///< accepted --options taking a positive integer
+    QStringList textOptions; ///< accepted --options taking any text
     std::function<void(const Invocation &)> run;
 };
 
@@ -76,86 +80,90 @@ void printJson(const Json &json)
 
 const QHash<QString, Command> &commands()
 {
+    const QString limit = QStringLiteral("--limit");
+    const QString months = QStringLiteral("--months");
+    const QString indexDir = QStringLiteral("--index-dir");
     static const QHash<QString, Command> table {
         {QStringLiteral("summary"),
-         {{},
-          {},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().loadSummary(in.repository)));
-          }}},
+         {.run =
+              [](const Invocation &in) {
+                  printJson(toJson(GitService().loadSummary(in.repository)));
+              }}},
         {QStringLiteral("commits"),
-         {{},
-          {QStringLiteral("--limit")},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().loadCommits(
-                  in.repository, in.number(QStringLiteral("--limit"), 300))));
-          }}},
+         {.numberOptions = {limit},
+          .run =
+              [limit](const Invocation &in) {
+                  printJson(toJson(GitService().loadCommits(in.repository, in.number(limit, 300))));
+              }}},
         {QStringLiteral("graph"),
-         {{},
-          {QStringLiteral("--limit")},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().loadGraph(in.repository,
-                                                      in.number(QStringLiteral("--limit"), 500))));
-          }}},
+         {.numberOptions = {limit},
+          .run =
+              [limit](const Invocation &in) {
+                  printJson(toJson(GitService().loadGraph(in.repository, in.number(limit, 500))));
+              }}},
         {QStringLiteral("search"),
-         {{QStringLiteral("query")},
-          {},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().searchCommits(in.repository, in.arguments[0])));
-          }}},
+         {.argumentNames = {QStringLiteral("query")},
+          .run =
+              [](const Invocation &in) {
+                  printJson(toJson(GitService().searchCommits(in.repository, in.arguments[0])));
+              }}},
         {QStringLiteral("branches"),
-         {{},
-          {},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().loadBranches(in.repository)));
-          }}},
+         {.run =
+              [](const Invocation &in) {
+                  printJson(toJson(GitService().loadBranches(in.repository)));
+              }}},
         {QStringLiteral("tags"),
-         {{},
-          {},
-          [](const Invocation &in) { printJson(toJson(GitService().loadTags(in.repository))); }}},
+         {.run
+          = [](const Invocation &in) { printJson(toJson(GitService().loadTags(in.repository))); }}},
         {QStringLiteral("files"),
-         {{},
-          {},
-          [](const Invocation &in) { printJson(toJson(GitService().loadFiles(in.repository))); }}},
+         {.run =
+              [](const Invocation &in) {
+                  printJson(toJson(GitService().loadFiles(in.repository)));
+              }}},
         {QStringLiteral("file"),
-         {{QStringLiteral("path")},
-          {},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().loadFileDetails(in.repository, in.arguments[0])));
-          }}},
+         {.argumentNames = {QStringLiteral("path")},
+          .run =
+              [](const Invocation &in) {
+                  printJson(toJson(GitService().loadFileDetails(in.repository, in.arguments[0])));
+              }}},
         {QStringLiteral("authors"),
-         {{},
-          {},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().loadAuthorStats(in.repository)));
-          }}},
+         {.run =
+              [](const Invocation &in) {
+                  printJson(toJson(GitService().loadAuthorStats(in.repository)));
+              }}},
         {QStringLiteral("author"),
-         {{QStringLiteral("name")},
-          {},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().loadAuthorDetails(in.repository, in.arguments[0])));
-          }}},
+         {.argumentNames = {QStringLiteral("name")},
+          .run =
+              [](const Invocation &in) {
+                  printJson(toJson(GitService().loadAuthorDetails(in.repository, in.arguments[0])));
+              }}},
         {QStringLiteral("activity"),
-         {{},
-          {QStringLiteral("--months")},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().loadActivity(
-                  in.repository, in.number(QStringLiteral("--months"), 12))));
-          }}},
+         {.numberOptions = {months},
+          .run =
+              [months](const Invocation &in) {
+                  printJson(
+                      toJson(GitService().loadActivity(in.repository, in.number(months, 12))));
+              }}},
         {QStringLiteral("changes"),
-         {{QStringLiteral("commit")},
-          {},
-          [](const Invocation &in) {
-              printJson(toJson(GitService().loadCommitChanges(in.repository, in.arguments[0])));
-          }}},
+         {.argumentNames = {QStringLiteral("commit")},
+          .run =
+              [](const Invocation &in) {
+                  printJson(toJson(GitService().loadCommitChanges(in.repository, in.arguments[0])));
+              }}},
         {QStringLiteral("diff"),
-         {{QStringLiteral("commit")},
-          {},
-          [](const Invocation &in) {
-              const QByteArray text
-                  = GitService().loadCommitDiff(in.repository, in.arguments[0]).toUtf8();
-              std::fwrite(text.constData(), 1, text.size(), stdout);
-          }}},
+         {.argumentNames = {QStringLiteral("commit")},
+          .run =
+              [](const Invocation &in) {
+                  const QByteArray text
+                      = GitService().loadCommitDiff(in.repository, in.arguments[0]).toUtf8();
+                  std::fwrite(text.constData(), 1, text.size(), stdout);
+              }}},
+        {QStringLiteral("index"),
+         {.textOptions = {indexDir},
+          .run =
+              [indexDir](const Invocation &in) {
+                  printJson(cli::indexCommand(in.repository, in.texts.value(indexDir)));
+              }}},
     };
     return table;
 }
@@ -167,15 +175,21 @@ Invocation parse(const Command &command, const QStringList &words)
     for (qsizetype i = 0; i < words.size(); ++i) {
         const QString &word = words[i];
         if (word.startsWith(QLatin1String("--")) && word.size() > 2) {
-            if (!command.numberOptions.contains(word))
+            const bool isNumber = command.numberOptions.contains(word);
+            if (!isNumber && !command.textOptions.contains(word))
                 throw UsageError("unknown option " + word.toStdString());
             if (i + 1 >= words.size())
-                throw UsageError(word.toStdString() + " needs a number");
-            bool ok = false;
-            const int value = words[++i].toInt(&ok);
-            if (!ok || value <= 0)
-                throw UsageError(word.toStdString() + " needs a positive whole number");
-            invocation.numbers.insert(word, value);
+                throw UsageError(word.toStdString() + " needs a value");
+            const QString value = words[++i];
+            if (isNumber) {
+                bool ok = false;
+                const int number = value.toInt(&ok);
+                if (!ok || number <= 0)
+                    throw UsageError(word.toStdString() + " needs a positive whole number");
+                invocation.numbers.insert(word, number);
+            } else {
+                invocation.texts.insert(word, value);
+            }
         } else {
             positional << word;
         }

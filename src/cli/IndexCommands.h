@@ -1,0 +1,13 @@
+#pragma once
+
+#include "JsonOutput.h"
+
+#include <QString>
+
+namespace strataloom::cli {
+
+/// @brief Synchronises the index of @p repository (in @p indexDirectory when not empty) and
+/// describes what happened: importedCommits, wasUpToDate and the snapshot.
+Json indexCommand(const QString &repository, const QString &indexDirectory);
+
+} // namespace strataloom::cli
