@@ -5,6 +5,14 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <ostream>
+
+/// @brief Lets GoogleTest print QString values as text in failure messages.
+inline void PrintTo(const QString &text, std::ostream *out)
+{
+    *out << '"' << text.toStdString() << '"';
+}
+
 /**
  * @brief A git repository in a temporary folder for one test, with fixed dates and identities.
  *
