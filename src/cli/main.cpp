@@ -3,6 +3,7 @@
 #include "GitService.h"
 #include "IndexCommands.h"
 #include "JsonOutput.h"
+#include "ScanCommand.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -38,6 +39,7 @@ Commands:
   changes  <repo> <commit>           files changed by a commit
   diff     <repo> <commit>           full text of a commit
   index    <repo> [--index-dir DIR]  bring the repository's analytics index up to date
+  scan     [<home>]                  repositories under a home folder (default: your home)
 
 Every command prints JSON on standard output, except diff, which prints git's text.
 Errors are one line on standard error with exit status 1; wrong usage exits with status 2.
@@ -241,6 +243,10 @@ int main(int argc, char **argv)
         std::printf("strataloom-cli %s\n", STRATALOOM_VERSION);
         return 0;
     }
+
+    // scan takes a folder to search, not a repository: it parses its own arguments.
+    if (!words.isEmpty() && words[0] == QLatin1String("scan"))
+        return cli::runScanCommand(words.mid(1));
 
     const auto entry = words.isEmpty() ? commands().constEnd() : commands().constFind(words[0]);
     if (entry == commands().constEnd()) {

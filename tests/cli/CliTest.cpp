@@ -62,6 +62,8 @@ QList<QStringList> everyCommand(const QString &repository, const QString &commit
         {QStringLiteral("activity"), repository},
         {QStringLiteral("changes"), repository, commit},
         {QStringLiteral("diff"), repository, commit},
+        {QStringLiteral("index"), repository},
+        {QStringLiteral("scan"), repository},
     };
 }
 
