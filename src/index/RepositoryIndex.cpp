@@ -138,6 +138,9 @@ void RepositoryIndex::migrate()
     m_database->execute(QStringLiteral("PRAGMA journal_mode = WAL"));
     m_database->execute(QStringLiteral("PRAGMA synchronous = NORMAL"));
     m_database->execute(QStringLiteral("PRAGMA foreign_keys = ON"));
+    // A first import writes tens of megabytes in one transaction; with the default cache of
+    // 2 MB most pages would go to the journal several times before the commit. Per connection.
+    m_database->execute(QStringLiteral("PRAGMA cache_size = -65536"));
 
     SQLiteTransaction transaction(*m_database);
     m_database->execute(QString::fromUtf8(schema));

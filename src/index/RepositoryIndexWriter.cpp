@@ -4,21 +4,22 @@
 
 #include <QHash>
 
+#include <sqlite3.h>
+
 #include <cmath>
 #include <stdexcept>
+#include <unordered_set>
 
 namespace strataloom {
 
 namespace {
 
-const QString insertCommitSQL = QStringLiteral(
-    "INSERT INTO commits(\n"
-    "    sha, author_alias_id, committer_name, committer_email,\n"
-    "    author_time, committer_time, subject, body, is_merge, is_reachable\n"
-    ") VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, 1)\n"
-    "ON CONFLICT(sha) DO UPDATE SET is_reachable = 1\n"
-    // Gives the id on both paths of the upsert, which saves a lookup by hash per commit.
-    "RETURNING id");
+const QString insertCommitSQL
+    = QStringLiteral("INSERT INTO commits(\n"
+                     "    sha, author_alias_id, committer_name, committer_email,\n"
+                     "    author_time, committer_time, subject, body, is_merge, is_reachable\n"
+                     ") VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, 1)\n"
+                     "ON CONFLICT(sha) DO UPDATE SET is_reachable = 1");
 
 const QString insertCommitFileSQL = QStringLiteral(
     "INSERT OR REPLACE INTO commit_files(\n"
@@ -74,6 +75,7 @@ public:
         , m_aliasID(database.statement(
               QStringLiteral("SELECT id FROM author_aliases WHERE name = ? AND email = ?")))
         , m_insertCommit(database.statement(insertCommitSQL))
+        , m_commitID(database.statement(QStringLiteral("SELECT id FROM commits WHERE sha = ?")))
         , m_insertParent(database.statement(QStringLiteral(
               "INSERT OR REPLACE INTO commit_parents(commit_id, parent_sha, position) "
               "VALUES(?, ?, ?)")))
@@ -133,11 +135,14 @@ public:
         m_insertCommit.bindText(commit.subject, 7);
         m_insertCommit.bindText(commit.body, 8);
         m_insertCommit.bind(flag(commit.parents.size() >= 2), 9);
-        if (!m_insertCommit.step())
-            throw SQLiteError::step(QStringLiteral("Missing row in commits"));
-        const qint64 commitID = m_insertCommit.columnInt64(0);
-        m_insertCommit.step(); // runs the statement to its end before it is rewound
-        m_insertCommit.reset();
+        // A fresh row reports its id through last_insert_rowid (never 0 here: ids start at 1);
+        // only a hash that is already stored takes the update path and needs the lookup.
+        sqlite3_set_last_insert_rowid(m_database.handle(), 0);
+        run(m_insertCommit);
+        qint64 commitID = sqlite3_last_insert_rowid(m_database.handle());
+        if (commitID == 0)
+            commitID = rowID(m_commitID, commit.sha, QStringLiteral("commits"));
+        m_inserted.insert(commit.sha);
 
         for (qsizetype position = 0; position < commit.parents.size(); ++position) {
             m_insertParent.bind(commitID, 1);
@@ -162,12 +167,28 @@ public:
             run(m_insertCommitFile);
         }
 
-        m_insertSearch.bindText(commit.sha, 1);
-        m_insertSearch.bindText(commit.subject, 2);
-        m_insertSearch.bindText(commit.body, 3);
-        m_insertSearch.bindText(commit.authorName, 4);
-        m_insertSearch.bindText(commit.authorEmail, 5);
-        run(m_insertSearch);
+        // The search rows go in later, in runs, in the same order and so with the same rowids:
+        // FTS5 flushes its pending terms whenever another statement opens a savepoint, so one
+        // search row between each commit's other rows would leave a tiny segment per commit
+        // and make a large import several times slower.
+        m_pendingSearch.append(
+            {commit.sha, commit.subject, commit.body, commit.authorName, commit.authorEmail});
+        if (m_pendingSearch.size() >= searchRunLength)
+            flushSearchRows();
+    }
+
+    /// Writes the search rows still pending; called once more after the last commit.
+    void flushSearchRows()
+    {
+        for (const PendingSearchRow &row : std::as_const(m_pendingSearch)) {
+            m_insertSearch.bindText(row.sha, 1);
+            m_insertSearch.bindText(row.subject, 2);
+            m_insertSearch.bindText(row.body, 3);
+            m_insertSearch.bindText(row.author, 4);
+            m_insertSearch.bindText(row.email, 5);
+            run(m_insertSearch);
+        }
+        m_pendingSearch.clear();
     }
 
     void markReachable(const QSet<QString> &shas)
@@ -175,6 +196,9 @@ public:
         SQLiteStatement update = m_database.statement(
             QStringLiteral("UPDATE commits SET is_reachable = 1 WHERE sha = ?"));
         for (const QString &sha : shas) {
+            // Commits written by insert() in this apply are marked already.
+            if (m_inserted.contains(sha))
+                continue;
             update.bindText(sha, 1);
             run(update);
         }
@@ -242,8 +266,12 @@ private:
     }
 
     // Inserted once and then ignored: both hashes stay those of the first commit with the pair.
+    // A pair already seen in this apply is certain to be ignored, so it is not sent again.
     void insertFilePath(qint64 fileID, const QString &path, const QString &sha)
     {
+        const auto [seen, inserted] = m_filePaths.insert(std::make_pair(fileID, path));
+        if (!inserted)
+            return;
         m_insertFilePath.bind(fileID, 1);
         m_insertFilePath.bindText(path, 2);
         m_insertFilePath.bindText(sha, 3);
@@ -263,6 +291,20 @@ private:
         return id;
     }
 
+    struct PendingSearchRow
+    {
+        QString sha, subject, body, author, email;
+    };
+    static constexpr qsizetype searchRunLength = 4096;
+
+    struct FilePathHash
+    {
+        size_t operator()(const std::pair<qint64, QString> &pair) const
+        {
+            return qHash(pair.second, size_t(pair.first));
+        }
+    };
+
     struct CachedFile
     {
         qint64 id;
@@ -275,15 +317,19 @@ private:
     SQLiteStatement m_insertAlias;
     SQLiteStatement m_aliasID;
     SQLiteStatement m_insertCommit;
+    SQLiteStatement m_commitID;
     SQLiteStatement m_insertParent;
     SQLiteStatement m_upsertFile;
     SQLiteStatement m_fileID;
     SQLiteStatement m_insertFilePath;
     SQLiteStatement m_insertCommitFile;
     SQLiteStatement m_insertSearch;
+    QList<PendingSearchRow> m_pendingSearch;
+    QSet<QString> m_inserted;
     QHash<QString, qint64> m_authors;
     QHash<std::pair<QString, QString>, qint64> m_aliases;
     QHash<QString, CachedFile> m_files;
+    std::unordered_set<std::pair<qint64, QString>, FilePathHash> m_filePaths;
 };
 
 qint64 wholeSeconds(double seconds)
@@ -294,6 +340,35 @@ qint64 wholeSeconds(double seconds)
         throw std::out_of_range("Index time out of range");
     return qint64(seconds);
 }
+
+/**
+ * Switches foreign key enforcement off for the life of one write and back on afterwards.
+ *
+ * The writer binds only ids it has just read from the parent tables inside its own immediate
+ * transaction, and deletes no row that others refer to, so the checks could never fail there;
+ * they cost a fifth of a large import. The pragma has no effect inside a transaction, hence
+ * the guard lives outside it.
+ */
+class ForeignKeysOffGuard
+{
+public:
+    explicit ForeignKeysOffGuard(SQLiteDatabase &database)
+        : m_database(database)
+    {
+        m_database.execute(QStringLiteral("PRAGMA foreign_keys = OFF"));
+    }
+    ~ForeignKeysOffGuard()
+    {
+        try {
+            m_database.execute(QStringLiteral("PRAGMA foreign_keys = ON"));
+        } catch (...) {
+            // Fails only on a connection that is unusable anyway.
+        }
+    }
+
+private:
+    SQLiteDatabase &m_database;
+};
 
 } // namespace
 
@@ -308,6 +383,7 @@ RepositoryIndexSnapshot RepositoryIndex::apply(const RepositoryIndexBatch &batch
     std::lock_guard lock(m_mutex);
     const qint64 timestamp = wholeSeconds(batch.indexedAt);
     {
+        const ForeignKeysOffGuard foreignKeysOff(*m_database);
         // Declared first, destroyed last: the statements are finalised before any rollback.
         SQLiteTransaction transaction(*m_database);
         {
@@ -318,6 +394,7 @@ RepositoryIndexSnapshot RepositoryIndex::apply(const RepositoryIndexBatch &batch
                 writer.insert(commit);
             if (moreCommits)
                 moreCommits([&writer](const IndexedCommit &commit) { writer.insert(commit); });
+            writer.flushSearchRows();
             writer.markReachable(batch.reachableSHAs);
             writer.rebuildAggregates();
         }

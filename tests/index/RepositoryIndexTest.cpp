@@ -526,3 +526,68 @@ TEST_F(RepositoryIndexTest, CallsFromSeveralThreadsRunOneAtATime)
     EXPECT_EQ(index.count("commits"), 2 * rounds);
     EXPECT_EQ(index.count("commit_search"), 2 * rounds);
 }
+
+TEST_F(RepositoryIndexTest, WritesKeepForeignKeysConsistentAndEnforcedAfterwards)
+{
+    RepositoryIndex index(databasePath());
+    IndexedFileChange rename = change("b", 1, 1, "R090");
+    rename.oldPath = QStringLiteral("a");
+    index.apply(batch({commit("c1", {}, day0, {change("a", 1, 0, "A")}),
+                       commit("c2", {"c1"}, day0, {rename}, "Grace", "grace@example.com")},
+                      {"c1", "c2"}, {ref("main", "branch", "c2")}, "f"));
+    EXPECT_EQ(rows(index, "PRAGMA foreign_key_check"), QStringList());
+    EXPECT_EQ(value(index, "PRAGMA foreign_keys"), QStringLiteral("1"));
+
+    const auto failing = batch({commit("c3", {}, day0)}, {"c3"}, {}, "g");
+    index.read([](SQLiteDatabase &database) {
+        database.execute("CREATE TRIGGER reject BEFORE INSERT ON commits "
+                         "BEGIN SELECT RAISE(ABORT, 'rejected commit'); END");
+    });
+    EXPECT_THROW(index.apply(failing), SQLiteError);
+    EXPECT_EQ(value(index, "PRAGMA foreign_keys"), QStringLiteral("1"));
+}
+
+TEST_F(RepositoryIndexTest, ACommitHandedOverAgainJoinsItsStoredRow)
+{
+    RepositoryIndex index(databasePath());
+    index.apply(batch({commit("c1", {}, day0, {change("a", 1, 0, "A")})}, {"c1"}, {}, "f"));
+    index.apply(batch({}, {}, {}, "g")); // c1 unreachable now
+    // Another commit makes the next fresh id differ from c1's, so a wrong id would show.
+    index.apply(batch({commit("c2", {}, day0)}, {"c2"}, {}, "h"));
+    index.apply(batch({commit("c1", {"p"}, day0, {change("b", 2, 0, "A")})}, {"c2"}, {}, "i"));
+    EXPECT_EQ(rows(index,
+                   "SELECT c.id, c.sha, c.is_reachable, "
+                   "(SELECT group_concat(parent_sha) FROM commit_parents WHERE commit_id = c.id), "
+                   "(SELECT COUNT(*) FROM commit_files WHERE commit_id = c.id) "
+                   "FROM commits c ORDER BY c.id"),
+              QStringList({"1|c1|1|p|2", "2|c2|1|NULL|0"}));
+    // One more search row, as for any commit handed over.
+    EXPECT_EQ(index.count("commit_search", "sha = 'c1'"), 2);
+}
+
+TEST_F(RepositoryIndexTest, StreamedCommitsAreWrittenLikeListedOnes)
+{
+    RepositoryIndex index(databasePath());
+    constexpr int streamed = 9000; // more than one run of deferred search rows
+    QStringList reachable = {"listed"};
+    for (int number = 0; number < streamed; ++number)
+        reachable << QStringLiteral("s%1").arg(number);
+    const RepositoryIndexSnapshot snapshot = index.apply(
+        batch({commit("listed", {}, day0, {change("a", 1, 0, "A")})}, reachable, {}, "f"),
+        [](const std::function<void(const IndexedCommit &)> &insert) {
+            for (int number = 0; number < streamed; ++number) {
+                const QString sha = QStringLiteral("s%1").arg(number);
+                insert(commit(sha, {}, day0 + number * 60, {change("a", 1, 1)}));
+            }
+        });
+    EXPECT_EQ(snapshot.commits, streamed + 1);
+    EXPECT_EQ(snapshot.changes, streamed + 1);
+    // One search row per commit, in the order the commits came, matching their text.
+    EXPECT_EQ(index.count("commit_search"), streamed + 1);
+    EXPECT_EQ(value(index,
+                    "SELECT COUNT(*) FROM commit_search s JOIN commits c ON c.id = s.rowid "
+                    "AND c.sha = s.sha AND c.subject = s.subject"),
+              QString::number(streamed + 1));
+    EXPECT_EQ(rows(index, "SELECT sha FROM commit_search WHERE commit_search MATCH 's8999'"),
+              QStringList({"s8999"}));
+}
