@@ -1,5 +1,6 @@
 #pragma once
 
+#include "InsightRecords.h"
 #include "RepositoryIndex.h"
 
 #include <QDateTime>
@@ -17,6 +18,17 @@ inline void PrintTo(const QString &text, std::ostream *out)
 }
 
 namespace strataloom {
+
+inline void PrintTo(const IndexedCoChangeInsight &pair, std::ostream *out)
+{
+    *out << pair.firstPath.toStdString() << " + " << pair.secondPath.toStdString() << ": "
+         << pair.commits;
+}
+
+inline void PrintTo(const IndexedNamedCount &count, std::ostream *out)
+{
+    *out << count.name.toStdString() << ": " << count.count;
+}
 
 /// @brief Seconds since 1970 of an ISO-8601 UTC text ("2024-03-01T09:20:30Z").
 inline qint64 at(const char *iso)

@@ -1,3 +1,7 @@
+// The insights computed query by query, exactly as the queries were first written. The library
+// computes the same values from one read of each table; tests and the benchmark compare the two.
+#include "ReferenceInsights.h"
+
 #include "RepositoryInsights.h"
 
 #include "Classifiers.h"
@@ -5,14 +9,26 @@
 #include "SQLite.h"
 
 #include <QHash>
+#include <QRegularExpression>
 
 #include <algorithm>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
-namespace strataloom {
+namespace strataloom::reference {
 
 namespace {
+
+bool limitsOff = false;
+
+// The query as written, or without its LIMIT clause to see every row that ties at the cut.
+SQLiteStatement prepare(SQLiteDatabase &database, QString sql)
+{
+    if (limitsOff)
+        sql.remove(QRegularExpression(QStringLiteral("\\nLIMIT \\d+$")));
+    return database.statement(sql);
+}
 
 std::optional<QDateTime> dateFromSeconds(qint64 seconds)
 {
@@ -79,7 +95,7 @@ struct Summary
 
 Summary loadSummary(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT COUNT(*), COALESCE(SUM(is_merge), 0),
        COALESCE(SUM(CASE WHEN lower(subject) LIKE 'revert%' THEN 1 ELSE 0 END), 0),
        MIN(author_time), MAX(author_time),
@@ -101,7 +117,7 @@ FROM commits WHERE is_reachable = 1)"));
 
 void loadLineTotals(SQLiteDatabase &database, RepositoryAnalyticsInsights &result)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
        COALESCE(SUM(CASE WHEN cf.status LIKE 'A%' THEN 1 ELSE 0 END), 0),
        COALESCE(SUM(CASE WHEN cf.status LIKE 'D%' THEN 1 ELSE 0 END), 0),
@@ -121,7 +137,7 @@ WHERE c.is_reachable = 1)"));
 
 QList<IndexedAuthorInsight> loadAuthors(SQLiteDatabase &database, qint64 totalCommits)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT a.canonical_name, COUNT(DISTINCT c.id),
        COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
        MIN(c.author_time), MAX(c.author_time)
@@ -145,7 +161,7 @@ ORDER BY COUNT(DISTINCT c.id) DESC, a.canonical_name COLLATE NOCASE)"));
 
 QList<IndexedFileInsight> loadHotspots(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT f.current_path, COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id),
        COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
        MIN(c.author_time), MAX(c.author_time)
@@ -198,7 +214,7 @@ qint64 loadLongestGapDays(SQLiteDatabase &database)
 
 QList<IndexedDirectoryInsight> loadDirectories(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT CASE WHEN instr(f.current_path, '/') > 0
             THEN substr(f.current_path, 1, instr(f.current_path, '/') - 1)
             ELSE '(root)' END AS directory,
@@ -223,7 +239,7 @@ LIMIT 20)"));
 
 QList<IndexedTechnologyInsight> loadTechnologies(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT f.current_path, COUNT(DISTINCT c.id),
        COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
 FROM files f
@@ -254,7 +270,7 @@ GROUP BY f.id, f.current_path)"));
 
 QList<IndexedCommitSizeInsight> loadLargestCommits(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT c.sha, c.subject, a.canonical_name, c.author_time,
        COUNT(cf.file_id), COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
 FROM commits c
@@ -277,7 +293,7 @@ LIMIT 12)"));
 
 QList<IndexedBranchInsight> loadBranches(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT r.name, r.is_remote, c.author_time
 FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
 WHERE r.kind = 'branch'
@@ -292,7 +308,7 @@ ORDER BY r.is_remote, r.name COLLATE NOCASE)"));
 
 QList<IndexedTagInsight> loadTags(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT r.name, c.author_time
 FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
 WHERE r.kind = 'tag'
@@ -307,7 +323,7 @@ ORDER BY c.author_time, r.name COLLATE NOCASE)"));
 
 QList<IndexedNamedCount> loadEmailDomains(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT lower(substr(aa.email, instr(aa.email, '@') + 1)), COUNT(DISTINCT c.id)
 FROM author_aliases aa JOIN commits c ON c.author_alias_id = aa.id
 WHERE c.is_reachable = 1 AND instr(aa.email, '@') > 0
@@ -322,53 +338,9 @@ LIMIT 12)"));
 
 } // namespace
 
-QList<IndexedActivityInsight> loadActivity(SQLiteDatabase &database, const QString &grouping)
+QList<IndexedCoChangeInsight> coChanges(SQLiteDatabase &database)
 {
-    SQLiteStatement statement
-        = database.statement(QStringLiteral("SELECT strftime('") + grouping
-                             + QStringLiteral(R"(', c.author_time, 'unixepoch') AS period,
-       COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
-FROM commits c LEFT JOIN commit_files cf ON cf.commit_id = c.id
-WHERE c.is_reachable = 1
-GROUP BY period
-ORDER BY period)"));
-    QList<IndexedActivityInsight> points;
-    while (statement.step()) {
-        const QString label = textOr(statement, 0, QStringLiteral("Unknown"));
-        points.append({label, periodDate(label), statement.columnInt64(1), statement.columnInt64(2),
-                       statement.columnInt64(3)});
-    }
-    return points;
-}
-
-double contributorTrend(SQLiteDatabase &database, const std::optional<QDateTime> &firstCommitAt,
-                        const std::optional<QDateTime> &lastCommitAt)
-{
-    if (!firstCommitAt || !lastCommitAt || *lastCommitAt <= *firstCommitAt)
-        return 0;
-    const double first = double(firstCommitAt->toSecsSinceEpoch());
-    const double last = double(lastCommitAt->toSecsSinceEpoch());
-    const auto middle = qint64((first + last) / 2);
-
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
-SELECT COUNT(DISTINCT CASE WHEN c.author_time < ? THEN aa.author_id END),
-       COUNT(DISTINCT CASE WHEN c.author_time >= ? THEN aa.author_id END)
-FROM commits c JOIN author_aliases aa ON aa.id = c.author_alias_id
-WHERE c.is_reachable = 1)"));
-    statement.bind(middle, 1);
-    statement.bind(middle, 2);
-    if (!statement.step())
-        return 0;
-    const qint64 before = statement.columnInt64(0);
-    const qint64 after = statement.columnInt64(1);
-    if (before < 1)
-        return after >= 1 ? 100 : 0;
-    return double(after - before) / double(before) * 100;
-}
-
-QList<IndexedCoChangeInsight> loadCoChanges(SQLiteDatabase &database)
-{
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
 SELECT f1.current_path, f2.current_path, COUNT(*)
 FROM commit_files a
 JOIN commit_files b ON b.commit_id = a.commit_id AND b.file_id > a.file_id
@@ -388,13 +360,11 @@ LIMIT 15)"));
     return pairs;
 }
 
-RepositoryAnalyticsInsights insights(RepositoryIndex &index)
+RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool withoutLimits)
 {
-    return index.read([](SQLiteDatabase &database) { return insights(database); });
-}
-
-RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
-{
+    limitsOff = withoutLimits;
+    const std::unique_ptr<bool, void (*)(bool *)> restore(&limitsOff,
+                                                          [](bool *flag) { *flag = false; });
     RepositoryAnalyticsInsights result;
 
     const Summary summary = loadSummary(database);
@@ -446,7 +416,7 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
 
     result.directories = loadDirectories(database);
     result.technologies = loadTechnologies(database);
-    result.coChanges = loadCoChanges(database);
+    result.coChanges = coChanges(database);
     result.largestCommits = loadLargestCommits(database);
 
     result.branches = loadBranches(database);
@@ -469,4 +439,4 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
     return result;
 }
 
-} // namespace strataloom
+} // namespace strataloom::reference

@@ -480,6 +480,19 @@ TEST(RepositoryInsights, CommitTypesAndWordsSortByCountThenText)
                                          {QString::fromUtf16(u"исправить"), 1}}));
 }
 
+TEST(RepositoryInsights, EqualWordCountsSortByCodePoint)
+{
+    HistoryBuilder history;
+    // Fullwidth letters (U+FF41) come before mathematical ones (U+1D400) by code point.
+    history.commit(QString::fromUtf16(u"\U0001D400\U0001D401\U0001D402 \uFF41\uFF42\uFF43 zzz"),
+                   at("2024-01-01T00:00:00Z"));
+    EXPECT_EQ(
+        insightsOf(history).commonWords,
+        (QList<IndexedNamedCount> {{QStringLiteral("zzz"), 1},
+                                   {QString::fromUtf16(u"\uFF41\uFF42\uFF43"), 1},
+                                   {QString::fromUtf16(u"\U0001D400\U0001D401\U0001D402"), 1}}));
+}
+
 TEST(RepositoryInsights, CommonWordsStopAtFifteen)
 {
     HistoryBuilder history;
