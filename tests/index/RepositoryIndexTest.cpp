@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -106,6 +107,46 @@ QString value(RepositoryIndex &index, const QString &sql)
 QDateTime at(double seconds)
 {
     return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(seconds * 1000)), Qt::UTC);
+}
+
+/**
+ * Runs @p work in a child process as a user without write access to files it does not own
+ * (root's permission checks would let every write through) and returns what it reports.
+ * A crash of the child fails the test instead of the whole binary.
+ */
+QString inUnprivilegedChild(const std::function<QString()> &work)
+{
+    int channel[2];
+    if (::pipe(channel) != 0)
+        return QStringLiteral("<no pipe>");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::close(channel[0]);
+        QString report;
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) {
+            report = QStringLiteral("<cannot drop privileges>");
+        } else {
+            try {
+                report = work();
+            } catch (const std::exception &error) {
+                report = QStringLiteral("<unexpected: %1>").arg(QString::fromUtf8(error.what()));
+            }
+        }
+        const QByteArray bytes = report.toUtf8();
+        [[maybe_unused]] const auto written = ::write(channel[1], bytes.constData(), bytes.size());
+        ::_exit(0);
+    }
+    ::close(channel[1]);
+    QByteArray bytes;
+    char buffer[4096];
+    for (ssize_t count; (count = ::read(channel[0], buffer, sizeof buffer)) > 0;)
+        bytes.append(buffer, count);
+    ::close(channel[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (!WIFEXITED(status))
+        return QStringLiteral("<child crashed>");
+    return QString::fromUtf8(bytes);
 }
 
 class RepositoryIndexTest : public ::testing::Test
@@ -590,4 +631,132 @@ TEST_F(RepositoryIndexTest, StreamedCommitsAreWrittenLikeListedOnes)
               QString::number(streamed + 1));
     EXPECT_EQ(rows(index, "SELECT sha FROM commit_search WHERE commit_search MATCH 's8999'"),
               QStringList({"s8999"}));
+}
+
+// Bad storage
+
+TEST_F(RepositoryIndexTest, GarbageFileIsReportedAndLeftAlone)
+{
+    QByteArray garbage;
+    for (int number = 0; number < 8192; ++number)
+        garbage.append(char((number * 7919) % 251));
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(databasePath()).path()));
+    QFile file(databasePath());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(garbage);
+    file.close();
+
+    try {
+        RepositoryIndex index(databasePath());
+        FAIL() << "garbage was opened as an index";
+    } catch (const SQLiteError &error) {
+        EXPECT_EQ(error.description(),
+                  QStringLiteral("SQLite execution failed: file is not a database "
+                                 "[PRAGMA journal_mode = WAL]"));
+    }
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), garbage);
+}
+
+TEST_F(RepositoryIndexTest, BaseFolderUnderARegularFileNamesTheFolder)
+{
+    QFile blocker(m_folder.filePath("blocker"));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    const QString path
+        = RepositoryIndexLocation::databasePath("/src/repo/.git", blocker.fileName());
+    try {
+        RepositoryIndex index(path);
+        FAIL() << "an index was created under a regular file";
+    } catch (const FileSystemError &error) {
+        EXPECT_EQ(error.path(), QFileInfo(path).path());
+        EXPECT_TRUE(error.message().startsWith("Unable to create folder \"" + blocker.fileName()))
+            << error.message().toStdString();
+        EXPECT_TRUE(error.message().endsWith(": Not a directory")) << error.message().toStdString();
+    }
+}
+
+TEST_F(RepositoryIndexTest, ReadOnlyBaseFolderIsReportedNotCrashed)
+{
+    // An index written earlier, then the whole base made read-only.
+    const QString base = m_folder.filePath("base");
+    const QString existing = RepositoryIndexLocation::databasePath("/src/old/.git", base);
+    {
+        RepositoryIndex index(existing);
+        index.apply(batch({commit("c1", {}, day0)}, {"c1"}, {}, "f"));
+    }
+    const QString fresh = RepositoryIndexLocation::databasePath("/src/new/.git", base);
+    ASSERT_EQ(::chmod(QFile::encodeName(m_folder.path()).constData(), 0755), 0);
+    ASSERT_EQ(::chmod(QFile::encodeName(base).constData(), 0555), 0);
+    ASSERT_EQ(::chmod(QFile::encodeName(QFileInfo(existing).path()).constData(), 0555), 0);
+
+    const QString report = inUnprivilegedChild([&] {
+        QString result;
+        try {
+            RepositoryIndex index(fresh);
+            result += "opened fresh;";
+        } catch (const FileSystemError &error) {
+            result += error.message() + ';';
+        }
+        try {
+            RepositoryIndex index(existing);
+            index.apply(batch({commit("c2", {}, day0)}, {"c1", "c2"}, {}, "g"));
+            result += "wrote existing";
+        } catch (const SQLiteError &error) {
+            result += "SQLiteError: " + error.description();
+        }
+        return result;
+    });
+    ::chmod(QFile::encodeName(base).constData(), 0755);
+    ::chmod(QFile::encodeName(QFileInfo(existing).path()).constData(), 0755);
+
+    const QStringList parts = report.split(';');
+    ASSERT_EQ(parts.size(), 2) << report.toStdString();
+    EXPECT_EQ(parts[0],
+              QStringLiteral("Unable to create folder \"%1\": Permission denied")
+                  .arg(QFileInfo(fresh).path()));
+    EXPECT_TRUE(parts[1].startsWith("SQLiteError: ")) << report.toStdString();
+    EXPECT_GT(parts[1].size(), 20) << report.toStdString();
+
+    RepositoryIndex index(existing);
+    EXPECT_EQ(index.storedCommitHashes(), QSet<QString>({"c1"}));
+}
+
+TEST_F(RepositoryIndexTest, FullDiskLeavesTheEarlierIndexWhole)
+{
+    RepositoryIndexSnapshot before;
+    {
+        RepositoryIndex index(databasePath());
+        before = index.apply(batch({commit("c0", {}, day0, {change("a", 1, 0, "A")})}, {"c0"},
+                                   {ref("main", "branch", "c0")}, "old", 1700000000.0));
+        // The disk fills up a few pages into the next write.
+        index.read([](SQLiteDatabase &database) {
+            SQLiteStatement pages = database.statement("PRAGMA page_count");
+            pages.step();
+            database.execute(
+                QStringLiteral("PRAGMA max_page_count = %1").arg(pages.columnInt64(0) + 4));
+        });
+        QList<IndexedCommit> commits;
+        QStringList reachable = {"c0"};
+        for (int number = 1; number <= 500; ++number) {
+            IndexedCommit large = commit(QStringLiteral("c%1").arg(number), {"c0"}, day0,
+                                         {change(QStringLiteral("file%1").arg(number), 1, 0)});
+            large.body = QString(2000, QLatin1Char('x'));
+            commits << large;
+            reachable << large.sha;
+        }
+        try {
+            index.apply(batch(commits, reachable, {ref("next", "branch", "c1")}, "new"));
+            FAIL() << "the write fit";
+        } catch (const SQLiteError &error) {
+            EXPECT_TRUE(error.description().contains("database or disk is full"))
+                << error.description().toStdString();
+        }
+        EXPECT_EQ(index.snapshot(), before);
+    }
+    RepositoryIndex reopened(databasePath());
+    EXPECT_EQ(reopened.snapshot(), before);
+    EXPECT_EQ(reopened.storedCommitHashes(), QSet<QString>({"c0"}));
+    EXPECT_EQ(reopened.metadata("ref_fingerprint"), QStringLiteral("old"));
+    EXPECT_EQ(rows(reopened, "PRAGMA integrity_check"), QStringList({"ok"}));
 }
