@@ -1,5 +1,7 @@
 #include "RepositoryIndex.h"
 
+#include "IndexFileLock.h"
+
 #include <charconv>
 #include <cmath>
 
@@ -126,8 +128,13 @@ CREATE INDEX IF NOT EXISTS author_aliases_author_idx ON author_aliases(author_id
 
 RepositoryIndex::RepositoryIndex(const QString &databasePath)
     : m_databasePath(databasePath)
-    , m_database(std::make_unique<SQLiteDatabase>(databasePath))
 {
+    // Opening also creates the folder, where the lock file goes. Switching a new file to WAL
+    // fails at once, without SQLite's busy wait, while another process sets up or writes the
+    // same index: the setup therefore waits for the other process's lock.
+    auto database = std::make_unique<SQLiteDatabase>(databasePath);
+    const IndexFileLock lock(databasePath);
+    m_database = std::move(database);
     migrate();
 }
 

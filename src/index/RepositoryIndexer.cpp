@@ -3,42 +3,15 @@
 #include "CommitLogParser.h"
 #include "GitProcess.h"
 #include "GitService.h"
+#include "IndexFileLock.h"
 
 #include <QDateTime>
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 namespace strataloom {
 
 namespace {
-
-// An exclusive lock on a file beside the database, held for a whole synchronisation so that a
-// second process waits instead of timing out on SQLite's write lock during a long import.
-class ProcessLock
-{
-public:
-    explicit ProcessLock(const QString &path)
-        : m_fd(::open(path.toLocal8Bit().constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
-    {
-        if (m_fd < 0)
-            return; // a read-only folder: SQLite's own locking still protects the data
-        while (::flock(m_fd, LOCK_EX) != 0 && errno == EINTR) { }
-    }
-    ~ProcessLock()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd); // closing releases the lock
-    }
-    ProcessLock(const ProcessLock &) = delete;
-    ProcessLock &operator=(const ProcessLock &) = delete;
-
-private:
-    int m_fd;
-};
 
 const QString refSeparator = QString(QChar(0x1f));
 
@@ -111,7 +84,7 @@ RepositorySynchronization RepositoryIndexer::synchronize(const QString &reposito
                                                          const SynchronizationOptions &options)
 {
     std::lock_guard guard(m_mutex);
-    const ProcessLock processLock(m_index.databasePath() + QStringLiteral(".lock"));
+    const IndexFileLock processLock(m_index.databasePath());
 
     const QList<IndexedRef> refs = parseRefs(run(
         {QStringLiteral("for-each-ref"),
