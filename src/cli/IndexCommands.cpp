@@ -1,7 +1,9 @@
 #include "IndexCommands.h"
 
 #include "GitService.h"
+#include "InsightJson.h"
 #include "RepositoryIndexer.h"
+#include "RepositoryInsights.h"
 
 #include <cstdio>
 #include <unistd.h>
@@ -40,21 +42,41 @@ SynchronizationOptions terminalProgress()
     return options;
 }
 
+// Opens the repository's index (creating it when new) and brings it up to date.
+class SynchronizedIndex
+{
+public:
+    SynchronizedIndex(const QString &repository, const QString &indexDirectory)
+        : m_index(RepositoryIndexLocation::databasePath(
+            GitService().commonDirectory(repository),
+            indexDirectory.isEmpty() ? std::nullopt : std::optional<QString>(indexDirectory)))
+        , m_result(RepositoryIndexer(m_index).synchronize(repository, terminalProgress()))
+    { }
+    RepositoryIndex &index() { return m_index; }
+    const RepositorySynchronization &result() const { return m_result; }
+
+private:
+    RepositoryIndex m_index;
+    RepositorySynchronization m_result;
+};
+
 } // namespace
 
 Json indexCommand(const QString &repository, const QString &indexDirectory)
 {
-    const QString common = GitService().commonDirectory(repository);
-    const QString databasePath = RepositoryIndexLocation::databasePath(
-        common, indexDirectory.isEmpty() ? std::nullopt : std::optional<QString>(indexDirectory));
-    RepositoryIndex index(databasePath);
-    RepositoryIndexer indexer(index);
-    const RepositorySynchronization result = indexer.synchronize(repository, terminalProgress());
+    const SynchronizedIndex synchronized(repository, indexDirectory);
+    const RepositorySynchronization &result = synchronized.result();
     return Json::Object {
         {QStringLiteral("importedCommits"), result.importedCommits},
         {QStringLiteral("wasUpToDate"), result.wasUpToDate},
         {QStringLiteral("snapshot"), toJson(result.snapshot)},
     };
+}
+
+Json insightsCommand(const QString &repository, const QString &indexDirectory)
+{
+    SynchronizedIndex synchronized(repository, indexDirectory);
+    return insightsReport(insights(synchronized.index()));
 }
 
 } // namespace strataloom::cli

@@ -10,4 +10,7 @@ namespace strataloom::cli {
 /// describes what happened: importedCommits, wasUpToDate and the snapshot.
 Json indexCommand(const QString &repository, const QString &indexDirectory);
 
+/// @brief Synchronises like indexCommand, then reports the insights of the whole history.
+Json insightsCommand(const QString &repository, const QString &indexDirectory);
+
 } // namespace strataloom::cli

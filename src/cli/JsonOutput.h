@@ -67,13 +67,16 @@ public:
     }
     static Json strings(const QList<QString> &items);
 
+    using Value = std::variant<std::monostate, bool, qint64, double, QString, Array, Object>;
+    const Value &value() const { return m_value; }
+
     /// @brief Indented UTF-8 text with a final newline.
     QByteArray serialize() const;
 
 private:
     void write(QByteArray &out, int depth) const;
 
-    std::variant<std::monostate, bool, qint64, double, QString, Array, Object> m_value;
+    Value m_value;
 };
 
 QByteArray quoted(const QString &text);

@@ -39,6 +39,7 @@ Commands:
   changes  <repo> <commit>           files changed by a commit
   diff     <repo> <commit>           full text of a commit
   index    <repo> [--index-dir DIR]  bring the repository's analytics index up to date
+  insights <repo> [--index-dir DIR]  synchronise the index, then print the repository's insights
   scan     [<home>]                  repositories under a home folder (default: your home)
 
 Every command prints JSON on standard output, except diff, which prints git's text.
@@ -159,6 +160,12 @@ const QHash<QString, Command> &commands()
                   const QByteArray text
                       = GitService().loadCommitDiff(in.repository, in.arguments[0]).toUtf8();
                   std::fwrite(text.constData(), 1, text.size(), stdout);
+              }}},
+        {QStringLiteral("insights"),
+         {.textOptions = {indexDir},
+          .run =
+              [indexDir](const Invocation &in) {
+                  printJson(cli::insightsCommand(in.repository, in.texts.value(indexDir)));
               }}},
         {QStringLiteral("index"),
          {.textOptions = {indexDir},

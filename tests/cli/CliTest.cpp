@@ -63,6 +63,7 @@ QList<QStringList> everyCommand(const QString &repository, const QString &commit
         {QStringLiteral("changes"), repository, commit},
         {QStringLiteral("diff"), repository, commit},
         {QStringLiteral("index"), repository},
+        {QStringLiteral("insights"), repository},
         {QStringLiteral("scan"), repository},
     };
 }

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -225,4 +226,100 @@ TEST(IndexCommand, TwoProcessesOnOneIndexBothEndWell)
     EXPECT_EQ(integrity(database), QStringLiteral("ok"));
     EXPECT_EQ(tableRows(database).filter(QStringLiteral("change ")).size(),
               80); // commits, once each
+}
+
+namespace {
+
+QJsonObject insightsRun(const QString &repository, const QString &indexDir)
+{
+    const ProcessResult result = runProcess(
+        QStringLiteral(STRATALOOM_CLI),
+        {QStringLiteral("insights"), repository, QStringLiteral("--index-dir"), indexDir});
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError.toStdString();
+    return QJsonDocument::fromJson(result.standardOutput).object();
+}
+
+QStringList titles(const QJsonObject &report, const QString &list)
+{
+    QStringList out;
+    for (const QJsonValue &item : report.value(list).toArray())
+        out << item.toObject()
+                   .value(item.toObject().contains(QStringLiteral("title"))
+                              ? QStringLiteral("title")
+                              : QStringLiteral("name"))
+                   .toString();
+    return out;
+}
+
+double signal(const QJsonObject &report, const QString &name)
+{
+    for (const QJsonValue &item : report.value(QStringLiteral("riskSignals")).toArray()) {
+        if (item.toObject().value(QStringLiteral("name")).toString() == name)
+            return item.toObject().value(QStringLiteral("value")).toDouble();
+    }
+    return -1;
+}
+
+} // namespace
+
+TEST(InsightsCommand, OneAuthorOwningEverythingIsFlagged)
+{
+    TestRepository repository;
+    repository.setDateStep(86400);
+    for (int i = 0; i < 40; ++i) {
+        repository.write(QStringLiteral("src/main.c"), QByteArray::number(i) + "\n");
+        repository.commit(QStringLiteral("fix: step %1").arg(i));
+    }
+    repository.git({QStringLiteral("tag"), QStringLiteral("v1.0")});
+    QTemporaryDir indexDir;
+    const QJsonObject report = insightsRun(repository.path(), indexDir.path());
+
+    EXPECT_EQ(report.value(QStringLiteral("totalCommits")).toInteger(), 40);
+    EXPECT_EQ(report.value(QStringLiteral("busFactor")).toInteger(), 1);
+    EXPECT_EQ(report.value(QStringLiteral("firstCommitAt")).toString(),
+              QStringLiteral("2024-01-01T10:00:00Z"));
+    const QStringList observations = titles(report, QStringLiteral("observations"));
+    EXPECT_EQ(observations.first(), QStringLiteral("Concentrated ownership"));
+    EXPECT_TRUE(observations.contains(QStringLiteral("Structured history")));
+    EXPECT_TRUE(observations.contains(QStringLiteral("Bus factor warning")));
+    EXPECT_EQ(
+        report.value(QStringLiteral("observations"))
+            .toArray()
+            .first()
+            .toObject()
+            .value(QStringLiteral("detail"))
+            .toString(),
+        QStringLiteral(
+            "Ada Lovelace authored 100% of reachable commits. Review knowledge distribution."));
+    EXPECT_EQ(signal(report, QStringLiteral("Ownership")), 100.0);
+    EXPECT_EQ(signal(report, QStringLiteral("Message inconsistency")), 0.0);
+    EXPECT_EQ(titles(report, QStringLiteral("milestones")),
+              (QStringList {QStringLiteral("Project started"), QStringLiteral("Peak activity"),
+                            QStringLiteral("v1.0"), QStringLiteral("Latest activity")}));
+}
+
+TEST(InsightsCommand, SixtyFortyOwnershipAndAnEmptyRepository)
+{
+    TestRepository shared;
+    for (int i = 0; i < 5; ++i)
+        shared.commit(QStringLiteral("work %1").arg(i),
+                      i < 3 ? QStringLiteral("Ada") : QStringLiteral("Grace"),
+                      i < 3 ? QStringLiteral("ada@example.com")
+                            : QStringLiteral("grace@example.com"));
+    QTemporaryDir indexDir;
+    const QJsonObject report = insightsRun(shared.path(), indexDir.path());
+    EXPECT_EQ(titles(report, QStringLiteral("observations")).first(),
+              QStringLiteral("Distributed contribution"));
+    EXPECT_DOUBLE_EQ(signal(report, QStringLiteral("Ownership")), 80.0);
+
+    TestRepository empty;
+    const QJsonObject nothing = insightsRun(empty.path(), indexDir.path());
+    EXPECT_EQ(nothing.value(QStringLiteral("totalCommits")).toInteger(), 0);
+    EXPECT_TRUE(nothing.value(QStringLiteral("firstCommitAt")).isNull());
+    EXPECT_TRUE(nothing.value(QStringLiteral("peakDay")).isNull());
+    EXPECT_EQ(titles(nothing, QStringLiteral("observations")),
+              QStringList {QStringLiteral("Mixed commit vocabulary")});
+    EXPECT_EQ(titles(nothing, QStringLiteral("riskSignals")).size(), 6);
+    EXPECT_EQ(signal(nothing, QStringLiteral("Message inconsistency")), 100.0);
+    EXPECT_TRUE(nothing.value(QStringLiteral("milestones")).toArray().isEmpty());
 }
