@@ -402,6 +402,13 @@ RepositoryIndexSnapshot RepositoryIndex::apply(const RepositoryIndexBatch &batch
         setMetadata(timestampText(batch.indexedAt), QStringLiteral("last_indexed_at"));
         transaction.commit();
     }
+    // A first import leaves a write-ahead log as large as the database itself; fold it back and
+    // give the space back now rather than carry it until the last connection closes. A reader in
+    // another process may hold the log open, in which case this simply does less.
+    try {
+        m_database->execute(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+    } catch (const SQLiteError &) {
+    }
     return snapshot();
 }
 
