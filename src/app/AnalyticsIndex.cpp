@@ -1,0 +1,90 @@
+#include "AnalyticsIndex.h"
+
+#include "GitProcess.h"
+#include "GitService.h"
+#include "RepositoryIndexer.h"
+#include "RepositoryInsights.h"
+#include "SQLite.h"
+
+namespace strataloom {
+
+AnalyticsIndexState AnalyticsIndexState::indexing()
+{
+    AnalyticsIndexState state;
+    state.m_kind = Kind::Indexing;
+    return state;
+}
+
+AnalyticsIndexState AnalyticsIndexState::ready(const RepositoryIndexSnapshot &snapshot,
+                                               qint64 importedCommits)
+{
+    AnalyticsIndexState state;
+    state.m_kind = Kind::Ready;
+    state.m_snapshot = snapshot;
+    state.m_importedCommits = importedCommits;
+    return state;
+}
+
+AnalyticsIndexState AnalyticsIndexState::failed(const QString &message)
+{
+    AnalyticsIndexState state;
+    state.m_kind = Kind::Failed;
+    state.m_message = message;
+    return state;
+}
+
+QVariantMap AnalyticsIndexState::snapshotMap() const
+{
+    if (m_kind != Kind::Ready)
+        return {};
+    return {
+        {QStringLiteral("commits"), m_snapshot.commits},
+        {QStringLiteral("authors"), m_snapshot.authors},
+        {QStringLiteral("files"), m_snapshot.files},
+        {QStringLiteral("changes"), m_snapshot.changes},
+        {QStringLiteral("refs"), m_snapshot.refs},
+        {QStringLiteral("lastIndexedAt"),
+         m_snapshot.lastIndexedAt ? QVariant(*m_snapshot.lastIndexedAt) : QVariant()},
+    };
+}
+
+RepositoryIndexingResult indexRepository(const QString &repository,
+                                         const std::optional<QString> &baseDirectory,
+                                         const CancellationCheck &isCancelled)
+{
+    const auto stopIfCancelled = [&] {
+        if (isCancelled && isCancelled())
+            throw SynchronizationCancelled();
+    };
+    const QString commonDirectory = GitService().commonDirectory(repository);
+    stopIfCancelled();
+    RepositoryIndex index(RepositoryIndexLocation::databasePath(commonDirectory, baseDirectory));
+    RepositoryIndexer indexer(index);
+    SynchronizationOptions options;
+    options.isCancelled = isCancelled;
+    const RepositorySynchronization synchronization = indexer.synchronize(repository, options);
+    // The insight queries take a while on long histories; a run cancelled meanwhile is not worth
+    // finishing, since nobody will read its result.
+    stopIfCancelled();
+    RepositoryIndexingResult result;
+    result.importedCommits = synchronization.importedCommits;
+    result.snapshot = synchronization.snapshot;
+    result.wasUpToDate = synchronization.wasUpToDate;
+    result.insights = insights(index);
+    return result;
+}
+
+QString userMessage(const std::exception &error)
+{
+    if (const auto *git = dynamic_cast<const GitError *>(&error))
+        return git->description();
+    if (const auto *sqlite = dynamic_cast<const SQLiteError *>(&error))
+        return sqlite->description();
+    if (const auto *launch = dynamic_cast<const ProcessLaunchError *>(&error))
+        return launch->message();
+    if (const auto *fileSystem = dynamic_cast<const FileSystemError *>(&error))
+        return fileSystem->message();
+    return QString::fromUtf8(error.what());
+}
+
+} // namespace strataloom

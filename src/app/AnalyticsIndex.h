@@ -1,0 +1,98 @@
+#pragma once
+
+#include "InsightRecords.h"
+#include "RepositoryIndex.h"
+
+#include <QObject>
+#include <QString>
+#include <QVariantMap>
+
+#include <functional>
+#include <optional>
+
+namespace strataloom {
+
+/// @brief What one background index run produced.
+struct RepositoryIndexingResult
+{
+    qint64 importedCommits = 0;
+    RepositoryIndexSnapshot snapshot;
+    RepositoryAnalyticsInsights insights;
+    bool wasUpToDate = false;
+
+    bool operator==(const RepositoryIndexingResult &) const = default;
+};
+
+/**
+ * @brief The state of the open repository's analytics index, as the index status shows it.
+ *
+ * A value: idle, indexing, ready (with the snapshot and the number of commits the run imported)
+ * or failed (with the message shown as the status's help text). Readable from QML as a gadget.
+ */
+class AnalyticsIndexState
+{
+    Q_GADGET
+    Q_PROPERTY(Kind kind READ kind)
+    Q_PROPERTY(bool isIdle READ isIdle)
+    Q_PROPERTY(bool isIndexing READ isIndexing)
+    Q_PROPERTY(bool isReady READ isReady)
+    Q_PROPERTY(bool isFailed READ isFailed)
+    /// Reachable commits in the index when ready, else 0.
+    Q_PROPERTY(int indexedCommits READ indexedCommits)
+    Q_PROPERTY(qint64 importedCommits READ importedCommits)
+    /// The snapshot as {commits, authors, files, changes, refs, lastIndexedAt}; empty unless ready.
+    Q_PROPERTY(QVariantMap snapshot READ snapshotMap)
+    /// The failure's text; empty unless failed.
+    Q_PROPERTY(QString message READ message)
+
+public:
+    enum class Kind { Idle, Indexing, Ready, Failed };
+    Q_ENUM(Kind)
+
+    AnalyticsIndexState() = default;
+    static AnalyticsIndexState idle() { return {}; }
+    static AnalyticsIndexState indexing();
+    static AnalyticsIndexState ready(const RepositoryIndexSnapshot &snapshot,
+                                     qint64 importedCommits);
+    static AnalyticsIndexState failed(const QString &message);
+
+    Kind kind() const { return m_kind; }
+    bool isIdle() const { return m_kind == Kind::Idle; }
+    bool isIndexing() const { return m_kind == Kind::Indexing; }
+    bool isReady() const { return m_kind == Kind::Ready; }
+    bool isFailed() const { return m_kind == Kind::Failed; }
+
+    const RepositoryIndexSnapshot &snapshot() const { return m_snapshot; }
+    int indexedCommits() const { return m_snapshot.commits; }
+    qint64 importedCommits() const { return m_importedCommits; }
+    QVariantMap snapshotMap() const;
+    QString message() const { return m_message; }
+
+    bool operator==(const AnalyticsIndexState &) const = default;
+
+private:
+    Kind m_kind = Kind::Idle;
+    RepositoryIndexSnapshot m_snapshot;
+    qint64 m_importedCommits = 0;
+    QString m_message;
+};
+
+/// @brief Asked between the steps of an index run; true stops it.
+using CancellationCheck = std::function<bool()>;
+
+/**
+ * @brief One index run for the work tree at @p repository: finds the common git directory, opens
+ * (or creates) its index under @p baseDirectory (default: the standard index folder), brings it up
+ * to date and computes the insights.
+ *
+ * Blocking; meant for a background thread. Throws SynchronizationCancelled when @p isCancelled
+ * answers true, GitError, ProcessLaunchError, SQLiteError or FileSystemError otherwise.
+ */
+RepositoryIndexingResult indexRepository(const QString &repository,
+                                         const std::optional<QString> &baseDirectory,
+                                         const CancellationCheck &isCancelled);
+
+/// @brief The text shown to the user for an exception thrown by the git, index or insight layers.
+QString userMessage(const std::exception &error);
+
+} // namespace strataloom

@@ -1,0 +1,519 @@
+#include "RecordModels.h"
+
+namespace strataloom {
+
+namespace {
+
+template<typename T> QVariant variant(const T &value)
+{
+    return QVariant::fromValue(value);
+}
+
+template<typename T> QVariant variant(const std::optional<T> &value)
+{
+    return value ? variant(*value) : QVariant();
+}
+
+template<typename T> QVariant variant(const QList<T> &values)
+{
+    QVariantList list;
+    list.reserve(values.size());
+    for (const T &value : values)
+        list.append(variant(value));
+    return list;
+}
+
+template<> QVariant variant(const QList<QString> &values)
+{
+    return QVariant(QStringList(values));
+}
+
+template<typename Record, auto member> QVariant fieldOf(const Record &record)
+{
+    return variant(record.*member);
+}
+
+// One role per field, named after it.
+#define STRATALOOM_ROLE(Type, member)                                                              \
+    {                                                                                              \
+        QByteArrayLiteral(#member), &fieldOf<Type, &Type::member>                                  \
+    }
+
+// One map entry per field, named after it.
+#define STRATALOOM_PUT(map, record, member)                                                        \
+    map.insert(QStringLiteral(#member), variant(record.member))
+
+QString text(const QVariantMap &map, const char *key)
+{
+    return map.value(QString::fromLatin1(key)).toString();
+}
+
+int number(const QVariantMap &map, const char *key)
+{
+    return map.value(QString::fromLatin1(key)).toInt();
+}
+
+bool flag(const QVariantMap &map, const char *key)
+{
+    return map.value(QString::fromLatin1(key)).toBool();
+}
+
+QDateTime date(const QVariantMap &map, const char *key)
+{
+    return map.value(QString::fromLatin1(key)).toDateTime();
+}
+
+OptionalDate optionalDate(const QVariantMap &map, const char *key)
+{
+    const QVariant value = map.value(QString::fromLatin1(key));
+    if (!value.isValid() || value.isNull())
+        return std::nullopt;
+    return value.toDateTime();
+}
+
+} // namespace
+
+namespace {
+
+QVariantMap insightMap(const IndexedAuthorInsight &author)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, author, name);
+    STRATALOOM_PUT(map, author, commits);
+    STRATALOOM_PUT(map, author, additions);
+    STRATALOOM_PUT(map, author, deletions);
+    STRATALOOM_PUT(map, author, commitShare);
+    STRATALOOM_PUT(map, author, firstCommitAt);
+    STRATALOOM_PUT(map, author, lastCommitAt);
+    return map;
+}
+
+QVariantMap insightMap(const IndexedFileInsight &file)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, file, path);
+    STRATALOOM_PUT(map, file, changes);
+    STRATALOOM_PUT(map, file, authors);
+    STRATALOOM_PUT(map, file, additions);
+    STRATALOOM_PUT(map, file, deletions);
+    STRATALOOM_PUT(map, file, firstChangedAt);
+    STRATALOOM_PUT(map, file, lastChangedAt);
+    return map;
+}
+
+QVariantMap insightMap(const IndexedCommitTypeInsight &type)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, type, type);
+    STRATALOOM_PUT(map, type, count);
+    return map;
+}
+
+QVariantMap insightMap(const IndexedActivityInsight &activity)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, activity, label);
+    STRATALOOM_PUT(map, activity, date);
+    STRATALOOM_PUT(map, activity, commits);
+    STRATALOOM_PUT(map, activity, additions);
+    STRATALOOM_PUT(map, activity, deletions);
+    map.insert(QStringLiteral("churn"), activity.churn());
+    return map;
+}
+
+QVariantMap insightMap(const IndexedDirectoryInsight &directory)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, directory, path);
+    STRATALOOM_PUT(map, directory, changes);
+    STRATALOOM_PUT(map, directory, authors);
+    STRATALOOM_PUT(map, directory, additions);
+    STRATALOOM_PUT(map, directory, deletions);
+    return map;
+}
+
+QVariantMap insightMap(const IndexedTechnologyInsight &technology)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, technology, name);
+    STRATALOOM_PUT(map, technology, files);
+    STRATALOOM_PUT(map, technology, changes);
+    STRATALOOM_PUT(map, technology, additions);
+    STRATALOOM_PUT(map, technology, deletions);
+    return map;
+}
+
+QVariantMap insightMap(const IndexedCoChangeInsight &pair)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, pair, firstPath);
+    STRATALOOM_PUT(map, pair, secondPath);
+    STRATALOOM_PUT(map, pair, commits);
+    return map;
+}
+
+QVariantMap insightMap(const IndexedCommitSizeInsight &commit)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, commit, sha);
+    STRATALOOM_PUT(map, commit, subject);
+    STRATALOOM_PUT(map, commit, author);
+    STRATALOOM_PUT(map, commit, date);
+    STRATALOOM_PUT(map, commit, files);
+    STRATALOOM_PUT(map, commit, additions);
+    STRATALOOM_PUT(map, commit, deletions);
+    return map;
+}
+
+QVariantMap insightMap(const IndexedBranchInsight &branch)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, branch, name);
+    STRATALOOM_PUT(map, branch, isRemote);
+    STRATALOOM_PUT(map, branch, lastCommitAt);
+    return map;
+}
+
+QVariantMap insightMap(const IndexedTagInsight &tag)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, tag, name);
+    STRATALOOM_PUT(map, tag, commitAt);
+    return map;
+}
+
+QVariantMap insightMap(const IndexedNamedCount &named)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, named, name);
+    STRATALOOM_PUT(map, named, count);
+    return map;
+}
+
+template<typename T> QVariant insightList(const QList<T> &values)
+{
+    QVariantList list;
+    list.reserve(values.size());
+    for (const T &value : values)
+        list.append(insightMap(value));
+    return list;
+}
+
+template<typename Record>
+QVariantMap rowMap(const QList<typename RecordList<Record>::Role> &roles, const Record &record)
+{
+    QVariantMap map;
+    for (const auto &role : roles)
+        map.insert(QString::fromLatin1(role.name), role.value(record));
+    return map;
+}
+
+QList<RecordList<CommitRecord>::Role> commitRoles()
+{
+    return {
+        STRATALOOM_ROLE(CommitRecord, subject),   STRATALOOM_ROLE(CommitRecord, id),
+        STRATALOOM_ROLE(CommitRecord, shortHash), STRATALOOM_ROLE(CommitRecord, author),
+        STRATALOOM_ROLE(CommitRecord, email),     STRATALOOM_ROLE(CommitRecord, date),
+        STRATALOOM_ROLE(CommitRecord, body),      STRATALOOM_ROLE(CommitRecord, additions),
+        STRATALOOM_ROLE(CommitRecord, deletions), STRATALOOM_ROLE(CommitRecord, filesChanged),
+    };
+}
+
+QList<RecordList<BranchRecord>::Role> branchRoles()
+{
+    return {
+        STRATALOOM_ROLE(BranchRecord, name),
+        STRATALOOM_ROLE(BranchRecord, isCurrent),
+        STRATALOOM_ROLE(BranchRecord, isRemote),
+        STRATALOOM_ROLE(BranchRecord, lastCommitHash),
+        STRATALOOM_ROLE(BranchRecord, lastCommitDate),
+        STRATALOOM_ROLE(BranchRecord, lastAuthor),
+    };
+}
+
+QList<RecordList<FileRecord>::Role> fileRoles()
+{
+    return {
+        STRATALOOM_ROLE(FileRecord, path),
+        STRATALOOM_ROLE(FileRecord, status),
+        STRATALOOM_ROLE(FileRecord, lastCommitDate),
+        STRATALOOM_ROLE(FileRecord, lastAuthor),
+    };
+}
+
+QList<RecordList<AuthorStat>::Role> authorRoles()
+{
+    return {STRATALOOM_ROLE(AuthorStat, name), STRATALOOM_ROLE(AuthorStat, commits)};
+}
+
+QList<RecordList<RecentRepository>::Role> recentRoles()
+{
+    return {
+        STRATALOOM_ROLE(RecentRepository, name),
+        STRATALOOM_ROLE(RecentRepository, path),
+        STRATALOOM_ROLE(RecentRepository, lastOpened),
+    };
+}
+
+QList<RecordList<DiscoveredRepository>::Role> discoveredRoles()
+{
+    return {STRATALOOM_ROLE(DiscoveredRepository, name),
+            STRATALOOM_ROLE(DiscoveredRepository, path)};
+}
+
+QList<RecordList<ActivityPoint>::Role> activityRoles()
+{
+    return {STRATALOOM_ROLE(ActivityPoint, count), STRATALOOM_ROLE(ActivityPoint, date)};
+}
+
+} // namespace
+
+QVariantMap RecordListModel::get(int row) const
+{
+    QVariantMap map;
+    if (row < 0 || row >= rowCount())
+        return map;
+    const QModelIndex at = index(row);
+    const QHash<int, QByteArray> names = roleNames();
+    for (auto it = names.cbegin(); it != names.cend(); ++it)
+        map.insert(QString::fromLatin1(it.value()), data(at, it.key()));
+    return map;
+}
+
+CommitListModel::CommitListModel(QObject *parent)
+    : RecordList(commitRoles(), parent)
+{ }
+
+GraphListModel::GraphListModel(QObject *parent)
+    : RecordList(
+        {
+            STRATALOOM_ROLE(GraphCommitRecord, subject),
+            STRATALOOM_ROLE(GraphCommitRecord, id),
+            STRATALOOM_ROLE(GraphCommitRecord, graph),
+            STRATALOOM_ROLE(GraphCommitRecord, shortHash),
+            STRATALOOM_ROLE(GraphCommitRecord, relativeDate),
+            STRATALOOM_ROLE(GraphCommitRecord, author),
+            STRATALOOM_ROLE(GraphCommitRecord, decorations),
+            {QByteArrayLiteral("isConnector"),
+             [](const GraphCommitRecord &line) { return QVariant(line.isConnector()); }},
+        },
+        parent)
+{ }
+
+BranchListModel::BranchListModel(QObject *parent)
+    : RecordList(branchRoles(), parent)
+{ }
+
+TagListModel::TagListModel(QObject *parent)
+    : RecordList(
+        {
+            STRATALOOM_ROLE(TagRecord, name),
+            STRATALOOM_ROLE(TagRecord, objectHash),
+            STRATALOOM_ROLE(TagRecord, date),
+            STRATALOOM_ROLE(TagRecord, subject),
+        },
+        parent)
+{ }
+
+FileListModel::FileListModel(QObject *parent)
+    : RecordList(fileRoles(), parent)
+{ }
+
+ActivityListModel::ActivityListModel(QObject *parent)
+    : RecordList(activityRoles(), parent)
+{ }
+
+AuthorStatListModel::AuthorStatListModel(QObject *parent)
+    : RecordList(authorRoles(), parent)
+{ }
+
+CommitChangeListModel::CommitChangeListModel(QObject *parent)
+    : RecordList(
+        {STRATALOOM_ROLE(CommitFileChange, path), STRATALOOM_ROLE(CommitFileChange, status)},
+        parent)
+{ }
+
+RecentRepositoryListModel::RecentRepositoryListModel(QObject *parent)
+    : RecordList(recentRoles(), parent)
+{ }
+
+DiscoveredRepositoryListModel::DiscoveredRepositoryListModel(QObject *parent)
+    : RecordList(discoveredRoles(), parent)
+{ }
+
+QVariantMap toVariantMap(const RepositorySummary &summary)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, summary, path);
+    STRATALOOM_PUT(map, summary, name);
+    STRATALOOM_PUT(map, summary, currentBranch);
+    STRATALOOM_PUT(map, summary, remoteURL);
+    STRATALOOM_PUT(map, summary, isClean);
+    STRATALOOM_PUT(map, summary, commitCount);
+    STRATALOOM_PUT(map, summary, branchCount);
+    STRATALOOM_PUT(map, summary, tagCount);
+    STRATALOOM_PUT(map, summary, authorCount);
+    STRATALOOM_PUT(map, summary, trackedFileCount);
+    STRATALOOM_PUT(map, summary, firstCommitDate);
+    STRATALOOM_PUT(map, summary, latestCommitDate);
+    STRATALOOM_PUT(map, summary, repositorySizeBytes);
+    STRATALOOM_PUT(map, summary, gitSizeBytes);
+    STRATALOOM_PUT(map, summary, longestInactivityDays);
+    STRATALOOM_PUT(map, summary, commitsPerMonth);
+    STRATALOOM_PUT(map, summary, activityTrendPercent);
+    return map;
+}
+
+QVariantMap toVariantMap(const CommitRecord &commit)
+{
+    return rowMap(commitRoles(), commit);
+}
+
+QVariantMap toVariantMap(const BranchRecord &branch)
+{
+    return rowMap(branchRoles(), branch);
+}
+
+QVariantMap toVariantMap(const FileRecord &file)
+{
+    return rowMap(fileRoles(), file);
+}
+
+QVariantMap toVariantMap(const FileDetails &details)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, details, path);
+    STRATALOOM_PUT(map, details, sizeBytes);
+    STRATALOOM_PUT(map, details, commitCount);
+    STRATALOOM_PUT(map, details, authors);
+    STRATALOOM_PUT(map, details, firstCommitDate);
+    STRATALOOM_PUT(map, details, lastCommitDate);
+    STRATALOOM_PUT(map, details, lastAuthor);
+    return map;
+}
+
+QVariantMap toVariantMap(const AuthorStat &author)
+{
+    return rowMap(authorRoles(), author);
+}
+
+QVariantMap toVariantMap(const AuthorDetails &details)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, details, name);
+    STRATALOOM_PUT(map, details, emails);
+    STRATALOOM_PUT(map, details, commits);
+    STRATALOOM_PUT(map, details, additions);
+    STRATALOOM_PUT(map, details, deletions);
+    STRATALOOM_PUT(map, details, firstCommitDate);
+    STRATALOOM_PUT(map, details, lastCommitDate);
+    QVariantList activity;
+    for (const ActivityPoint &point : details.activity)
+        activity.append(rowMap(activityRoles(), point));
+    map.insert(QStringLiteral("activity"), activity);
+    return map;
+}
+
+QVariantMap toVariantMap(const RepositoryAnalyticsInsights &insights)
+{
+    QVariantMap map;
+    STRATALOOM_PUT(map, insights, totalCommits);
+    STRATALOOM_PUT(map, insights, mergeCommits);
+    STRATALOOM_PUT(map, insights, revertCommits);
+    STRATALOOM_PUT(map, insights, conventionalCommits);
+    STRATALOOM_PUT(map, insights, additions);
+    STRATALOOM_PUT(map, insights, deletions);
+    STRATALOOM_PUT(map, insights, firstCommitAt);
+    STRATALOOM_PUT(map, insights, lastCommitAt);
+    STRATALOOM_PUT(map, insights, activeDays);
+    STRATALOOM_PUT(map, insights, longestGapDays);
+    map.insert(QStringLiteral("peakDay"),
+               insights.peakDay ? QVariant(insightMap(*insights.peakDay)) : QVariant());
+    STRATALOOM_PUT(map, insights, filesAdded);
+    STRATALOOM_PUT(map, insights, filesDeleted);
+    STRATALOOM_PUT(map, insights, filesRenamed);
+    STRATALOOM_PUT(map, insights, binaryFiles);
+    STRATALOOM_PUT(map, insights, commitsWithoutChanges);
+    STRATALOOM_PUT(map, insights, wideCommits);
+    STRATALOOM_PUT(map, insights, averageCommitChurn);
+    STRATALOOM_PUT(map, insights, averageSubjectLength);
+    STRATALOOM_PUT(map, insights, shortMessages);
+    STRATALOOM_PUT(map, insights, oneTimeContributors);
+    STRATALOOM_PUT(map, insights, busFactor);
+    STRATALOOM_PUT(map, insights, localBranches);
+    STRATALOOM_PUT(map, insights, remoteBranches);
+    STRATALOOM_PUT(map, insights, tagCount);
+    STRATALOOM_PUT(map, insights, activityTrendPercent);
+    STRATALOOM_PUT(map, insights, churnTrendPercent);
+    STRATALOOM_PUT(map, insights, contributorTrendPercent);
+    map.insert(QStringLiteral("topAuthors"), insightList(insights.topAuthors));
+    map.insert(QStringLiteral("hotspots"), insightList(insights.hotspots));
+    map.insert(QStringLiteral("commitTypes"), insightList(insights.commitTypes));
+    map.insert(QStringLiteral("dailyActivity"), insightList(insights.dailyActivity));
+    map.insert(QStringLiteral("monthlyActivity"), insightList(insights.monthlyActivity));
+    map.insert(QStringLiteral("yearlyActivity"), insightList(insights.yearlyActivity));
+    map.insert(QStringLiteral("directories"), insightList(insights.directories));
+    map.insert(QStringLiteral("technologies"), insightList(insights.technologies));
+    map.insert(QStringLiteral("coChanges"), insightList(insights.coChanges));
+    map.insert(QStringLiteral("largestCommits"), insightList(insights.largestCommits));
+    map.insert(QStringLiteral("branches"), insightList(insights.branches));
+    map.insert(QStringLiteral("tags"), insightList(insights.tags));
+    map.insert(QStringLiteral("emailDomains"), insightList(insights.emailDomains));
+    map.insert(QStringLiteral("commonWords"), insightList(insights.commonWords));
+    return map;
+}
+
+CommitRecord commitFromVariantMap(const QVariantMap &map)
+{
+    CommitRecord commit;
+    commit.id = text(map, "id");
+    commit.shortHash = text(map, "shortHash");
+    commit.author = text(map, "author");
+    commit.email = text(map, "email");
+    commit.date = date(map, "date");
+    commit.subject = text(map, "subject");
+    commit.body = text(map, "body");
+    commit.additions = number(map, "additions");
+    commit.deletions = number(map, "deletions");
+    commit.filesChanged = number(map, "filesChanged");
+    return commit;
+}
+
+BranchRecord branchFromVariantMap(const QVariantMap &map)
+{
+    BranchRecord branch;
+    branch.name = text(map, "name");
+    branch.isCurrent = flag(map, "isCurrent");
+    branch.isRemote = flag(map, "isRemote");
+    branch.lastCommitHash = text(map, "lastCommitHash");
+    branch.lastCommitDate = optionalDate(map, "lastCommitDate");
+    branch.lastAuthor = text(map, "lastAuthor");
+    return branch;
+}
+
+FileRecord fileFromVariantMap(const QVariantMap &map)
+{
+    FileRecord file;
+    file.path = text(map, "path");
+    file.status = text(map, "status");
+    file.lastCommitDate = optionalDate(map, "lastCommitDate");
+    file.lastAuthor = text(map, "lastAuthor");
+    return file;
+}
+
+AuthorStat authorFromVariantMap(const QVariantMap &map)
+{
+    return {text(map, "name"), number(map, "commits")};
+}
+
+RecentRepository recentFromVariantMap(const QVariantMap &map)
+{
+    return {text(map, "name"), text(map, "path"), date(map, "lastOpened")};
+}
+
+DiscoveredRepository discoveredFromVariantMap(const QVariantMap &map)
+{
+    return {text(map, "name"), text(map, "path")};
+}
+
+} // namespace strataloom

@@ -1,0 +1,195 @@
+#include "ModelTestSupport.h"
+
+#include "GitProcess.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMetaMethod>
+#include <QMetaProperty>
+#include <QSettings>
+
+#include <cstdlib>
+
+using namespace strataloom;
+
+IsolatedEnvironment::IsolatedEnvironment()
+    : m_home(QDir::tempPath() + QStringLiteral("/strataloom-model-home-XXXXXX"))
+{
+    if (!m_home.isValid())
+        qFatal("cannot create a temporary home folder");
+    const QByteArray root = m_home.path().toUtf8();
+    const auto set = [&](const char *name, const QByteArray &relative) {
+        const QByteArray value = relative.isEmpty() ? root : root + '/' + relative;
+        QDir().mkpath(QString::fromUtf8(value));
+        ::setenv(name, value.constData(), 1);
+    };
+    set("HOME", {});
+    set("XDG_CONFIG_HOME", "config");
+    set("XDG_DATA_HOME", "data");
+    set("XDG_CACHE_HOME", "cache");
+    set("XDG_RUNTIME_DIR", "runtime");
+    set("STRATALOOM_INDEX_DIR", "indexes");
+    ::setenv("GIT_CONFIG_NOSYSTEM", "1", 1);
+    ::setenv("TZ", "UTC", 1);
+    ::unsetenv("STRATALOOM_GIT");
+    ::unsetenv("GIT_DIR");
+    ::unsetenv("GIT_WORK_TREE");
+}
+
+namespace {
+
+QString runGit(const QString &directory, const QStringList &arguments, const QString &date)
+{
+    const QStringList environment {
+        QStringLiteral("GIT_AUTHOR_DATE=") + date,
+        QStringLiteral("GIT_COMMITTER_DATE=") + date,
+        QStringLiteral("GIT_COMMITTER_NAME=Test Committer"),
+        QStringLiteral("GIT_COMMITTER_EMAIL=committer@example.com"),
+    };
+    const QStringList full
+        = QStringList {QStringLiteral("-c"), QStringLiteral("user.name=Test"),
+                       QStringLiteral("-c"), QStringLiteral("user.email=test@example.com"),
+                       QStringLiteral("-c"), QStringLiteral("init.defaultBranch=main"),
+                       QStringLiteral("-C"), directory}
+        + arguments;
+    const ProcessResult result = runProcess(QStringLiteral("/usr/bin/git"), full, environment);
+    if (result.exitStatus != 0)
+        qFatal("git %s failed: %s", qPrintable(arguments.join(QLatin1Char(' '))),
+               result.standardError.constData());
+    return QString::fromUtf8(result.standardOutput);
+}
+
+} // namespace
+
+FixtureRepository::FixtureRepository(bool bare)
+    : m_dir(std::make_unique<QTemporaryDir>(QDir::tempPath()
+                                            + QStringLiteral("/strataloom-repo-XXXXXX")))
+    , m_path(QFileInfo(m_dir->path()).canonicalFilePath())
+{
+    QStringList init {QStringLiteral("init"), QStringLiteral("-q")};
+    if (bare)
+        init << QStringLiteral("--bare");
+    git(init);
+}
+
+FixtureRepository::FixtureRepository(const QString &existingPath)
+    : m_path(existingPath)
+{ }
+
+void FixtureRepository::write(const QString &relative, const QByteArray &content) const
+{
+    const QString target = QDir(m_path).filePath(relative);
+    QDir().mkpath(QFileInfo(target).absolutePath());
+    QFile file(target);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        qFatal("cannot write %s", qPrintable(target));
+    file.write(content);
+}
+
+void FixtureRepository::remove(const QString &relative) const
+{
+    QFile::remove(QDir(m_path).filePath(relative));
+}
+
+QString FixtureRepository::commit(const QString &message, const QString &author,
+                                  const QString &email)
+{
+    // One hour apart from 2024-01-01T10:00:00Z, so that order by date is order of creation.
+    const QString date = QDateTime(QDate(2024, 1, 1), QTime(10, 0), Qt::UTC)
+                             .addSecs(3600 * m_commits++)
+                             .toString(Qt::ISODate);
+    runGit(m_path, {QStringLiteral("add"), QStringLiteral("-A")}, date);
+    runGit(m_path,
+           {QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"),
+            QStringLiteral("--no-verify"), QStringLiteral("-m"), message,
+            QStringLiteral("--author=%1 <%2>").arg(author, email)},
+           date);
+    return git({QStringLiteral("rev-parse"), QStringLiteral("HEAD")}).trimmed();
+}
+
+QString FixtureRepository::git(const QStringList &arguments) const
+{
+    return runGit(m_path, arguments, QStringLiteral("2024-01-01T10:00:00Z"));
+}
+
+ModelHarness::ModelHarness(const QString &home)
+    : m_home(home.isEmpty() ? m_emptyHome.path() : home)
+{
+    restart();
+}
+
+ModelHarness::~ModelHarness()
+{
+    // Let stale work finish while its receiver still exists, so that nothing of this test
+    // runs on into the next one.
+    settle(*m_model);
+    m_testers.clear();
+}
+
+QString ModelHarness::settingsFile() const
+{
+    return m_settings.filePath(QStringLiteral("settings.ini"));
+}
+
+RecentRepositoryStore ModelHarness::recentStore() const
+{
+    return RecentRepositoryStore(settingsFile());
+}
+
+DiscoveredRepositoryStore ModelHarness::discoveredStore() const
+{
+    return DiscoveredRepositoryStore(settingsFile());
+}
+
+void ModelHarness::restart()
+{
+    if (m_model)
+        settle(*m_model);
+    m_testers.clear();
+    m_model = std::make_unique<AppViewModel>(recentStore(), discoveredStore(),
+                                             RepositoryScanner(m_home), &m_desktop);
+    watchModels();
+}
+
+void ModelHarness::watchModels()
+{
+    const QMetaObject *meta = m_model->metaObject();
+    for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
+        auto *list = qvariant_cast<RecordListModel *>(meta->property(i).read(m_model.get()));
+        if (list)
+            m_testers.push_back(std::make_unique<QAbstractItemModelTester>(
+                list, QAbstractItemModelTester::FailureReportingMode::QtTest));
+    }
+}
+
+bool settle(AppViewModel &model, int timeoutMilliseconds)
+{
+    const bool done
+        = QTest::qWaitFor([&] { return model.runningTaskCount() == 0; }, timeoutMilliseconds);
+    QCoreApplication::processEvents();
+    return done;
+}
+
+bool openAndWait(AppViewModel &model, const QString &path)
+{
+    model.openRepository(path);
+    return QTest::qWaitFor([&] { return !model.isLoading(); }, 60000);
+}
+
+SignalOrder::SignalOrder(AppViewModel &model)
+{
+    const QMetaObject *meta = model.metaObject();
+    const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot("record()"));
+    for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
+        const QMetaProperty property = meta->property(i);
+        m_names.insert(property.notifySignalIndex(), QString::fromLatin1(property.name()));
+        connect(&model, property.notifySignal(), this, slot);
+    }
+}
+
+void SignalOrder::record()
+{
+    fired << m_names.value(senderSignalIndex());
+}

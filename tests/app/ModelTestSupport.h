@@ -1,0 +1,144 @@
+#pragma once
+
+// Helpers of the application model's Qt Test binaries: an isolated environment, fixture
+// repositories, a model over temporary stores with every list model under
+// QAbstractItemModelTester, and a recording stand-in for the desktop.
+
+#include "AppViewModel.h"
+#include "DesktopActions.h"
+
+#include <QAbstractItemModelTester>
+#include <QCoreApplication>
+#include <QList>
+#include <QSignalSpy>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+/// @brief Points HOME, the XDG folders, git's configuration and the index folder at a private
+/// temporary folder for the life of the object, and fixes the time zone.
+class IsolatedEnvironment
+{
+public:
+    IsolatedEnvironment();
+    QString home() const { return m_home.path(); }
+
+private:
+    QTemporaryDir m_home;
+};
+
+/// @brief main() of a model test binary: isolate, create the application, run @p TestClass.
+#define STRATALOOM_MODEL_TEST_MAIN(TestClass)                                                      \
+    int main(int argc, char **argv)                                                                \
+    {                                                                                              \
+        IsolatedEnvironment environment;                                                           \
+        QCoreApplication application(argc, argv);                                                  \
+        TestClass test;                                                                            \
+        return QTest::qExec(&test, argc, argv);                                                    \
+    }
+
+/**
+ * @brief A git repository in a temporary folder, with fixed identities and dates.
+ *
+ * A git failure while building a fixture ends the test binary with git's message: the fixture,
+ * not the behaviour under test, is broken then.
+ */
+class FixtureRepository
+{
+public:
+    /// @brief A fresh repository on an unborn "main" (bare when @p bare).
+    explicit FixtureRepository(bool bare = false);
+    /// @brief Takes over an existing folder (for example one made by make-history.py).
+    explicit FixtureRepository(const QString &existingPath);
+
+    QString path() const { return m_path; }
+    void write(const QString &relative, const QByteArray &content) const;
+    void remove(const QString &relative) const;
+    /// @brief Stages everything and commits at the next fixed date; returns the full hash.
+    QString commit(const QString &message, const QString &author = QStringLiteral("Ada Lovelace"),
+                   const QString &email = QStringLiteral("ada@example.com"));
+    /// @brief Runs git; a failure ends the binary.
+    QString git(const QStringList &arguments) const;
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString m_path;
+    int m_commits = 0;
+};
+
+/// @brief Remembers every hand-off the model asks of the desktop.
+class RecordingDesktopActions : public strataloom::DesktopActions
+{
+public:
+    void openFile(const QString &path) override { calls << QStringLiteral("openFile ") + path; }
+    void showFolder(const QString &path) override { calls << QStringLiteral("showFolder ") + path; }
+    void openTerminal(const QString &path) override
+    {
+        calls << QStringLiteral("openTerminal ") + path;
+    }
+    void chooseFolder(const QString &title,
+                      const std::function<void(const QString &)> &chosen) override
+    {
+        calls << QStringLiteral("chooseFolder ") + title;
+        pendingChoice = chosen;
+    }
+
+    QStringList calls;
+    std::function<void(const QString &)> pendingChoice;
+};
+
+/**
+ * @brief An AppViewModel over stores in a temporary settings file, a scanner over @p home and a
+ * recording desktop, with QAbstractItemModelTester watching each of its list models.
+ */
+class ModelHarness
+{
+public:
+    explicit ModelHarness(const QString &home = {});
+    ~ModelHarness();
+
+    strataloom::AppViewModel &model() { return *m_model; }
+    RecordingDesktopActions &desktop() { return m_desktop; }
+    QString settingsFile() const;
+    strataloom::RecentRepositoryStore recentStore() const;
+    strataloom::DiscoveredRepositoryStore discoveredStore() const;
+    /// @brief A new model over the same stores (what the next start of the application sees).
+    void restart();
+
+private:
+    void watchModels();
+
+    QTemporaryDir m_settings;
+    QTemporaryDir m_emptyHome;
+    QString m_home;
+    RecordingDesktopActions m_desktop;
+    std::unique_ptr<strataloom::AppViewModel> m_model;
+    std::vector<std::unique_ptr<QAbstractItemModelTester>> m_testers;
+};
+
+/// @brief Lets the event loop run until every background task of @p model has been handled.
+bool settle(strataloom::AppViewModel &model, int timeoutMilliseconds = 120000);
+
+/// @brief Opens @p path and waits for the load to end; true when it ended in time.
+bool openAndWait(strataloom::AppViewModel &model, const QString &path);
+
+/// @brief The names of the model's properties whose NOTIFY signal fired, in firing order.
+class SignalOrder : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SignalOrder(strataloom::AppViewModel &model);
+    QStringList fired;
+
+private Q_SLOTS:
+    void record();
+
+private:
+    QHash<int, QString> m_names;
+};
