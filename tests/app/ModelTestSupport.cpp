@@ -109,6 +109,36 @@ QString FixtureRepository::commit(const QString &message, const QString &author,
     return git({QStringLiteral("rev-parse"), QStringLiteral("HEAD")}).trimmed();
 }
 
+void FixtureRepository::importHistory(int count)
+{
+    QByteArray stream;
+    const qint64 start = 1600000000;
+    for (int i = 1; i <= count; ++i) {
+        const QByteArray who = "Author " + QByteArray::number(i % 7) + " <author"
+            + QByteArray::number(i % 7) + "@example.com> "
+            + QByteArray::number(start + qint64(i) * 3600) + " +0000\n";
+        const QByteArray message = "Change " + QByteArray::number(i) + "\n";
+        const QByteArray content = "line " + QByteArray::number(i) + "\n";
+        stream += "commit refs/heads/main\nmark :" + QByteArray::number(i) + "\n";
+        stream += "author " + who + "committer " + who;
+        stream += "data " + QByteArray::number(message.size()) + "\n" + message;
+        if (i > 1)
+            stream += "from :" + QByteArray::number(i - 1) + "\n";
+        stream += "M 100644 inline src/file" + QByteArray::number(i % 40) + ".txt\n";
+        stream += "data " + QByteArray::number(content.size()) + "\n" + content + "\n";
+    }
+    ProcessOptions options;
+    options.input = stream;
+    const ProcessResult result = runProcess(
+        QStringLiteral("/usr/bin/git"),
+        {QStringLiteral("-C"), m_path, QStringLiteral("fast-import"), QStringLiteral("--quiet")},
+        options);
+    if (result.exitStatus != 0)
+        qFatal("git fast-import failed: %s", result.standardError.constData());
+    git({QStringLiteral("reset"), QStringLiteral("-q"), QStringLiteral("--hard"),
+         QStringLiteral("main")});
+}
+
 QString FixtureRepository::git(const QStringList &arguments) const
 {
     return runGit(m_path, arguments, QStringLiteral("2024-01-01T10:00:00Z"));

@@ -62,6 +62,11 @@ public:
     /// @brief Stages everything and commits at the next fixed date; returns the full hash.
     QString commit(const QString &message, const QString &author = QStringLiteral("Ada Lovelace"),
                    const QString &email = QStringLiteral("ada@example.com"));
+    /**
+     * @brief Adds @p count commits on "main" in one fast-import run (each changes one of a few
+     * dozen files by several authors) and checks them out: a long history in a second or so.
+     */
+    void importHistory(int count);
     /// @brief Runs git; a failure ends the binary.
     QString git(const QStringList &arguments) const;
 
