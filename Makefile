@@ -8,7 +8,13 @@ REPO ?= $(CURDIR)
 
 # Debian packages the build, the tests and the benchmarks need.
 PACKAGES := cmake make g++ pkg-config git python3 \
-            qt6-base-dev libsqlite3-dev libgtest-dev libgmock-dev
+            qt6-base-dev libsqlite3-dev libgtest-dev libgmock-dev \
+            qt6-declarative-dev qt6-charts-dev fonts-material-design-icons-iconfont \
+            qml6-module-qtquick qml6-module-qtqml qml6-module-qtqml-models \
+            qml6-module-qtqml-workerscript qml6-module-qtquick-controls \
+            qml6-module-qtquick-templates qml6-module-qtquick-layouts \
+            qml6-module-qtquick-window qml6-module-qtquick-dialogs qml6-module-qtquick-shapes \
+            qml6-module-qtcharts qml6-module-qttest
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
@@ -37,8 +43,15 @@ build: configure
 test: build
 	cd $(BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
 
+# With a display: the application (REPO=path opens that repository). Without one: say so and
+# print the insights of REPO (default: this checkout) with the command-line tool instead.
 run: build
-	$(BUILD_DIR)/src/cli/strataloom-cli summary "$(REPO)"
+	@if [ -n "$$DISPLAY$$WAYLAND_DISPLAY" ]; then \
+	    exec $(BUILD_DIR)/src/ui/shell/strataloom $(if $(filter command line,$(origin REPO)),"$(REPO)"); \
+	else \
+	    echo "No display (neither DISPLAY nor WAYLAND_DISPLAY is set): printing the insights of $(REPO) instead."; \
+	    $(BUILD_DIR)/src/cli/strataloom-cli insights "$(REPO)"; \
+	fi
 
 bench: build
 	cmake --build $(BUILD_DIR) --target benchmarks -j $(JOBS)

@@ -1,0 +1,27 @@
+#include "ModelTypes.h"
+
+#include "AnalyticsIndex.h"
+#include "AppViewModel.h"
+#include "RecordModels.h"
+
+#include <QtQml/qqml.h>
+
+namespace strataloom {
+
+void registerModelTypes()
+{
+    static const bool registered = [] {
+        const char *uri = "Strataloom.Model";
+        qmlRegisterUncreatableType<AppViewModel>(uri, 1, 0, "AppViewModel",
+                                                 QStringLiteral("The application creates the model"));
+        qmlRegisterUncreatableType<RecordListModel>(uri, 1, 0, "RecordListModel",
+                                                    QStringLiteral("Lists belong to the model"));
+        qmlRegisterUncreatableMetaObject(AnalyticsIndexState::staticMetaObject, uri, 1, 0,
+                                         "AnalyticsIndexState",
+                                         QStringLiteral("States come from the model"));
+        return true;
+    }();
+    Q_UNUSED(registered);
+}
+
+} // namespace strataloom
