@@ -6,6 +6,7 @@
 
 #include "AppViewModel.h"
 #include "DesktopActions.h"
+#include "IsolatedEnvironment.h"
 
 #include <QAbstractItemModelTester>
 #include <QCoreApplication>
@@ -19,18 +20,6 @@
 #include <functional>
 #include <memory>
 #include <vector>
-
-/// @brief Points HOME, the XDG folders, git's configuration and the index folder at a private
-/// temporary folder for the life of the object, and fixes the time zone.
-class IsolatedEnvironment
-{
-public:
-    IsolatedEnvironment();
-    QString home() const { return m_home.path(); }
-
-private:
-    QTemporaryDir m_home;
-};
 
 /// @brief main() of a model test binary: isolate, create the application, run @p TestClass.
 #define STRATALOOM_MODEL_TEST_MAIN(TestClass)                                                      \

@@ -11,16 +11,6 @@ using namespace strataloom;
 
 namespace {
 
-QString errorOf(const std::function<void()> &call)
-{
-    try {
-        call();
-    } catch (const GitError &error) {
-        return error.description();
-    }
-    return QStringLiteral("<no error>");
-}
-
 CommitFileChange change(const char *status, const QString &path)
 {
     return {QString::fromLatin1(status), path};
@@ -105,14 +95,14 @@ TEST(ChangeLoader, UnknownCommitFailsWithGitsMessage)
     const QString unknown = QStringLiteral("0123456789abcdef0123456789abcdef01234567");
     const QString abbreviated = QStringLiteral("deadbee");
     GitService git;
-    EXPECT_EQ(errorOf([&] { git.loadCommitChanges(repository.path(), unknown); }),
+    EXPECT_EQ(gitErrorOf([&] { git.loadCommitChanges(repository.path(), unknown); }),
               QStringLiteral("fatal: bad object ") + unknown);
-    EXPECT_EQ(errorOf([&] { git.loadCommitDiff(repository.path(), unknown); }),
+    EXPECT_EQ(gitErrorOf([&] { git.loadCommitDiff(repository.path(), unknown); }),
               QStringLiteral("fatal: bad object ") + unknown);
     // An abbreviation git cannot resolve reads as a path; git's hint lines are kept.
     for (const QString &message :
-         {errorOf([&] { git.loadCommitChanges(repository.path(), abbreviated); }),
-          errorOf([&] { git.loadCommitDiff(repository.path(), abbreviated); })}) {
+         {gitErrorOf([&] { git.loadCommitChanges(repository.path(), abbreviated); }),
+          gitErrorOf([&] { git.loadCommitDiff(repository.path(), abbreviated); })}) {
         EXPECT_TRUE(message.startsWith(
             QStringLiteral("fatal: ambiguous argument 'deadbee': unknown revision")))
             << message.toStdString();

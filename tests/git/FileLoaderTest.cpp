@@ -12,11 +12,6 @@ using namespace strataloom;
 
 namespace {
 
-QDateTime utc(const char *iso)
-{
-    return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODate);
-}
-
 QString isoDate(const QDateTime &instant)
 {
     return instant.toUTC().toString(Qt::ISODate);
@@ -113,8 +108,8 @@ TEST(FileLoader, FileDetailsFollowRenamesAcrossAuthors)
     EXPECT_EQ(details.authors,
               (QStringList {QStringLiteral("Ada Lovelace"), QStringLiteral("Barbara Liskov"),
                             QStringLiteral("Grace Hopper")}));
-    EXPECT_EQ(details.firstCommitDate, utc("2024-01-01T10:00:00Z"));
-    EXPECT_EQ(details.lastCommitDate, utc("2024-01-04T05:00:00Z"));
+    EXPECT_EQ(details.firstCommitDate, utcDate("2024-01-01T10:00:00Z"));
+    EXPECT_EQ(details.lastCommitDate, utcDate("2024-01-04T05:00:00Z"));
     EXPECT_EQ(details.lastAuthor, QStringLiteral("Barbara Liskov"));
     EXPECT_EQ(details.sizeBytes, 28);
 }
@@ -135,8 +130,8 @@ TEST(FileLoader, DeletedFileHasNoSizeButKeepsItsHistory)
     EXPECT_EQ(details.sizeBytes, 0);
     EXPECT_EQ(details.commitCount, 2);
     EXPECT_EQ(details.lastAuthor, QStringLiteral("Grace Hopper"));
-    EXPECT_EQ(details.firstCommitDate, utc("2024-01-01T10:00:00Z"));
-    EXPECT_EQ(details.lastCommitDate, utc("2024-02-01T10:00:00Z"));
+    EXPECT_EQ(details.firstCommitDate, utcDate("2024-01-01T10:00:00Z"));
+    EXPECT_EQ(details.lastCommitDate, utcDate("2024-02-01T10:00:00Z"));
 }
 
 TEST(FileLoader, NeverCommittedFileHasNoHistory)
@@ -228,8 +223,8 @@ TEST(FileLoader, AuthorDetailsSumAllRefsAndGroupByDay)
         (QStringList {QStringLiteral("grace@example.com"), QStringLiteral("grace@work.example")}));
     EXPECT_EQ(details.additions, 3 + 0 + 2);
     EXPECT_EQ(details.deletions, 1);
-    EXPECT_EQ(details.firstCommitDate, utc("2024-03-01T09:00:00Z"));
-    EXPECT_EQ(details.lastCommitDate, utc("2024-03-06T01:30:00Z"));
+    EXPECT_EQ(details.firstCommitDate, utcDate("2024-03-01T09:00:00Z"));
+    EXPECT_EQ(details.lastCommitDate, utcDate("2024-03-06T01:30:00Z"));
     // Days of the local time zone (UTC in tests), not of the author's offset.
     ASSERT_EQ(details.activity.size(), 2);
     EXPECT_EQ(isoDate(details.activity.at(0).date), QStringLiteral("2024-03-01T00:00:00Z"));

@@ -13,20 +13,6 @@
 
 using namespace strataloom;
 
-namespace {
-
-QString errorOf(const std::function<void()> &call)
-{
-    try {
-        call();
-    } catch (const GitError &error) {
-        return error.description();
-    }
-    return QStringLiteral("<no error>");
-}
-
-} // namespace
-
 TEST(GitRunner, ValidatesWorkTreeAndRejectsGitDirectoryAndForeignFolder)
 {
     TestRepository repository;
@@ -43,7 +29,7 @@ TEST(GitRunner, ValidatesWorkTreeAndRejectsGitDirectoryAndForeignFolder)
     }
 
     QTemporaryDir outside;
-    const QString message = errorOf([&] { git.validateRepository(outside.path()); });
+    const QString message = gitErrorOf([&] { git.validateRepository(outside.path()); });
     EXPECT_TRUE(message.startsWith(QStringLiteral("fatal: not a git repository")))
         << message.toStdString();
     EXPECT_EQ(message, message.trimmed());
@@ -54,7 +40,7 @@ TEST(GitRunner, SilentFailureUsesFallbackText)
     // A git that fails without a word on standard error.
     TestRepository repository;
     qputenv("STRATALOOM_GIT", "/bin/false");
-    const QString message = errorOf([&] { GitService().validateRepository(repository.path()); });
+    const QString message = gitErrorOf([&] { GitService().validateRepository(repository.path()); });
     qunsetenv("STRATALOOM_GIT");
     EXPECT_EQ(message, QStringLiteral("Git command failed"));
 }

@@ -12,21 +12,6 @@ using namespace strataloom;
 
 namespace {
 
-QString errorOf(const std::function<void()> &call)
-{
-    try {
-        call();
-    } catch (const GitError &error) {
-        return error.description();
-    }
-    return QStringLiteral("<no error>");
-}
-
-QDateTime utc(const char *iso)
-{
-    return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODate);
-}
-
 QStringList subjectsOf(const QList<CommitRecord> &commits)
 {
     QStringList subjects;
@@ -89,7 +74,7 @@ TEST(HistoryLoader, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirst)
         repository.git({QStringLiteral("rev-parse"), QStringLiteral("--short"), second}).trimmed());
     EXPECT_EQ(newest.author, QStringLiteral("Grace Hopper"));
     EXPECT_EQ(newest.email, QStringLiteral("grace@example.com"));
-    EXPECT_EQ(newest.date, utc("2024-03-02T12:00:00Z"));
+    EXPECT_EQ(newest.date, utcDate("2024-03-02T12:00:00Z"));
     EXPECT_EQ(newest.subject, QStringLiteral("Change a, add b"));
     EXPECT_EQ(newest.body, QStringLiteral("Why it changed.\n"));
     EXPECT_EQ(newest.additions, 3);
@@ -98,7 +83,7 @@ TEST(HistoryLoader, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirst)
 
     const CommitRecord &oldest = commits.at(1);
     EXPECT_EQ(oldest.id, first);
-    EXPECT_EQ(oldest.date, utc("2024-03-01T08:20:30Z"));
+    EXPECT_EQ(oldest.date, utcDate("2024-03-01T08:20:30Z"));
     EXPECT_EQ(oldest.body, QString());
     EXPECT_EQ(oldest.additions, 3);
     EXPECT_EQ(oldest.deletions, 0);
@@ -206,7 +191,7 @@ TEST(HistoryLoader, SubjectThatIsNotUtf8LoadsWithReplacementCharacter)
     const QList<CommitRecord> commits = git.loadCommits(repository.path(), 10);
     ASSERT_EQ(commits.size(), 1);
     EXPECT_EQ(commits.at(0).subject, QStringLiteral("caf\uFFFD au lait"));
-    EXPECT_EQ(commits.at(0).date, utc("2024-01-01T10:00:00Z"));
+    EXPECT_EQ(commits.at(0).date, utcDate("2024-01-01T10:00:00Z"));
     const QList<CommitRecord> found = git.searchCommits(repository.path(), QStringLiteral("lait"));
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(found.at(0).subject, QStringLiteral("caf\uFFFD au lait"));
@@ -385,7 +370,7 @@ TEST(HistoryLoader, MalformedSearchPatternFailsWithGitsMessage)
     TestRepository repository;
     repository.commit(QStringLiteral("anything"));
     const QString message
-        = errorOf([&] { GitService().searchCommits(repository.path(), QStringLiteral("[")); });
+        = gitErrorOf([&] { GitService().searchCommits(repository.path(), QStringLiteral("[")); });
     EXPECT_TRUE(message.startsWith(QStringLiteral("fatal:"))) << message.toStdString();
     EXPECT_TRUE(message.contains(QStringLiteral("Invalid regular expression")))
         << message.toStdString();

@@ -12,21 +12,6 @@ using namespace strataloom;
 
 namespace {
 
-QString errorOf(const std::function<void()> &call)
-{
-    try {
-        call();
-    } catch (const GitError &error) {
-        return error.description();
-    }
-    return QStringLiteral("<no error>");
-}
-
-QDateTime utc(const char *iso)
-{
-    return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODate);
-}
-
 QStringList namesOf(const QList<BranchRecord> &branches)
 {
     QStringList names;
@@ -115,7 +100,7 @@ TEST(RefLoader, LocalBranchesNewestTipFirstWithCurrentMarked)
     EXPECT_FALSE(feature.isRemote); // a slash does not make a branch remote
     EXPECT_FALSE(feature.isCurrent);
     EXPECT_EQ(feature.lastCommitHash, shortHash(repository, tip));
-    EXPECT_EQ(feature.lastCommitDate, utc("2024-02-01T06:30:00Z"));
+    EXPECT_EQ(feature.lastCommitDate, utcDate("2024-02-01T06:30:00Z"));
     EXPECT_EQ(feature.lastAuthor, QStringLiteral("Grace Hopper"));
 
     const BranchRecord &main = branches.at(1);
@@ -211,7 +196,7 @@ TEST(RefLoader, CheckoutOfARemoteBranchWhoseLocalNameExistsFailsWithGitsMessage)
     const QList<BranchRecord> branches = git.loadBranches(setup.work.path());
     const BranchRecord *remote = findBranch(branches, QStringLiteral("origin/topic"));
     ASSERT_NE(remote, nullptr);
-    const QString message = errorOf([&] { git.checkout(*remote, setup.work.path()); });
+    const QString message = gitErrorOf([&] { git.checkout(*remote, setup.work.path()); });
     EXPECT_EQ(message, QStringLiteral("fatal: a branch named 'topic' already exists"));
     EXPECT_EQ(
         setup.work.git({QStringLiteral("branch"), QStringLiteral("--show-current")}).trimmed(),
@@ -237,12 +222,12 @@ TEST(RefLoader, LightweightAndAnnotatedTagsNewestFirst)
     EXPECT_EQ(annotated.name, QStringLiteral("v2.0"));
     EXPECT_EQ(annotated.objectHash, shortHash(repository, QStringLiteral("refs/tags/v2.0")));
     EXPECT_NE(annotated.objectHash, shortHash(repository, second));
-    EXPECT_EQ(annotated.date, utc("2024-04-01T10:00:00Z")); // the tagger's date
+    EXPECT_EQ(annotated.date, utcDate("2024-04-01T10:00:00Z")); // the tagger's date
     EXPECT_EQ(annotated.subject, QStringLiteral("Release two"));
 
     const TagRecord &lightweight = tags.at(1);
     EXPECT_EQ(lightweight.name, QStringLiteral("v1.0"));
     EXPECT_EQ(lightweight.objectHash, shortHash(repository, first));
-    EXPECT_EQ(lightweight.date, utc("2024-01-01T10:00:00Z"));
+    EXPECT_EQ(lightweight.date, utcDate("2024-01-01T10:00:00Z"));
     EXPECT_EQ(lightweight.subject, QStringLiteral("First release | \"quoted\""));
 }

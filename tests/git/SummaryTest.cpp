@@ -15,11 +15,6 @@ QString daysAgo(int days)
     return QDateTime::currentDateTimeUtc().addDays(-days).toString(Qt::ISODate);
 }
 
-QDateTime utc(const char *iso)
-{
-    return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODate);
-}
-
 } // namespace
 
 TEST(Summary, EmptyRepositoryHasUnbornBranchAndNoHistory)
@@ -75,11 +70,11 @@ TEST(Summary, CountsHistoryDatesAndGaps)
     EXPECT_EQ(summary.trackedFileCount, 2);
     EXPECT_EQ(summary.repositorySizeBytes, 6);
     EXPECT_GT(summary.gitSizeBytes, 0);
-    EXPECT_EQ(summary.firstCommitDate, utc("2023-01-01T00:00:00Z"));
-    EXPECT_EQ(summary.latestCommitDate, utc("2023-02-28T22:00:00Z"));
+    EXPECT_EQ(summary.firstCommitDate, utcDate("2023-01-01T00:00:00Z"));
+    EXPECT_EQ(summary.latestCommitDate, utcDate("2023-02-28T22:00:00Z"));
     EXPECT_EQ(summary.longestInactivityDays, 47); // 47 days and 23 hours, truncated
     const double months
-        = utc("2023-01-01T00:00:00Z").secsTo(utc("2023-02-28T22:00:00Z")) / 2629746.0;
+        = utcDate("2023-01-01T00:00:00Z").secsTo(utcDate("2023-02-28T22:00:00Z")) / 2629746.0;
     EXPECT_DOUBLE_EQ(summary.commitsPerMonth, 3 / months);
     EXPECT_EQ(summary.activityTrendPercent, 0.0); // nothing in the last 180 days
 }
@@ -118,8 +113,8 @@ TEST(Summary, TwoRootsGiveTheOldestRoot)
 
     const RepositorySummary summary = GitService().loadSummary(repository.path());
     EXPECT_EQ(summary.commitCount, 3);
-    EXPECT_EQ(summary.firstCommitDate, utc("2021-01-01T12:00:00Z"));
-    EXPECT_EQ(summary.latestCommitDate, utc("2022-06-01T12:00:00Z"));
+    EXPECT_EQ(summary.firstCommitDate, utcDate("2021-01-01T12:00:00Z"));
+    EXPECT_EQ(summary.latestCommitDate, utcDate("2022-06-01T12:00:00Z"));
 }
 
 TEST(Summary, SubfolderReportsTheTopLevel)

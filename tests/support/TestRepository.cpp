@@ -1,6 +1,7 @@
 #include "TestRepository.h"
 
 #include "GitProcess.h"
+#include "GitService.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -14,34 +15,34 @@ using strataloom::runProcess;
 QString runGitIn(const QString &directory, const QStringList &arguments, const QString &date,
                  int *status, QString *errorOutput)
 {
-    const QStringList environment{
+    const QStringList environment {
         QStringLiteral("GIT_AUTHOR_DATE=") + date,
         QStringLiteral("GIT_COMMITTER_DATE=") + date,
         QStringLiteral("GIT_COMMITTER_NAME=Test Committer"),
         QStringLiteral("GIT_COMMITTER_EMAIL=committer@example.com"),
         QStringLiteral("GIT_CONFIG_NOSYSTEM=1"),
     };
-    const QStringList full = QStringList{QStringLiteral("-c"), QStringLiteral("user.name=Test"),
-                                         QStringLiteral("-c"),
-                                         QStringLiteral("user.email=test@example.com"),
-                                         QStringLiteral("-c"), QStringLiteral("init.defaultBranch=main"),
-                                         QStringLiteral("-C"), directory}
-                             + arguments;
+    const QStringList full
+        = QStringList {QStringLiteral("-c"), QStringLiteral("user.name=Test"),
+                       QStringLiteral("-c"), QStringLiteral("user.email=test@example.com"),
+                       QStringLiteral("-c"), QStringLiteral("init.defaultBranch=main"),
+                       QStringLiteral("-C"), directory}
+        + arguments;
     const auto result = runProcess(QStringLiteral("/usr/bin/git"), full, environment);
     if (status)
         *status = result.exitStatus;
     if (errorOutput)
         *errorOutput = QString::fromUtf8(result.standardError);
     if (!status && result.exitStatus != 0)
-        ADD_FAILURE() << "git " << arguments.join(QLatin1Char(' ')).toStdString() << " failed: "
-                      << result.standardError.toStdString();
+        ADD_FAILURE() << "git " << arguments.join(QLatin1Char(' ')).toStdString()
+                      << " failed: " << result.standardError.toStdString();
     return QString::fromUtf8(result.standardOutput);
 }
 
 TestRepository::TestRepository(bool bare)
     : m_dir(QDir::tempPath() + QStringLiteral("/strataloom-repo-XXXXXX"))
 {
-    QStringList init{QStringLiteral("init"), QStringLiteral("-q")};
+    QStringList init {QStringLiteral("init"), QStringLiteral("-q")};
     if (bare)
         init << QStringLiteral("--bare");
     git(init);
@@ -89,4 +90,19 @@ QString TestRepository::commit(const QString &message, const QString &author, co
         m_date = next.toUTC().toString(Qt::ISODate);
     }
     return git({QStringLiteral("rev-parse"), QStringLiteral("HEAD")}).trimmed();
+}
+
+QString gitErrorOf(const std::function<void()> &call)
+{
+    try {
+        call();
+    } catch (const strataloom::GitError &error) {
+        return error.description();
+    }
+    return QStringLiteral("<no error>");
+}
+
+QDateTime utcDate(const char *iso)
+{
+    return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODate);
 }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <ostream>
 
 /// @brief Lets GoogleTest print QString values as text in failure messages.
@@ -54,3 +56,9 @@ private:
 QString runGitIn(const QString &directory, const QStringList &arguments,
                  const QString &date = QStringLiteral("2024-01-01T10:00:00Z"),
                  int *status = nullptr, QString *errorOutput = nullptr);
+
+/// @brief The user-facing text of the GitError that @p call throws, or "<no error>".
+QString gitErrorOf(const std::function<void()> &call);
+
+/// @brief The instant of an ISO-8601 text such as "2024-03-01T09:20:30Z".
+QDateTime utcDate(const char *iso);
