@@ -323,3 +323,29 @@ TEST(InsightsCommand, SixtyFortyOwnershipAndAnEmptyRepository)
     EXPECT_EQ(signal(nothing, QStringLiteral("Message inconsistency")), 100.0);
     EXPECT_TRUE(nothing.value(QStringLiteral("milestones")).toArray().isEmpty());
 }
+
+TEST(IndexCommand, ProgressGoesToATerminalOnly)
+{
+    TestRepository repository;
+    buildHistory(repository, 7);
+    QTemporaryDir indexDir;
+
+    // Through a pipe: the JSON and nothing else.
+    const ProcessResult piped
+        = runProcess(QStringLiteral(STRATALOOM_CLI),
+                     {QStringLiteral("index"), repository.path(), QStringLiteral("--index-dir"),
+                      indexDir.filePath(QStringLiteral("piped"))});
+    EXPECT_EQ(piped.exitStatus, 0);
+    EXPECT_TRUE(piped.standardError.isEmpty()) << piped.standardError.toStdString();
+
+    // In a terminal (script gives the command a pseudo-terminal): the counter shows.
+    const QString command = QStringLiteral("'%1' index '%2' --index-dir '%3' >/dev/null")
+                                .arg(QStringLiteral(STRATALOOM_CLI), repository.path(),
+                                     indexDir.filePath(QStringLiteral("tty")));
+    const ProcessResult terminal
+        = runProcess(QStringLiteral("/usr/bin/script"),
+                     {QStringLiteral("-qec"), command, QStringLiteral("/dev/null")});
+    EXPECT_EQ(terminal.exitStatus, 0);
+    EXPECT_TRUE(terminal.standardOutput.contains("imported 7 of 7 commits"))
+        << terminal.standardOutput.toStdString();
+}
