@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QtQml/qqmlregistration.h>
 
 namespace strataloom {
@@ -28,6 +29,8 @@ public:
     /// @brief The ligature of @p symbol, or "" when the table has none.
     Q_INVOKABLE QString glyph(const QString &symbol) const;
     Q_INVOKABLE bool contains(const QString &symbol) const;
+    /// @brief Every symbol the table maps, sorted.
+    Q_INVOKABLE QStringList symbolNames() const;
 
     static const QHash<QString, QString> &table();
     /// @brief Symbols of @p names that the table does not map.
