@@ -18,6 +18,7 @@ const QHash<QString, QString> &IconTable::table()
         {QStringLiteral("arrow.triangle.merge"), QStringLiteral("merge_type")},
         {QStringLiteral("arrow.up.arrow.down"), QStringLiteral("swap_vert")},
         {QStringLiteral("arrow.up.right.circle.fill"), QStringLiteral("trending_up")},
+        {QStringLiteral("arrow.up.forward.app"), QStringLiteral("open_in_new")},
         {QStringLiteral("arrow.uturn.backward.circle"), QStringLiteral("undo")},
         {QStringLiteral("arrow.uturn.backward.circle.fill"), QStringLiteral("undo")},
         {QStringLiteral("bolt.fill"), QStringLiteral("bolt")},
@@ -98,6 +99,7 @@ const QHash<QString, QString> &IconTable::table()
         {QStringLiteral("timeline.selection"), QStringLiteral("timeline")},
         {QStringLiteral("waveform.path.ecg"), QStringLiteral("monitor_heart")},
         {QStringLiteral("xmark"), QStringLiteral("close")},
+        {QStringLiteral("xmark.circle.fill"), QStringLiteral("cancel")},
     };
     return symbols;
 }
