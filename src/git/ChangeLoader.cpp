@@ -30,8 +30,8 @@ QString GitService::loadCommitDiff(const QString &repository, const QString &com
 {
     return run({QStringLiteral("show"), QStringLiteral("--no-ext-diff"),
                 QStringLiteral("--no-color"), QStringLiteral("--format=fuller"),
-                QStringLiteral("--stat"), QStringLiteral("--patch"), QStringLiteral("--end-of-options"),
-                commit},
+                QStringLiteral("--stat"), QStringLiteral("--patch"),
+                QStringLiteral("--end-of-options"), commit},
                repository);
 }
 

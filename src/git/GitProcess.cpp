@@ -229,11 +229,14 @@ QString gitExecutable()
     return configured.isEmpty() ? QStringLiteral("/usr/bin/git") : configured;
 }
 
-QStringList gitArguments(const QString &repository, const QStringList &arguments)
+QStringList gitArguments(const QString &repository, const QStringList &arguments,
+                         const QStringList &configuration)
 {
     QStringList full {QStringLiteral("-c"), QStringLiteral("core.fsmonitor=false"),
-                      QStringLiteral("-c"), QStringLiteral("core.quotePath=false"),
-                      QStringLiteral("-C"), repository};
+                      QStringLiteral("-c"), QStringLiteral("core.quotePath=false")};
+    for (const QString &setting : configuration)
+        full << QStringLiteral("-c") << setting;
+    full << QStringLiteral("-C") << repository;
     if (arguments.isEmpty())
         return full;
     // Commands that can compute a diff never run the repository's textconv or external diff
@@ -253,9 +256,10 @@ QStringList gitEnvironment()
 }
 
 ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
-                            const OutputSink &sink, const std::optional<QByteArray> &input)
+                            const OutputSink &sink, const std::optional<QByteArray> &input,
+                            const QStringList &configuration)
 {
-    return runProcess(gitExecutable(), gitArguments(repository, arguments),
+    return runProcess(gitExecutable(), gitArguments(repository, arguments, configuration),
                       ProcessOptions {gitEnvironment(), sink, input});
 }
 

@@ -59,14 +59,17 @@ QString gitExecutable();
  * Adds the options that keep a hostile repository's configuration from starting programs
  * (fsmonitor, textconv, external diff drivers) and that print paths as their owners named them.
  */
-QStringList gitArguments(const QString &repository, const QStringList &arguments);
+QStringList gitArguments(const QString &repository, const QStringList &arguments,
+                         const QStringList &configuration = {});
 
 /// @brief Environment entries set for every git child (no optional locks, no prompts).
 QStringList gitEnvironment();
 
 /// @brief Runs git on @p repository with the safe options; the caller interprets the result.
+/// @p configuration: further "key=value" settings for this run only.
 ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
                             const OutputSink &sink = {},
-                            const std::optional<QByteArray> &input = std::nullopt);
+                            const std::optional<QByteArray> &input = std::nullopt,
+                            const QStringList &configuration = {});
 
 } // namespace strataloom

@@ -143,7 +143,7 @@ struct AuthorDetails
 struct CommitFileChange
 {
     QString status; ///< A, M, D, T, or R/C with a score such as R100
-    QString path;   ///< for renames and copies "old → new"
+    QString path; ///< for renames and copies "old → new"
 
     bool operator==(const CommitFileChange &) const = default;
 };

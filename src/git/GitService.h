@@ -84,7 +84,15 @@ public:
     static constexpr int fileListLimit = 2000;
 
 private:
-    QString run(const QStringList &arguments, const QString &repository) const;
+    QString run(const QStringList &arguments, const QString &repository,
+                const QStringList &configuration = {}) const;
+    /**
+     * @brief Settings that switch off the content filters (clean, smudge, process) that the
+     * repository's own configuration defines. Commands that read or write work-tree files
+     * (status, switch) would otherwise start those programs. Filters of the user's global and
+     * system configuration (Git LFS, say) are the user's own choice and stay.
+     */
+    QStringList repositoryFilterOverrides(const QString &repository) const;
     bool hasHead(const QString &repository) const;
 };
 

@@ -66,11 +66,15 @@ QList<TagRecord> GitService::loadTags(const QString &repository) const
 
 void GitService::checkout(const BranchRecord &branch, const QString &repository) const
 {
+    // Switching writes work-tree files: the repository's own filters and hooks stay switched off.
+    QStringList configuration = repositoryFilterOverrides(repository);
+    configuration << QStringLiteral("core.hooksPath=/dev/null");
     // For a remote branch git makes a local branch of the same short name that tracks it.
     if (branch.isRemote)
-        run({QStringLiteral("switch"), QStringLiteral("--track"), branch.name}, repository);
+        run({QStringLiteral("switch"), QStringLiteral("--track"), branch.name}, repository,
+            configuration);
     else
-        run({QStringLiteral("switch"), branch.name}, repository);
+        run({QStringLiteral("switch"), branch.name}, repository, configuration);
 }
 
 } // namespace strataloom

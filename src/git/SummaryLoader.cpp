@@ -104,7 +104,10 @@ RepositorySummary GitService::loadSummary(const QString &repository) const
         command({QStringLiteral("branch"), QStringLiteral("--show-current")}),
         swallowing({QStringLiteral("config"), QStringLiteral("--get"),
                     QStringLiteral("remote.origin.url")}),
-        command({QStringLiteral("status"), QStringLiteral("--porcelain")}),
+        [this, &repository] {
+            return run({QStringLiteral("status"), QStringLiteral("--porcelain")}, repository,
+                       repositoryFilterOverrides(repository));
+        },
         command({QStringLiteral("for-each-ref"), QStringLiteral("--format=%(refname:short)"),
                  QStringLiteral("refs/heads/")}),
         command({QStringLiteral("tag"), QStringLiteral("--list")}),

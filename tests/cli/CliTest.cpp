@@ -74,11 +74,13 @@ TEST(Cli, HostileRepositoryConfigurationStartsNoProgram)
 {
     TestRepository repository;
     repository.write(QStringLiteral("notes.txt"), "first\n");
-    repository.write(QStringLiteral(".gitattributes"), "*.txt diff=evil\n");
+    repository.write(QStringLiteral(".gitattributes"), "*.txt diff=evil filter=evil\n");
     repository.commit(QStringLiteral("first"));
     repository.write(QStringLiteral("notes.txt"), "second change\n");
     const QString commit = repository.commit(QStringLiteral("second change"));
-    repository.write(QStringLiteral("notes.txt"), "dirty work tree\n");
+    // Same size as the committed text, other bytes: git must read the file (through the clean
+    // filter) to see that it changed.
+    repository.write(QStringLiteral("notes.txt"), "SECOND CHANGE\n");
 
     QTemporaryDir trapDir;
     const QString marker = trapDir.filePath(QStringLiteral("marker"));
@@ -86,32 +88,32 @@ TEST(Cli, HostileRepositoryConfigurationStartsNoProgram)
     {
         QFile script(trap);
         ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-        script.write(QStringLiteral("#!/bin/sh\ntouch '%1'\nexit 1\n").arg(marker).toUtf8());
+        script.write(QStringLiteral("#!/bin/sh\ntouch '%1'\ncat\n").arg(marker).toUtf8());
         script.setPermissions(script.permissions() | QFile::ExeOwner);
     }
-    repository.git({QStringLiteral("config"), QStringLiteral("core.fsmonitor"), trap});
-    repository.git({QStringLiteral("config"), QStringLiteral("diff.external"), trap});
-    repository.git({QStringLiteral("config"), QStringLiteral("diff.evil.textconv"), trap});
 
     // Each trap is real: plain git runs it.
-    const QList<QStringList> plainRuns {
-        {QStringLiteral("status")},
-        {QStringLiteral("diff")},
-        {QStringLiteral("show"), QStringLiteral("--no-ext-diff"), commit}};
-    for (const QStringList &plain : plainRuns) {
-        repository.gitStatus(plain);
-        ASSERT_TRUE(QFile::exists(marker))
-            << "git " << plain.first().toStdString() << " ran no trap";
+    struct Trap
+    {
+        QString key;
+        QStringList plainRun;
+    };
+    const QList<Trap> traps {
+        {QStringLiteral("core.fsmonitor"), {QStringLiteral("status")}},
+        {QStringLiteral("diff.external"), {QStringLiteral("diff")}},
+        {QStringLiteral("diff.evil.textconv"),
+         {QStringLiteral("show"), QStringLiteral("--no-ext-diff"), commit}},
+        {QStringLiteral("filter.evil.clean"), {QStringLiteral("status")}},
+    };
+    for (const Trap &t : traps) {
+        repository.git({QStringLiteral("config"), t.key, trap});
+        repository.gitStatus(t.plainRun);
+        EXPECT_TRUE(QFile::exists(marker)) << t.key.toStdString() << " did not fire with plain git";
         QFile::remove(marker);
-        if (plain.first() == QLatin1String("status"))
-            repository.git({QStringLiteral("config"), QStringLiteral("core.fsmonitor"),
-                            QStringLiteral("false")});
-        if (plain.first() == QLatin1String("diff"))
-            repository.git({QStringLiteral("config"), QStringLiteral("--unset"),
-                            QStringLiteral("diff.external")});
+        repository.git({QStringLiteral("config"), QStringLiteral("--unset"), t.key});
     }
-    repository.git({QStringLiteral("config"), QStringLiteral("core.fsmonitor"), trap});
-    repository.git({QStringLiteral("config"), QStringLiteral("diff.external"), trap});
+    for (const Trap &t : traps)
+        repository.git({QStringLiteral("config"), t.key, trap});
 
     for (const QStringList &arguments : everyCommand(repository.path(), commit)) {
         const CliRun run = cli(arguments);

@@ -1,6 +1,7 @@
 #include "GitService.h"
 #include "TestRepository.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -230,4 +231,39 @@ TEST(RefLoader, LightweightAndAnnotatedTagsNewestFirst)
     EXPECT_EQ(lightweight.objectHash, shortHash(repository, first));
     EXPECT_EQ(lightweight.date, utcDate("2024-01-01T10:00:00Z"));
     EXPECT_EQ(lightweight.subject, QStringLiteral("First release | \"quoted\""));
+}
+
+TEST(RefLoader, CheckoutRunsNeitherTheRepositoryHooksNorItsFilters)
+{
+    TestRepository repository;
+    repository.write(QStringLiteral("a.txt"), "one\n");
+    repository.write(QStringLiteral(".gitattributes"), "*.txt filter=evil\n");
+    repository.commit(QStringLiteral("root"));
+    repository.git({QStringLiteral("branch"), QStringLiteral("other")});
+    repository.write(QStringLiteral("a.txt"), "two\n");
+    repository.commit(QStringLiteral("main moves on"));
+
+    QTemporaryDir trapDir;
+    const QString marker = trapDir.filePath(QStringLiteral("marker"));
+    const QString trap = trapDir.filePath(QStringLiteral("trap.sh"));
+    QFile script(trap);
+    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+    script.write(QStringLiteral("#!/bin/sh\ntouch '%1'\ncat\n").arg(marker).toUtf8());
+    script.close();
+    script.setPermissions(script.permissions() | QFile::ExeOwner);
+    QFile::copy(trap, repository.filePath(QStringLiteral(".git/hooks/post-checkout")));
+    repository.git({QStringLiteral("config"), QStringLiteral("filter.evil.smudge"), trap});
+    repository.git({QStringLiteral("config"), QStringLiteral("filter.evil.clean"), trap});
+
+    BranchRecord other;
+    other.name = QStringLiteral("other");
+    GitService().checkout(other, repository.path());
+    EXPECT_EQ(
+        repository.git({QStringLiteral("branch"), QStringLiteral("--show-current")}).trimmed(),
+        QStringLiteral("other"));
+    EXPECT_FALSE(QFile::exists(marker)) << "checkout started a program of the repository";
+
+    // The traps are real: git's own switch runs them.
+    repository.git({QStringLiteral("switch"), QStringLiteral("-q"), QStringLiteral("main")});
+    EXPECT_TRUE(QFile::exists(marker));
 }
