@@ -54,10 +54,16 @@ Item {
                 }
             }
         }
-        categoryAxis.categories = labels.map(shortened)
+        // Horizontal charts draw their first category at the bottom: reverse so the list reads
+        // from the top.
+        const order = labels.map((_, i) => horizontal ? labels.length - 1 - i : i)
+        categoryAxis.categories = order.map(i => shortened(labels[i]))
         valueAxis.min = 0
         valueAxis.max = Math.max(maximum, 1)
         valueAxis.applyNiceNumbers()
+        // Whole counts only: a small range gets one tick per unit instead of repeated labels.
+        if (valueAxis.max <= 6)
+            valueAxis.tickCount = valueAxis.max + 1
         const type = horizontal
             ? (stacked ? ChartView.SeriesTypeStackedBar : ChartView.SeriesTypeHorizontalBar)
             : (stacked ? ChartView.SeriesTypeStackedBar : ChartView.SeriesTypeBar)
@@ -68,14 +74,15 @@ Item {
         series.barWidth = sets.length > 1 && !stacked ? 0.8 : 0.65
         for (let index = 0; index < sets.length; ++index) {
             const set = sets[index]
-            const barSet = series.append(set.name, set.values)
+            const barSet = series.append(set.name, order.map(i => set.values[i]))
             const tint = InsightColors.named(set.colorName || InsightColors.palette[index])
             barSet.color = tint
             barSet.borderColor = tint
         }
         series.hovered.connect(function(status, position, barSet) {
             if (status) {
-                tip.text = root.labels[position] + ": "
+                const label = root.labels[root.horizontal ? root.labels.length - 1 - position : position]
+                tip.text = label + ": "
                         + Number(barSet.at(position)).toLocaleString(Qt.locale(), "f", 0)
                         + (root.sets.length > 1 ? " (" + barSet.label + ")" : "")
                 tip.visible = true

@@ -177,12 +177,21 @@ QVariantMap InsightsPresenter::fillDailyActivity(QObject *line) const
     QList<QPointF> points;
     qint64 maxCommits = 0;
     if (m_insights) {
-        points.reserve(m_insights->dailyActivity.size() + 2);
-        for (const IndexedActivityInsight &day : m_insights->dailyActivity) {
-            if (!day.date)
+        points.reserve(m_insights->dailyActivity.size() * 3);
+        // Days without commits are not in the list; they are drawn at zero rather than as a
+        // slope between the active days around them.
+        constexpr double day = 86400000.0;
+        for (const IndexedActivityInsight &entry : m_insights->dailyActivity) {
+            if (!entry.date)
                 continue;
-            points.append(QPointF(double(day.date->toMSecsSinceEpoch()), double(day.commits)));
-            maxCommits = std::max(maxCommits, day.commits);
+            const double x = double(entry.date->toMSecsSinceEpoch());
+            if (!points.isEmpty() && x - points.constLast().x() > day) {
+                if (x - points.constLast().x() > 2 * day)
+                    points.append(QPointF(points.constLast().x() + day, 0));
+                points.append(QPointF(x - day, 0));
+            }
+            points.append(QPointF(x, double(entry.commits)));
+            maxCommits = std::max(maxCommits, entry.commits);
         }
     }
     series->replace(points);

@@ -63,9 +63,12 @@ Item {
             spacing: 16
 
             // Header
-            RowLayout {
+            GridLayout {
                 Layout.fillWidth: true
-                spacing: 12
+                // The badge moves under the title when the column is narrow.
+                columns: screen.contentWidth >= 620 ? 2 : 1
+                columnSpacing: 12
+                rowSpacing: 8
                 ColumnLayout {
                     Layout.fillWidth: true
                     spacing: 2
@@ -153,7 +156,6 @@ Item {
                     delegate: MetricCard {
                         required property var modelData
                         objectName: "trend:" + modelData.title
-                        implicitHeight: 84
                         title: modelData.title
                         value: presenter.signedPercent(modelData.value)
                         caption: modelData.caption
@@ -234,17 +236,21 @@ Item {
                 title: "Project milestones"
                 symbol: "flag.checkered"
                 tint: InsightColors.named("green")
-                Flow {
+                GridLayout {
+                    id: milestoneGrid
                     Layout.fillWidth: true
-                    spacing: 10
+                    columns: Math.max(1, Math.floor(screen.contentWidth / 210))
+                    columnSpacing: 10
+                    rowSpacing: 10
                     Repeater {
                         model: presenter.milestones
                         delegate: Rectangle {
                             objectName: "milestone"
                             required property var modelData
                             readonly property color tint: InsightColors.named(modelData.color)
-                            width: Math.min(parent.width, 220)
-                            height: 78
+                            Layout.fillWidth: true
+                            Layout.preferredWidth: 1
+                            implicitHeight: 78
                             radius: 10
                             color: Qt.rgba(tint.r, tint.g, tint.b, Theme.dark ? 0.13 : 0.07)
                             border.color: Qt.rgba(tint.r, tint.g, tint.b, 0.3)
@@ -352,6 +358,8 @@ Item {
                         activityCounts.min = 0
                         activityCounts.max = Math.max(range.maxY, 1)
                         activityCounts.applyNiceNumbers()
+                        if (activityCounts.max <= 6)
+                            activityCounts.tickCount = activityCounts.max + 1
                     }
                     Component.onCompleted: refill()
                     Connections {

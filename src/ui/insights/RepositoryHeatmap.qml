@@ -56,7 +56,7 @@ Item {
     }
 
     function cellColor(count, ratio) {
-        const green = InsightColors.named("green")
+        const green = Qt.color(InsightColors.named("green"))
         if (count < 1)
             return Qt.rgba(Theme.secondaryText.r, Theme.secondaryText.g, Theme.secondaryText.b, 0.12)
         const opacity = ratio < 0.25 ? 0.3 : ratio < 0.5 ? 0.5 : ratio < 0.75 ? 0.72 : 1

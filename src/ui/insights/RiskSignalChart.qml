@@ -40,7 +40,7 @@ Item {
                 spacing: 6
                 Repeater {
                     model: root.riskSignals
-                    delegate: RowLayout {
+                    delegate: Item {
                         id: signalRow
                         objectName: "riskSignal"
                         required property var modelData
@@ -50,9 +50,10 @@ Item {
                         readonly property color tint: InsightColors.named(modelData.color)
                         readonly property string tooltipText: track.ToolTip.text
                         Layout.fillWidth: true
-                        spacing: 8
+                        implicitHeight: 20
                         Label {
-                            Layout.preferredWidth: root.labelWidth
+                            width: root.labelWidth
+                            anchors.verticalCenter: parent.verticalCenter
                             text: signalRow.name
                             horizontalAlignment: Text.AlignRight
                             elide: Text.ElideRight
@@ -61,8 +62,9 @@ Item {
                         }
                         Item {
                             id: track
-                            Layout.fillWidth: true
-                            Layout.preferredHeight: 20
+                            x: root.labelWidth + 8
+                            width: parent.width - x
+                            height: parent.height
                             Rectangle {
                                 anchors.fill: parent
                                 radius: 4

@@ -40,7 +40,6 @@ Item {
             delegate: MetricCard {
                 required property var modelData
                 objectName: "card:" + modelData.title
-                implicitHeight: modelData.caption ? 96 : 80
                 title: modelData.title
                 value: modelData.value
                 caption: modelData.caption || ""
@@ -122,9 +121,12 @@ Item {
             width: screen.contentWidth
             spacing: 16
 
-            RowLayout {
+            GridLayout {
                 Layout.fillWidth: true
-                spacing: 12
+                // The badge moves under the title when the column is narrow.
+                columns: screen.contentWidth >= 620 ? 2 : 1
+                columnSpacing: 12
+                rowSpacing: 8
                 ColumnLayout {
                     Layout.fillWidth: true
                     spacing: 2
@@ -338,6 +340,8 @@ Item {
                             commitsAxis.min = 0
                             commitsAxis.max = Math.max(range.maxCommits, 1)
                             commitsAxis.applyNiceNumbers()
+                            if (commitsAxis.max <= 6)
+                                commitsAxis.tickCount = commitsAxis.max + 1
                             churnAxis.min = 0
                             churnAxis.max = Math.max(range.maxChurn, 1)
                             churnAxis.applyNiceNumbers()
