@@ -12,8 +12,8 @@ void registerModelTypes()
 {
     static const bool registered = [] {
         const char *uri = "Strataloom.Model";
-        qmlRegisterUncreatableType<AppViewModel>(uri, 1, 0, "AppViewModel",
-                                                 QStringLiteral("The application creates the model"));
+        qmlRegisterUncreatableType<AppViewModel>(
+            uri, 1, 0, "AppViewModel", QStringLiteral("The application creates the model"));
         qmlRegisterUncreatableType<RecordListModel>(uri, 1, 0, "RecordListModel",
                                                     QStringLiteral("Lists belong to the model"));
         qmlRegisterUncreatableMetaObject(AnalyticsIndexState::staticMetaObject, uri, 1, 0,

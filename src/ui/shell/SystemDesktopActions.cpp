@@ -12,8 +12,7 @@ namespace strataloom {
 
 SystemDesktopActions::SystemDesktopActions(QObject *parent)
     : QObject(parent)
-{
-}
+{ }
 
 void SystemDesktopActions::openFile(const QString &path)
 {
@@ -23,9 +22,10 @@ void SystemDesktopActions::openFile(const QString &path)
 void SystemDesktopActions::showFolder(const QString &path)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"),
+        QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowFolders"));
-    call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
+    call << QStringList {QUrl::fromLocalFile(path).toString()} << QString();
     const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 2000);
     if (reply.type() == QDBusMessage::ErrorMessage || !QDBusConnection::sessionBus().isConnected())
         QDesktopServices::openUrl(QUrl::fromLocalFile(path));

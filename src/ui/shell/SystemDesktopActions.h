@@ -19,7 +19,7 @@ public:
     explicit SystemDesktopActions(QObject *parent = nullptr);
 
     void openFile(const QString &path) override;
-    void showFolder(const QString &path) override;
+    Q_INVOKABLE void showFolder(const QString &path) override;
     void openTerminal(const QString &path) override;
     void chooseFolder(const QString &title,
                       const std::function<void(const QString &path)> &chosen) override;

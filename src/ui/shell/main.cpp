@@ -1,5 +1,6 @@
 // The Strataloom application: one window over one application model.
 #include "AppViewModel.h"
+#include "Appearance.h"
 #include "ModelTypes.h"
 #include "SystemDesktopActions.h"
 
@@ -7,6 +8,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QFontDatabase>
+#include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QQuickStyle>
@@ -15,6 +17,7 @@
 Q_IMPORT_QML_PLUGIN(Strataloom_StylePlugin)
 Q_IMPORT_QML_PLUGIN(Strataloom_ScreensPlugin)
 Q_IMPORT_QML_PLUGIN(Strataloom_InsightsPlugin)
+Q_IMPORT_QML_PLUGIN(StrataloomPlugin)
 
 using namespace strataloom;
 
@@ -28,6 +31,8 @@ int main(int argc, char *argv[])
     QApplication::setDesktopFileName(QStringLiteral("strataloom"));
     if (qEnvironmentVariableIsEmpty("QT_QUICK_CONTROLS_STYLE"))
         QQuickStyle::setStyle(QStringLiteral("Fusion"));
+    applyPreferredAppearance(application);
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/qt/qml/Strataloom/icons/strataloom.svg")));
 
     registerModelTypes();
     SystemDesktopActions desktopActions;

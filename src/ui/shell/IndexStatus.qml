@@ -1,0 +1,60 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Strataloom.Style
+
+// A compact indicator of the analytics index: indexing, how many commits are indexed, or that
+// the index is unavailable (the reason as the help text). Shows nothing while idle.
+Control {
+    id: status
+
+    required property var appModel
+    readonly property var state: appModel.analyticsIndexState
+
+    readonly property string text: state.isIndexing ? "Indexing"
+                                 : state.isReady ? state.indexedCommits + " indexed"
+                                 : state.isFailed ? "Index unavailable" : ""
+    readonly property string helpText: state.isReady
+                                       ? (state.importedCommits < 1 ? "Analytics index is up to date"
+                                                                    : "Imported " + state.importedCommits + " new commits")
+                                       : state.isFailed ? state.message : ""
+
+    visible: text !== ""
+    hoverEnabled: true
+    leftPadding: 10
+    rightPadding: 10
+    topPadding: 4
+    bottomPadding: 4
+    ToolTip.visible: hovered && helpText !== ""
+    ToolTip.text: helpText
+    ToolTip.delay: 300
+    Accessible.name: text
+    Accessible.description: helpText
+
+    background: Rectangle {
+        radius: height / 2
+        color: status.state.isFailed ? Theme.tint(Theme.warning) : Theme.hover
+    }
+
+    contentItem: RowLayout {
+        spacing: 6
+        BusyIndicator {
+            visible: status.state.isIndexing
+            running: visible
+            implicitWidth: 16
+            implicitHeight: 16
+            padding: 0
+        }
+        SymbolIcon {
+            visible: !status.state.isIndexing
+            symbol: "cylinder.split.1x2.fill"
+            size: 15
+            color: status.state.isFailed ? Theme.warning : Theme.secondaryText
+        }
+        Label {
+            text: status.text
+            font.pixelSize: Theme.fontCaption + 1
+            color: status.state.isFailed ? Theme.warning : Theme.secondaryText
+        }
+    }
+}
