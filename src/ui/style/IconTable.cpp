@@ -89,6 +89,7 @@ const QHash<QString, QString> &IconTable::table()
         {QStringLiteral("person.fill.exclamationmark"), QStringLiteral("person_pin")},
         {QStringLiteral("play.circle.fill"), QStringLiteral("play_circle")},
         {QStringLiteral("plus"), QStringLiteral("add")},
+        {QStringLiteral("plusminus"), QStringLiteral("exposure")},
         {QStringLiteral("point.3.connected.trianglepath.dotted"), QStringLiteral("hub")},
         {QStringLiteral("rectangle.3.group.bubble.left.fill"), QStringLiteral("view_module")},
         {QStringLiteral("rectangle.grid.2x2"), QStringLiteral("grid_view")},
