@@ -1,0 +1,136 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Strataloom.Style
+import Strataloom.Screens
+import "Format.js" as Format
+
+// The tracked files, found by path. A click selects a file for the inspector; a double click
+// opens it in its default application.
+Item {
+    id: screen
+
+    property var appModel
+    property alias filter: filterField.text
+
+    readonly property int fileCount: appModel ? appModel.files.count : 0
+
+    RecordFilterModel {
+        id: filtered
+        sourceModel: screen.appModel ? screen.appModel.files : null
+        filterRoles: ["path"]
+        filterText: filterField.text
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: Theme.paddingLarge
+        spacing: Theme.padding
+
+        SectionHeader {
+            Layout.fillWidth: true
+            symbol: "folder"
+            title: "Files"
+            subtitle: filtered.count === screen.fileCount ? Format.count(screen.fileCount) + " tracked files"
+                                                          : Format.count(filtered.count) + " of " + Format.count(screen.fileCount) + " files"
+            FilterField {
+                id: filterField
+                objectName: "fileFilter"
+                Layout.preferredWidth: Math.min(240, screen.width * 0.4)
+                placeholderText: "Find file"
+            }
+        }
+
+        ListSurface {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+
+            ListView {
+                id: list
+                objectName: "fileList"
+                anchors.fill: parent
+                clip: true
+                model: filtered
+                boundsBehavior: Flickable.StopAtBounds
+                ScrollBar.vertical: ScrollBar { }
+
+                delegate: ItemDelegate {
+                    id: row
+                    required property int index
+                    required property string path
+                    required property string status
+                    required property var lastCommitDate
+                    required property string lastAuthor
+
+                    readonly property int slash: path.lastIndexOf("/")
+                    readonly property string fileName: slash >= 0 ? path.substring(slash + 1) : path
+                    readonly property string folder: slash >= 0 ? path.substring(0, slash) : ""
+                    readonly property bool selected: !!screen.appModel.selectedFile && screen.appModel.selectedFile.path === path
+
+                    width: ListView.view.width
+                    implicitHeight: 46
+                    hoverEnabled: true
+                    leftPadding: Theme.spacing + 4
+                    rightPadding: Theme.spacing + 4
+                    Accessible.name: path
+
+                    background: Rectangle {
+                        radius: Theme.radius
+                        color: row.selected ? Theme.selection : row.down ? Theme.pressed : row.hovered ? Theme.hover : "transparent"
+                    }
+
+                    contentItem: RowLayout {
+                        spacing: Theme.spacing + 2
+                        SymbolIcon {
+                            symbol: "doc"
+                            size: 18
+                            color: Theme.secondaryText
+                        }
+                        ColumnLayout {
+                            Layout.fillWidth: true
+                            spacing: 1
+                            ElidedPath {
+                                Layout.fillWidth: true
+                                text: row.fileName
+                                font.weight: Font.Medium
+                            }
+                            ElidedPath {
+                                Layout.fillWidth: true
+                                visible: row.folder !== ""
+                                text: row.folder
+                                font.pixelSize: Theme.fontCaption
+                                color: Theme.secondaryText
+                            }
+                        }
+                        Badge {
+                            visible: row.status !== ""
+                            text: row.status
+                            tint: row.status.indexOf("?") >= 0 ? Theme.named("gray")
+                                                               : Theme.named(Format.statusColorName(row.status.trim()))
+                        }
+                        Label {
+                            visible: screen.width > 620
+                            Layout.preferredWidth: 150
+                            horizontalAlignment: Text.AlignRight
+                            text: row.lastAuthor + (Format.isDate(row.lastCommitDate) ? "  ·  " + Format.age(row.lastCommitDate) : "")
+                            font.pixelSize: Theme.fontCaption
+                            color: Theme.secondaryText
+                            elide: Text.ElideRight
+                        }
+                    }
+
+                    onClicked: screen.appModel.selectFile(filtered.get(row.index))
+                    onDoubleClicked: screen.appModel.openFile(filtered.get(row.index))
+                }
+            }
+
+            EmptyStateView {
+                anchors.fill: parent
+                visible: filtered.count === 0
+                symbol: "doc"
+                title: screen.fileCount === 0 ? "No files" : "No matching files"
+                message: screen.fileCount === 0 ? "The work tree has no tracked files." : "Try a different filter."
+            }
+        }
+    }
+}

@@ -1,0 +1,146 @@
+#include "GraphRow.h"
+
+#include <QPainter>
+#include <QPen>
+#include <QVariantMap>
+
+namespace strataloom {
+
+GraphRow::GraphRow(QQuickItem *parent)
+    : QQuickPaintedItem(parent)
+{
+    setAntialiasing(true);
+    connect(this, &GraphRow::graphChanged, this, [this] { update(); });
+    connect(this, &GraphRow::appearanceChanged, this, [this] {
+        setImplicitWidth(m_graph.size() * m_columnWidth);
+        update();
+    });
+}
+
+void GraphRow::setGraph(const QString &graph)
+{
+    if (graph == m_graph)
+        return;
+    m_graph = graph;
+    setImplicitWidth(m_graph.size() * m_columnWidth);
+    updateSegments();
+}
+
+void GraphRow::setGraphAbove(const QString &graph)
+{
+    if (graph == m_above)
+        return;
+    m_above = graph;
+    updateSegments();
+}
+
+void GraphRow::setGraphBelow(const QString &graph)
+{
+    if (graph == m_below)
+        return;
+    m_below = graph;
+    updateSegments();
+}
+
+void GraphRow::setColumnWidth(qreal width)
+{
+    if (qFuzzyCompare(width, m_columnWidth))
+        return;
+    m_columnWidth = width;
+    Q_EMIT appearanceChanged();
+}
+
+void GraphRow::setLineWidth(qreal width)
+{
+    if (qFuzzyCompare(width, m_lineWidth))
+        return;
+    m_lineWidth = width;
+    Q_EMIT appearanceChanged();
+}
+
+void GraphRow::setDotRadius(qreal radius)
+{
+    if (qFuzzyCompare(radius, m_dotRadius))
+        return;
+    m_dotRadius = radius;
+    Q_EMIT appearanceChanged();
+}
+
+QVariantList GraphRow::laneColors() const
+{
+    QVariantList colors;
+    for (const QColor &color : m_laneColors)
+        colors << color;
+    return colors;
+}
+
+void GraphRow::setLaneColors(const QVariantList &colors)
+{
+    QList<QColor> converted;
+    for (const QVariant &color : colors)
+        converted << color.value<QColor>();
+    if (converted == m_laneColors)
+        return;
+    m_laneColors = converted;
+    Q_EMIT appearanceChanged();
+}
+
+void GraphRow::setBackgroundColor(const QColor &color)
+{
+    if (color == m_background)
+        return;
+    m_background = color;
+    Q_EMIT appearanceChanged();
+}
+
+QVariantList GraphRow::segmentMaps() const
+{
+    QVariantList maps;
+    for (const GraphSegment &segment : m_segments) {
+        maps << QVariantMap {
+            {QStringLiteral("kind"),
+             segment.kind == GraphSegment::Kind::Dot ? QStringLiteral("dot")
+                                                     : QStringLiteral("line")},
+            {QStringLiteral("x1"), segment.from.x()},
+            {QStringLiteral("y1"), segment.from.y()},
+            {QStringLiteral("x2"), segment.to.x()},
+            {QStringLiteral("y2"), segment.to.y()},
+            {QStringLiteral("lane"), segment.lane},
+        };
+    }
+    return maps;
+}
+
+void GraphRow::updateSegments()
+{
+    m_segments = graphSegments(m_graph, m_above, m_below);
+    Q_EMIT graphChanged();
+}
+
+QColor GraphRow::laneColor(int lane) const
+{
+    if (m_laneColors.isEmpty())
+        return QColor(Qt::gray);
+    return m_laneColors.at(lane % m_laneColors.size());
+}
+
+void GraphRow::paint(QPainter *painter)
+{
+    const qreal rowHeight = height();
+    const auto point
+        = [&](QPointF cell) { return QPointF(cell.x() * m_columnWidth, cell.y() * rowHeight); };
+    painter->setRenderHint(QPainter::Antialiasing);
+    for (const GraphSegment &segment : std::as_const(m_segments)) {
+        const QColor color = laneColor(segment.lane);
+        if (segment.kind == GraphSegment::Kind::Line) {
+            painter->setPen(QPen(color, m_lineWidth, Qt::SolidLine, Qt::RoundCap));
+            painter->drawLine(point(segment.from), point(segment.to));
+        } else {
+            painter->setPen(QPen(m_background.isValid() ? m_background : color, 2));
+            painter->setBrush(color);
+            painter->drawEllipse(point(segment.from), m_dotRadius, m_dotRadius);
+        }
+    }
+}
+
+} // namespace strataloom

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QList>
+#include <QPointF>
+#include <QString>
+
+namespace strataloom {
+
+/**
+ * @brief One stroke of a commit-graph row: a lane line or a commit dot.
+ *
+ * Coordinates are in cells: x counts character columns (the centre of column c is c + 0.5), y
+ * runs from 0 at the top of the row to 1 at its bottom, so the drawing scales to any row size.
+ */
+struct GraphSegment
+{
+    enum class Kind { Line, Dot };
+
+    Kind kind = Kind::Line;
+    QPointF from; ///< the dot's centre for a dot
+    QPointF to; ///< equals from for a dot
+    int lane = 0; ///< which lane's colour to draw with (two character columns per lane)
+
+    bool operator==(const GraphSegment &) const = default;
+};
+
+/**
+ * @brief The strokes that draw one line of git's text graph.
+ *
+ * @p graph is the line's drawing prefix ("| * ", "|/  ", "*   ", "|\\  "). @p above and
+ * @p below are the prefixes of the neighbouring lines, empty at the ends of the list: a commit
+ * dot is joined upwards and downwards only where a neighbour's drawing reaches it, so branch tips
+ * and root commits end at their dot.
+ */
+QList<GraphSegment> graphSegments(const QString &graph, const QString &above = {},
+                                  const QString &below = {});
+
+} // namespace strataloom

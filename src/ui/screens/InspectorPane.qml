@@ -1,0 +1,494 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Strataloom.Style
+import Strataloom.Model
+import "Format.js" as Format
+
+// The side pane with the details of the current selection: a commit with its changed files, a
+// file with its history facts, or an author with contribution statistics and a heat map.
+Rectangle {
+    id: inspector
+
+    property var appModel
+    // "commit", "file" or "author". Follows the section and the latest selection unless set.
+    property string pane: automaticPane
+    property string automaticPane: "commit"
+
+    readonly property var commit: appModel ? appModel.selectedCommit : null
+    readonly property var file: appModel ? appModel.selectedFile : null
+    readonly property var fileDetails: appModel ? appModel.selectedFileDetails : null
+    readonly property var author: appModel ? appModel.selectedAuthor : null
+    readonly property var authorDetails: appModel ? appModel.selectedAuthorDetails : null
+
+    function paneForSection(section) {
+        switch (section) {
+        case AppViewModel.Files: return "file"
+        case AppViewModel.Statistics: return "author"
+        case AppViewModel.Timeline:
+        case AppViewModel.History:
+        case AppViewModel.Search: return "commit"
+        }
+        return automaticPane
+    }
+
+    color: "transparent"
+    implicitWidth: 300
+
+    Connections {
+        target: inspector.appModel
+        function onSelectedSectionChanged() {
+            inspector.automaticPane = inspector.paneForSection(inspector.appModel.selectedSection)
+        }
+        function onSelectedCommitChanged() {
+            if (inspector.appModel.selectedCommit && inspector.appModel.selectedSection !== AppViewModel.Files
+                    && inspector.appModel.selectedSection !== AppViewModel.Statistics)
+                inspector.automaticPane = "commit"
+        }
+        function onSelectedFileChanged() {
+            if (inspector.appModel.selectedFile)
+                inspector.automaticPane = "file"
+        }
+        function onSelectedAuthorChanged() {
+            if (inspector.appModel.selectedAuthor)
+                inspector.automaticPane = "author"
+        }
+    }
+    Component.onCompleted: if (appModel) automaticPane = paneForSection(appModel.selectedSection)
+
+    StackLayout {
+        anchors.fill: parent
+        currentIndex: inspector.pane === "file" ? 1 : inspector.pane === "author" ? 2 : 0
+
+        // Commit pane.
+        Item {
+            objectName: "commitPane"
+
+            EmptyStateView {
+                objectName: "commitEmpty"
+                anchors.fill: parent
+                visible: !inspector.commit
+                symbol: "clock.arrow.circlepath"
+                title: "No commit selected"
+                message: "Select a commit to inspect its changes."
+            }
+
+            ColumnLayout {
+                anchors.fill: parent
+                anchors.margins: Theme.padding
+                spacing: Theme.spacing + 4
+                visible: !!inspector.commit
+
+                Label {
+                    objectName: "commitSubject"
+                    Layout.fillWidth: true
+                    text: inspector.commit ? inspector.commit.subject : ""
+                    font.pixelSize: Theme.fontHeadline
+                    font.weight: Font.DemiBold
+                    color: Theme.text
+                    wrapMode: Text.Wrap
+                    maximumLineCount: 4
+                    elide: Text.ElideRight
+                }
+                Label {
+                    Layout.fillWidth: true
+                    visible: text !== ""
+                    text: inspector.commit ? String(inspector.commit.body || "").trim() : ""
+                    font.pixelSize: Theme.fontBody
+                    color: Theme.secondaryText
+                    wrapMode: Text.Wrap
+                    maximumLineCount: 6
+                    elide: Text.ElideRight
+                }
+
+                DetailsBox {
+                    LabeledValue {
+                        objectName: "commitHash"
+                        label: "Commit"
+                        value: inspector.commit ? inspector.commit.id : ""
+                        monospace: true
+                    }
+                    LabeledValue {
+                        label: "Author"
+                        value: inspector.commit ? inspector.commit.author : ""
+                    }
+                    LabeledValue {
+                        label: "Date"
+                        value: inspector.commit ? Format.dateTime(inspector.commit.date) : ""
+                    }
+                }
+
+                RowLayout {
+                    objectName: "lineSummary"
+                    Layout.fillWidth: true
+                    spacing: Theme.spacing + 4
+                    Label {
+                        objectName: "additions"
+                        text: "+" + Format.count(inspector.commit ? inspector.commit.additions : 0)
+                        color: Theme.named("green")
+                        font.pixelSize: Theme.fontBody
+                        font.weight: Font.DemiBold
+                    }
+                    Label {
+                        objectName: "deletions"
+                        text: "−" + Format.count(inspector.commit ? inspector.commit.deletions : 0)
+                        color: Theme.named("red")
+                        font.pixelSize: Theme.fontBody
+                        font.weight: Font.DemiBold
+                    }
+                    Item { Layout.fillWidth: true }
+                    SymbolLabel {
+                        readonly property int files: inspector.appModel && inspector.appModel.commitChanges.count > 0
+                                                     ? inspector.appModel.commitChanges.count
+                                                     : (inspector.commit ? inspector.commit.filesChanged : 0)
+                        symbol: "doc.on.doc"
+                        text: Format.count(files) + (files === 1 ? " file" : " files")
+                        color: Theme.secondaryText
+                    }
+                }
+
+                Label {
+                    text: "Changed files"
+                    font.pixelSize: Theme.fontBody
+                    font.weight: Font.DemiBold
+                    color: Theme.text
+                }
+
+                ListView {
+                    id: changes
+                    objectName: "changedFiles"
+                    Layout.fillWidth: true
+                    Layout.fillHeight: true
+                    Layout.minimumHeight: 60
+                    clip: true
+                    model: inspector.appModel ? inspector.appModel.commitChanges : null
+                    boundsBehavior: Flickable.StopAtBounds
+                    ScrollBar.vertical: ScrollBar { }
+                    delegate: ItemDelegate {
+                        id: change
+                        required property string status
+                        required property string path
+                        width: ListView.view.width
+                        height: 28
+                        hoverEnabled: true
+                        padding: 4
+                        background: Rectangle {
+                            radius: 5
+                            color: change.hovered ? Theme.hover : "transparent"
+                        }
+                        contentItem: RowLayout {
+                            spacing: Theme.spacing
+                            Rectangle {
+                                readonly property color tint: Theme.named(Format.statusColorName(change.status))
+                                objectName: "statusBadge"
+                                Layout.preferredWidth: 22
+                                Layout.preferredHeight: 18
+                                radius: 4
+                                color: Theme.tint(tint)
+                                Label {
+                                    anchors.centerIn: parent
+                                    text: change.status.charAt(0)
+                                    color: parent.tint
+                                    font.pixelSize: Theme.fontCaption
+                                    font.weight: Font.Bold
+                                    font.family: Theme.monospace
+                                }
+                            }
+                            ElidedPath {
+                                Layout.fillWidth: true
+                                text: change.path
+                            }
+                        }
+                    }
+                    Label {
+                        anchors.centerIn: parent
+                        visible: changes.count === 0
+                        text: inspector.commit && inspector.commit.filesChanged === 0 ? "No file changes" : ""
+                        color: Theme.tertiaryText
+                        font.pixelSize: Theme.fontBody
+                    }
+                }
+
+                SymbolButton {
+                    objectName: "openDiff"
+                    Layout.fillWidth: true
+                    prominent: true
+                    symbol: "doc.text.magnifyingglass"
+                    text: "Open full diff"
+                    onClicked: inspector.appModel.presentDiff(inspector.commit)
+                }
+            }
+        }
+
+        // File pane.
+        Item {
+            objectName: "filePane"
+
+            EmptyStateView {
+                objectName: "fileEmpty"
+                anchors.fill: parent
+                visible: !inspector.file
+                symbol: "doc"
+                title: "No file selected"
+                message: "Select a file to inspect it. Double-click to open it."
+            }
+            EmptyStateView {
+                objectName: "fileLoading"
+                anchors.fill: parent
+                visible: !!inspector.file && !inspector.fileDetails
+                busy: true
+                title: "Reading file history…"
+            }
+
+            ScrollView {
+                anchors.fill: parent
+                visible: !!inspector.file && !!inspector.fileDetails
+                contentWidth: availableWidth
+
+                ColumnLayout {
+                    width: parent.width
+                    spacing: Theme.spacing + 4
+
+                    RowLayout {
+                        Layout.fillWidth: true
+                        Layout.margins: Theme.padding
+                        Layout.bottomMargin: 0
+                        spacing: Theme.spacing
+                        SymbolIcon {
+                            Layout.alignment: Qt.AlignTop
+                            symbol: "doc.text"
+                            size: 28
+                            color: Theme.accent
+                        }
+                        Label {
+                            objectName: "filePath"
+                            Layout.fillWidth: true
+                            text: inspector.fileDetails ? inspector.fileDetails.path : ""
+                            font.pixelSize: Theme.fontHeadline
+                            font.weight: Font.DemiBold
+                            color: Theme.text
+                            wrapMode: Text.WrapAnywhere
+                            maximumLineCount: 4
+                            elide: Text.ElideMiddle
+                        }
+                    }
+
+                    DetailsBox {
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        LabeledValue {
+                            objectName: "fileSize"
+                            label: "Size"
+                            value: inspector.fileDetails ? Format.bytes(inspector.fileDetails.sizeBytes) : ""
+                        }
+                        LabeledValue {
+                            objectName: "fileCommits"
+                            label: "Commits"
+                            value: inspector.fileDetails ? Format.count(inspector.fileDetails.commitCount) : ""
+                        }
+                        LabeledValue {
+                            label: "Last author"
+                            value: inspector.fileDetails ? inspector.fileDetails.lastAuthor : ""
+                        }
+                        LabeledValue {
+                            label: "First change"
+                            value: inspector.fileDetails ? Format.date(inspector.fileDetails.firstCommitDate) : ""
+                        }
+                        LabeledValue {
+                            label: "Last change"
+                            value: inspector.fileDetails ? Format.date(inspector.fileDetails.lastCommitDate) : ""
+                        }
+                    }
+
+                    Label {
+                        Layout.leftMargin: Theme.padding
+                        text: "Contributors"
+                        font.pixelSize: Theme.fontBody
+                        font.weight: Font.DemiBold
+                        color: Theme.text
+                    }
+                    ColumnLayout {
+                        objectName: "contributors"
+                        Layout.fillWidth: true
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        spacing: 6
+                        Repeater {
+                            model: inspector.fileDetails ? inspector.fileDetails.authors : []
+                            delegate: SymbolLabel {
+                                required property string modelData
+                                Layout.fillWidth: true
+                                symbol: "person.circle"
+                                symbolColor: Theme.secondaryText
+                                text: modelData
+                            }
+                        }
+                    }
+
+                    SymbolButton {
+                        objectName: "openFile"
+                        Layout.fillWidth: true
+                        Layout.margins: Theme.padding
+                        symbol: "arrow.up.forward.app"
+                        text: "Open in Default Application"
+                        onClicked: inspector.appModel.openFile(inspector.file)
+                    }
+                }
+            }
+        }
+
+        // Author pane.
+        Item {
+            objectName: "authorPane"
+
+            EmptyStateView {
+                objectName: "authorEmpty"
+                anchors.fill: parent
+                visible: !inspector.author
+                symbol: "person.2"
+                title: "No author selected"
+                message: "Select an author to inspect contribution activity."
+            }
+            EmptyStateView {
+                objectName: "authorLoading"
+                anchors.fill: parent
+                visible: !!inspector.author && !inspector.authorDetails
+                busy: true
+                title: "Calculating author statistics…"
+            }
+
+            ScrollView {
+                id: authorScroll
+                anchors.fill: parent
+                visible: !!inspector.author && !!inspector.authorDetails
+                contentWidth: availableWidth
+
+                ColumnLayout {
+                    width: authorScroll.availableWidth
+                    spacing: Theme.spacing + 4
+
+                    RowLayout {
+                        Layout.fillWidth: true
+                        Layout.margins: Theme.padding
+                        Layout.bottomMargin: 0
+                        spacing: Theme.spacing + 2
+                        SymbolIcon {
+                            symbol: "person.crop.circle.fill"
+                            size: 40
+                            color: Theme.accent
+                        }
+                        Label {
+                            objectName: "authorName"
+                            Layout.fillWidth: true
+                            text: inspector.authorDetails ? inspector.authorDetails.name : ""
+                            font.pixelSize: Theme.fontHeadline + 2
+                            font.weight: Font.DemiBold
+                            color: Theme.text
+                            wrapMode: Text.Wrap
+                            maximumLineCount: 2
+                            elide: Text.ElideRight
+                        }
+                    }
+                    ColumnLayout {
+                        Layout.fillWidth: true
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        spacing: 4
+                        Repeater {
+                            model: inspector.authorDetails ? inspector.authorDetails.emails : []
+                            delegate: SymbolLabel {
+                                required property string modelData
+                                Layout.fillWidth: true
+                                symbol: "envelope"
+                                symbolColor: Theme.secondaryText
+                                color: Theme.secondaryText
+                                text: modelData
+                            }
+                        }
+                    }
+
+                    DetailsBox {
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        LabeledValue {
+                            objectName: "authorCommits"
+                            label: "Commits"
+                            value: inspector.authorDetails ? Format.count(inspector.authorDetails.commits) : ""
+                        }
+                        LabeledValue {
+                            objectName: "authorAdded"
+                            label: "Lines added"
+                            value: inspector.authorDetails ? "+" + Format.count(inspector.authorDetails.additions) : ""
+                            valueColor: Theme.named("green")
+                        }
+                        LabeledValue {
+                            objectName: "authorRemoved"
+                            label: "Lines removed"
+                            value: inspector.authorDetails ? Format.count(inspector.authorDetails.deletions) : ""
+                            valueColor: Theme.named("red")
+                        }
+                        LabeledValue {
+                            label: "First commit"
+                            value: inspector.authorDetails ? Format.date(inspector.authorDetails.firstCommitDate) : ""
+                        }
+                        LabeledValue {
+                            label: "Last commit"
+                            value: inspector.authorDetails ? Format.date(inspector.authorDetails.lastCommitDate) : ""
+                        }
+                    }
+
+                    Label {
+                        Layout.leftMargin: Theme.padding
+                        text: "Contribution activity"
+                        font.pixelSize: Theme.fontBody
+                        font.weight: Font.DemiBold
+                        color: Theme.text
+                    }
+                    // The year of weeks is wider than the pane: it scrolls sideways and starts
+                    // at the current week.
+                    Flickable {
+                        id: heatmapScroll
+                        Layout.fillWidth: true
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        Layout.bottomMargin: Theme.padding
+                        implicitHeight: heatmap.implicitHeight + 10
+                        contentWidth: heatmap.implicitWidth
+                        contentHeight: heatmap.implicitHeight
+                        clip: true
+                        flickableDirection: Flickable.HorizontalFlick
+                        boundsBehavior: Flickable.StopAtBounds
+                        onContentWidthChanged: contentX = Math.max(0, contentWidth - width)
+                        onWidthChanged: contentX = Math.max(0, contentWidth - width)
+                        ScrollBar.horizontal: ScrollBar { policy: ScrollBar.AsNeeded }
+
+                        AuthorHeatmap {
+                            id: heatmap
+                            objectName: "heatmap"
+                            activity: inspector.authorDetails ? inspector.authorDetails.activity : []
+                        }
+                    }
+                }
+            }
+        }
+    }
+
+    // A rounded box that groups labelled values.
+    component DetailsBox: Rectangle {
+        default property alias rows: box.data
+        Layout.fillWidth: true
+        implicitHeight: box.implicitHeight + 2 * Theme.spacing + 4
+        radius: Theme.radius
+        color: Theme.card
+        border.width: 1
+        border.color: Theme.cardBorder
+        ColumnLayout {
+            id: box
+            anchors.fill: parent
+            anchors.margins: Theme.spacing + 2
+            anchors.leftMargin: Theme.spacing + 4
+            anchors.rightMargin: Theme.spacing + 4
+            spacing: 6
+        }
+    }
+}

@@ -1,0 +1,59 @@
+import QtQuick
+import QtTest
+import Strataloom.Screens
+import Strataloom.Model
+
+TestCase {
+    id: testCase
+    name: "BranchesScreen"
+    when: windowShown
+    visible: true
+    width: 800
+    height: 600
+
+    Component { id: screenComponent; BranchesScreen { width: 800; height: 600 } }
+
+    function rowNamed(list, name) {
+        for (let i = 0; i < list.count; ++i) {
+            const row = list.itemAtIndex(i)
+            if (row && row.name === name)
+                return row
+        }
+        return null
+    }
+
+    function test_clickAsksToCheckOutAndCancelChangesNothing() {
+        const repo = fixtures.newRepository()
+        fixtures.write(repo, "a.txt", "a\n")
+        fixtures.commit(repo, "First")
+        fixtures.git(repo, ["branch", "feature"])
+        const model = fixtures.newModel()
+        model.openRepository(repo)
+        tryCompare(model, "isLoading", false, 20000)
+        compare(model.branches.count, 2)
+
+        const screen = createTemporaryObject(screenComponent, testCase, { appModel: model })
+        const list = findChild(screen, "branchList")
+        tryCompare(list, "count", 2)
+        tryVerify(() => list.height > 0 && list.itemAtIndex(1) !== null)
+        const feature = rowNamed(list, "feature")
+        verify(feature)
+        verify(rowNamed(list, "main").isCurrent)
+
+        mouseClick(feature)
+        verify(model.pendingCheckoutBranch)
+        compare(model.pendingCheckoutBranch.name, "feature")
+        // Asking is all a click does: nothing is switched.
+        compare(fixtures.git(repo, ["branch", "--show-current"]).trim(), "main")
+        verify(!model.isLoading)
+
+        // The confirmation's cancel clears the pending branch.
+        model.pendingCheckoutBranch = null
+        verify(!model.pendingCheckoutBranch)
+        wait(200)
+        verify(!model.isLoading)
+        compare(fixtures.git(repo, ["branch", "--show-current"]).trim(), "main")
+        compare(model.repository.currentBranch, "main")
+        compare(model.branches.count, 2)
+    }
+}
