@@ -79,6 +79,14 @@ Item {
         return { cells: cells, maximum: maximum }
     }
 
+    // Commits on the days the grid shows.
+    readonly property int commitsShown: {
+        let total = 0
+        for (const cell of grid.cells)
+            total += cell.count
+        return total
+    }
+
     function tooltip(cell) {
         return Format.date(cell.date) + ": " + Format.count(cell.count) + " commits"
     }

@@ -96,21 +96,26 @@ Item {
                         ColumnLayout {
                             Layout.fillWidth: true
                             spacing: 2
-                            RowLayout {
+                            // The name takes what it needs; the badge follows it.
+                            Item {
+                                id: nameLine
                                 Layout.fillWidth: true
-                                spacing: Theme.spacing
+                                implicitHeight: Math.max(nameLabel.implicitHeight, currentBadge.implicitHeight)
                                 ElidedPath {
-                                    Layout.fillWidth: true
-                                    Layout.maximumWidth: implicitWidth
+                                    id: nameLabel
+                                    anchors.verticalCenter: parent.verticalCenter
+                                    width: Math.min(implicitWidth, nameLine.width - (currentBadge.visible ? currentBadge.implicitWidth + Theme.spacing : 0))
                                     text: row.name
                                     font.weight: row.isCurrent ? Font.DemiBold : Font.Medium
                                 }
                                 Badge {
+                                    id: currentBadge
+                                    anchors.verticalCenter: parent.verticalCenter
+                                    x: nameLabel.width + Theme.spacing
                                     visible: row.isCurrent
                                     text: "CURRENT"
                                     tint: Theme.accent
                                 }
-                                Item { Layout.fillWidth: true }
                             }
                             RowLayout {
                                 Layout.fillWidth: true

@@ -66,7 +66,7 @@ QString DiffHighlighter::lineKind(const QString &line)
 {
     // File headers first: "+++ b/x" and "--- a/x" are not added or removed lines.
     if (line.startsWith(u"diff --git") || line.startsWith(u"+++ ") || line.startsWith(u"--- ")
-        || line.startsWith(u"commit "))
+        || line.startsWith(u"commit ") || line == u"---")
         return QStringLiteral("header");
     if (line.startsWith(u"@@"))
         return QStringLiteral("hunk");

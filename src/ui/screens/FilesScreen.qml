@@ -103,7 +103,7 @@ Item {
                             }
                         }
                         Badge {
-                            visible: row.status !== ""
+                            visible: row.status !== "" && row.status !== "tracked"
                             text: row.status
                             tint: row.status.indexOf("?") >= 0 ? Theme.named("gray")
                                                                : Theme.named(Format.statusColorName(row.status.trim()))

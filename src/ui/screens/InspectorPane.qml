@@ -200,12 +200,27 @@ Rectangle {
                             }
                         }
                     }
-                    Label {
+                    // Changes are read when a commit is selected, not for the one shown after opening.
+                    Column {
                         anchors.centerIn: parent
                         visible: changes.count === 0
-                        text: inspector.commit && inspector.commit.filesChanged === 0 ? "No file changes" : ""
-                        color: Theme.tertiaryText
-                        font.pixelSize: Theme.fontBody
+                        spacing: Theme.spacing
+                        Label {
+                            anchors.horizontalCenter: parent.horizontalCenter
+                            visible: !!inspector.commit && inspector.commit.filesChanged === 0
+                            text: "No file changes"
+                            color: Theme.tertiaryText
+                            font.pixelSize: Theme.fontBody
+                        }
+                        SymbolButton {
+                            objectName: "loadChanges"
+                            anchors.horizontalCenter: parent.horizontalCenter
+                            visible: !!inspector.commit && inspector.commit.filesChanged > 0
+                            flat: true
+                            symbol: "doc.on.doc"
+                            text: "Show changed files"
+                            onClicked: inspector.appModel.selectCommit(inspector.commit)
+                        }
                     }
                 }
 
@@ -451,7 +466,6 @@ Rectangle {
                         Layout.fillWidth: true
                         Layout.leftMargin: Theme.padding
                         Layout.rightMargin: Theme.padding
-                        Layout.bottomMargin: Theme.padding
                         implicitHeight: heatmap.implicitHeight + 10
                         contentWidth: heatmap.implicitWidth
                         contentHeight: heatmap.implicitHeight
@@ -466,6 +480,43 @@ Rectangle {
                             id: heatmap
                             objectName: "heatmap"
                             activity: inspector.authorDetails ? inspector.authorDetails.activity : []
+                        }
+                    }
+                    RowLayout {
+                        Layout.fillWidth: true
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        Layout.bottomMargin: Theme.padding
+                        spacing: 3
+                        Label {
+                            Layout.fillWidth: true
+                            text: heatmap.commitsShown === 0 ? "None this year" : Format.count(heatmap.commitsShown) + " this year"
+                            font.pixelSize: Theme.fontCaption
+                            color: Theme.secondaryText
+                            elide: Text.ElideRight
+                            HoverHandler { id: captionHover }
+                            ToolTip.visible: captionHover.hovered && truncated
+                            ToolTip.text: text
+                        }
+                        Label {
+                            text: "Less"
+                            font.pixelSize: Theme.fontCaption
+                            color: Theme.tertiaryText
+                        }
+                        Repeater {
+                            model: [0, 1, 2, 3, 4]
+                            delegate: Rectangle {
+                                required property int modelData
+                                implicitWidth: 9
+                                implicitHeight: 9
+                                radius: 2
+                                color: heatmap.cellColor([0, 1, 3, 5, 8][modelData], 8)
+                            }
+                        }
+                        Label {
+                            text: "More"
+                            font.pixelSize: Theme.fontCaption
+                            color: Theme.tertiaryText
                         }
                     }
                 }

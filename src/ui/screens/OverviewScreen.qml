@@ -116,6 +116,7 @@ Item {
                     delegate: StatCard {
                         required property var modelData
                         Layout.fillWidth: true
+                        Layout.fillHeight: true
                         Layout.preferredWidth: 150
                         Layout.minimumWidth: 0
                         title: modelData.title
@@ -147,6 +148,14 @@ Item {
                     Layout.fillWidth: true
                     Layout.preferredHeight: 150
                     activity: screen.appModel ? screen.appModel.activity : null
+
+                    Label {
+                        anchors.centerIn: parent
+                        visible: !!screen.appModel && screen.appModel.activity.count === 0
+                        text: "No commits in the last 12 months"
+                        color: Theme.secondaryText
+                        font.pixelSize: Theme.fontBody
+                    }
                 }
             }
 
