@@ -14,7 +14,8 @@ PACKAGES := cmake make g++ pkg-config git python3 \
             qml6-module-qtqml-workerscript qml6-module-qtquick-controls \
             qml6-module-qtquick-templates qml6-module-qtquick-layouts \
             qml6-module-qtquick-window qml6-module-qtquick-dialogs qml6-module-qtquick-shapes \
-            qml6-module-qtcharts qml6-module-qttest
+            qml6-module-qtcharts qml6-module-qttest qml6-module-qt-labs-folderlistmodel \
+            libqt6svg6 xvfb imagemagick
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 

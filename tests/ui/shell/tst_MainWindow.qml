@@ -1,0 +1,252 @@
+import QtQuick
+import QtQuick.Controls
+import QtTest
+import "ShellTestSupport.js" as Find
+
+TestCase {
+    id: testCase
+    name: "MainWindow"
+    when: windowShown
+
+    Component {
+        id: desktopStub
+        QtObject {
+            signal folderRequested(string title)
+            property var chosenPaths: []
+            property var shownFolders: []
+            function folderChosen(path) { chosenPaths = chosenPaths.concat([path]) }
+            function showFolder(path) { shownFolders = shownFolders.concat([path]) }
+        }
+    }
+
+    property var desktop: null
+
+    function createMain(model) {
+        const component = Qt.createComponent("qrc:/qt/qml/Strataloom/Main.qml")
+        compare(component.status, Component.Ready, component.errorString())
+        desktop = createTemporaryObject(desktopStub, testCase)
+        const window = createTemporaryObject(component, testCase, { appModel: model, desktopActions: desktop })
+        verify(window !== null)
+        window.requestActivate()
+        tryVerify(() => window.active, 5000)
+        return window
+    }
+
+    function named(window, name) {
+        const find = () => Find.byName(window.contentItem, name) || Find.byName(window, name)
+        tryVerify(() => find() !== null, 5000, "no item named " + name)
+        return find()
+    }
+
+    // Synthetic mouse clicks do not reach menu items in the offscreen window's overlay; the
+    // test triggers the item as a click would.
+    function clickMenuItem(item) {
+        verify(item.visible && item.enabled, item.text)
+        item.triggered()
+    }
+
+    function repositoryWithHistory() {
+        const repo = fixtures.newRepository()
+        fixtures.write(repo, "README.md", "# Demo\n")
+        fixtures.commit(repo, "Add the readme")
+        fixtures.write(repo, "src/main.c", "int main(void) { return 0; }\n")
+        fixtures.commit(repo, "Add the entry point")
+        return repo
+    }
+
+    function openAndWait(window, model, repo) {
+        model.openRepository(repo)
+        tryCompare(model, "isLoading", false, 20000)
+        verify(model.repository !== null && model.repository !== undefined, model.errorMessage)
+        waitForRendering(window.contentItem)
+    }
+
+    function test_opensARepositoryIntoTheThreeColumns() {
+        const repo = repositoryWithHistory()
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        verify(named(window, "welcomeLoader").item !== null, "the welcome screen fills the window")
+        verify(Find.byName(window.contentItem, "workspace") === null)
+
+        model.openRepository(repo)
+        verify(named(window, "loadingOverlay").visible, "the overlay shows at once")
+        verify(Find.texts(named(window, "loadingOverlay")).indexOf("Reading repository…") >= 0)
+        tryCompare(model, "isLoading", false, 20000)
+
+        compare(named(window, "welcomeLoader").item, null)
+        verify(named(window, "workspace").visible)
+        verify(!named(window, "loadingOverlay").visible)
+        compare(window.title, model.repository.name + " — Strataloom")
+        const titles = ["Overview", "Statistics", "Timeline", "History", "Branches", "Tags", "Files", "Search", "Insights"]
+        for (const title of titles)
+            verify(named(window, "section_" + title).visible, title)
+        compare(named(window, "workingTreeState").text, "Clean")
+        compare(named(window, "workingTreeState").symbol, "checkmark.circle")
+        verify(named(window, "inspectorLoader").item !== null)
+
+        // A reload keeps the repository on screen under the overlay.
+        fixtures.write(repo, "README.md", "# Changed\n")
+        model.refresh()
+        verify(named(window, "loadingOverlay").visible)
+        verify(named(window, "workspace").visible, "previous content stays")
+        tryCompare(model, "isLoading", false, 20000)
+        compare(named(window, "workingTreeState").text, "Modified")
+        compare(named(window, "workingTreeState").symbol, "exclamationmark.triangle")
+    }
+
+    function test_sidebarSwitchesEverySectionToAScreen() {
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        openAndWait(window, model, repositoryWithHistory())
+        const loader = named(window, "sectionLoader")
+        const titles = ["Overview", "Statistics", "Timeline", "History", "Branches", "Tags", "Files", "Search", "Insights"]
+        for (let section = titles.length - 1; section >= 0; --section) {
+            mouseClick(named(window, "section_" + titles[section]))
+            compare(model.selectedSection, section, titles[section])
+            verify(loader.item !== null, "a screen (or its stand-in) for " + titles[section])
+            compare(loader.status, Loader.Ready)
+        }
+        compare(named(window, "sidebarList").currentIndex, 0)
+    }
+
+    function test_branchChoiceAsksFirstAndCancelChangesNothing() {
+        const repo = repositoryWithHistory()
+        fixtures.git(repo, ["branch", "feature"])
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        openAndWait(window, model, repo)
+
+        mouseClick(named(window, "branchButton"))
+        const menu = named(window, "branchMenu")
+        tryCompare(menu, "opened", true)
+        verify(Find.byName(menu, "heading_Local Branches") !== null)
+        compare(Find.byName(menu, "heading_Remote Branches"), null, "no remote branches here")
+
+        // The current branch is checked; choosing it asks nothing.
+        clickMenuItem(Find.byName(menu, "branch_main"))
+        verify(!model.pendingCheckoutBranch)
+
+        mouseClick(named(window, "branchButton"))
+        tryCompare(menu, "opened", true)
+        clickMenuItem(Find.byName(menu, "branch_feature"))
+        compare(model.pendingCheckoutBranch.name, "feature")
+        const dialog = named(window, "checkoutDialog")
+        tryCompare(dialog, "opened", true)
+        compare(dialog.title, "Switch branch?")
+        compare(named(window, "checkoutMessage").text,
+                "Git will switch the working tree to feature. Uncommitted changes that prevent checkout will be left untouched and reported as an error.")
+        compare(named(window, "checkoutSwitchButton").text, "Switch to feature")
+
+        mouseClick(named(window, "checkoutCancelButton"))
+        tryCompare(dialog, "visible", false)
+        verify(!model.pendingCheckoutBranch)
+        compare(model.isLoading, false)
+        compare(fixtures.git(repo, ["branch", "--show-current"]).trim(), "main")
+    }
+
+    function test_folderThatIsNotARepositoryShowsTheAlertOverTheWelcomeScreen() {
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        model.openRepository(fixtures.newFolder())
+        tryCompare(model, "isLoading", false, 20000)
+        const alert = named(window, "errorAlert")
+        tryCompare(alert, "opened", true)
+        compare(alert.title, "Strataloom")
+        // Outside any repository git itself answers.
+        verify(model.errorMessage.startsWith("fatal: not a git repository"), model.errorMessage)
+        compare(named(window, "errorMessage").text, model.errorMessage)
+        verify(named(window, "welcomeLoader").item !== null)
+
+        mouseClick(named(window, "errorOkButton"))
+        tryCompare(alert, "visible", false)
+        compare(model.errorMessage, "")
+    }
+
+    function test_diffSheetShowsTheCommitAndClosing() {
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        openAndWait(window, model, repositoryWithHistory())
+        model.presentDiff(model.commits.get(0))
+        tryCompare(model, "isDiffPresented", true, 20000)
+        tryVerify(() => model.presentedDiff.indexOf("int main(void)") >= 0, 20000)
+        const sheet = named(window, "diffSheet")
+        tryCompare(sheet, "visible", true)
+        verify(sheet.minimumWidth >= 900 && sheet.minimumHeight >= 680)
+        tryVerify(() => Find.texts(sheet.contentItem).some(text => text.indexOf("int main(void)") >= 0), 5000,
+                  "the diff's text is on screen")
+
+        mouseClick(Find.byName(sheet.contentItem, "sheetCloseButton"))
+        compare(model.isDiffPresented, false)
+        tryCompare(sheet, "visible", false)
+    }
+
+    function test_ctrlKOpensQuickSearchOnlyWithARepository() {
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        keyClick(Qt.Key_K, Qt.ControlModifier)
+        compare(model.isSearchPresented, false, "nothing to search before a repository is open")
+
+        openAndWait(window, model, repositoryWithHistory())
+        window.requestActivate()
+        tryVerify(() => window.active)
+        keyClick(Qt.Key_K, Qt.ControlModifier)
+        compare(model.isSearchPresented, true)
+        const sheet = named(window, "quickSearchSheet")
+        tryCompare(sheet, "visible", true)
+        verify(sheet.minimumWidth >= 700 && sheet.minimumHeight >= 500)
+        verify(named(window, "quickSearchLoader").item !== null)
+        compare(named(window, "quickSearchButton").toolTip, "Quick Search (Ctrl+K)")
+
+        mouseClick(Find.byName(sheet.contentItem, "sheetCloseButton"))
+        compare(model.isSearchPresented, false)
+    }
+
+    function test_aboutSheetShowsTheVersionAndCloses() {
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        model.isAboutPresented = true
+        const about = named(window, "aboutSheet")
+        tryCompare(about, "opened", true)
+        compare(named(window, "aboutVersion").text, "Strataloom version: " + Qt.application.version)
+        verify(Find.texts(about.contentItem).indexOf("Built with ❤️for developers.") >= 0)
+        mouseClick(named(window, "aboutCloseButton"))
+        tryCompare(about, "visible", false)
+        compare(model.isAboutPresented, false)
+    }
+
+    function test_folderPickerHandsTheChosenPathBack() {
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        const folder = fixtures.newFolder()
+        desktop.folderRequested("Open Repository")
+        const dialog = named(window, "folderDialog")
+        tryCompare(dialog, "visible", true)
+        compare(dialog.title, "Open Repository")
+        dialog.selectedFolder = "file://" + folder
+        dialog.accept()
+        compare(desktop.chosenPaths, [folder])
+    }
+
+    function test_indexStatusReportsTheIndex() {
+        const repo = repositoryWithHistory()
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        openAndWait(window, model, repo)
+        const status = named(window, "indexStatus")
+        tryVerify(() => model.analyticsIndexState.isReady || model.analyticsIndexState.isFailed, 30000)
+        verify(model.analyticsIndexState.isReady, model.analyticsIndexState.message)
+        compare(status.text, "2 indexed")
+        compare(status.helpText, "Imported 2 new commits")
+
+        model.refresh()
+        tryCompare(status, "helpText", "Analytics index is up to date", 30000)
+        compare(status.text, "2 indexed")
+
+        fixtures.write(repo, "b.txt", "b\n")
+        fixtures.commit(repo, "Add b")
+        model.refresh()
+        tryVerify(() => model.analyticsIndexState.isReady && model.analyticsIndexState.indexedCommits === 3, 30000)
+        compare(status.text, "3 indexed")
+        compare(status.helpText, "Imported 1 new commits")
+    }
+}
