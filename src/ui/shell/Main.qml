@@ -39,6 +39,19 @@ ApplicationWindow {
 
     // Menus. Shortcuts go through key sequences that each platform spells its own way.
     menuBar: MenuBar {
+        delegate: MenuBarItem {
+            id: menuBarItem
+            contentItem: Label {
+                text: menuBarItem.text.replace("&", "")
+                font.pixelSize: Theme.fontBody
+                color: Theme.text
+                verticalAlignment: Text.AlignVCenter
+            }
+            background: Rectangle {
+                radius: 4
+                color: menuBarItem.highlighted ? Theme.hover : "transparent"
+            }
+        }
         background: Rectangle {
             implicitHeight: 28
             color: Theme.bar
@@ -268,6 +281,20 @@ ApplicationWindow {
     Dialog {
         id: errorAlert
         objectName: "errorAlert"
+        padding: 20
+        background: Rectangle {
+            radius: Theme.radiusLarge
+            color: Theme.card
+            border.color: Theme.cardBorder
+        }
+        header: Label {
+            text: errorAlert.title
+            padding: 20
+            bottomPadding: 0
+            font.pixelSize: Theme.fontHeadline
+            font.weight: Font.DemiBold
+            color: Theme.text
+        }
         title: "Strataloom"
         modal: true
         anchors.centerIn: parent
@@ -283,6 +310,8 @@ ApplicationWindow {
             color: Theme.text
         }
         footer: DialogButtonBox {
+            padding: 16
+            background: Item {}
             Button {
                 objectName: "errorOkButton"
                 text: "OK"
@@ -298,6 +327,20 @@ ApplicationWindow {
     Dialog {
         id: checkoutDialog
         objectName: "checkoutDialog"
+        padding: 20
+        background: Rectangle {
+            radius: Theme.radiusLarge
+            color: Theme.card
+            border.color: Theme.cardBorder
+        }
+        header: Label {
+            text: checkoutDialog.title
+            padding: 20
+            bottomPadding: 0
+            font.pixelSize: Theme.fontHeadline
+            font.weight: Font.DemiBold
+            color: Theme.text
+        }
         title: "Switch branch?"
         modal: true
         anchors.centerIn: parent
@@ -317,6 +360,8 @@ ApplicationWindow {
             color: Theme.text
         }
         footer: DialogButtonBox {
+            padding: 16
+            background: Item {}
             Button {
                 objectName: "checkoutCancelButton"
                 text: "Cancel"
