@@ -15,7 +15,7 @@ PACKAGES := cmake make g++ pkg-config git python3 \
             qml6-module-qtquick-templates qml6-module-qtquick-layouts \
             qml6-module-qtquick-window qml6-module-qtquick-dialogs qml6-module-qtquick-shapes \
             qml6-module-qtcharts qml6-module-qttest qml6-module-qt-labs-folderlistmodel \
-            libqt6svg6 xvfb imagemagick
+            libqt6svg6 xvfb imagemagick xdotool fonts-droid-fallback
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 

@@ -220,29 +220,73 @@ ApplicationWindow {
                 }
 
                 Item {
+                    id: sectionArea
+                    objectName: "sectionArea"
                     Layout.fillWidth: true
                     Layout.fillHeight: true
                     clip: true
 
                     readonly property int section: window.appModel.selectedSection
-                    readonly property var screen: section >= 0 && section < window.sectionScreens.length
-                                                  ? window.sectionScreens[section] : null
+                    readonly property bool hasInsights: !!window.appModel.analyticsInsights
+                    readonly property string repositoryPath: window.hasRepository ? window.appModel.repository.path : ""
 
-                    ScreenLoader {
-                        id: sectionLoader
-                        objectName: "sectionLoader"
-                        anchors.fill: parent
-                        appModel: window.appModel
-                        moduleUri: parent.screen ? parent.screen.module : ""
-                        screenName: parent.screen ? parent.screen.name : ""
-                        fallbackModuleUri: moduleUri === "Strataloom.Insights" ? "Strataloom.Insights" : "Strataloom.Screens"
-                        fallbackName: moduleUri === "Strataloom.Insights" ? "IndexStatusScreen" : "PlaceholderScreen"
-                        fallbackProperties: moduleUri === "Strataloom.Insights"
-                                            ? ({}) : ({ title: window.appModel.sectionTitle(parent.section) })
+                    // One loader per section. A screen is built the first time its section is
+                    // chosen and then kept, hidden, so that coming back to it is immediate (the
+                    // filters and scroll positions stay too). Statistics and Insights, the costly
+                    // ones, are built ahead in the background once the first insights arrive.
+                    Repeater {
+                        id: sectionLoaders
+                        model: window.sectionScreens
+
+                        ScreenLoader {
+                            id: sectionLoader
+                            required property int index
+                            required property var modelData
+                            readonly property bool current: index === sectionArea.section
+                            readonly property bool prebuilt: modelData.module === "Strataloom.Insights"
+                            // Whether this section's screen exists (or is being built).
+                            property bool kept: current
+
+                            objectName: "sectionLoader_" + index
+                            anchors.fill: parent
+                            visible: current
+                            // Built in the background while hidden; choosing the section while
+                            // it is still being built finishes it at once.
+                            asynchronous: !current
+                            appModel: window.appModel
+                            moduleUri: kept ? modelData.module : ""
+                            screenName: kept ? modelData.name : ""
+                            fallbackModuleUri: prebuilt ? "Strataloom.Insights" : "Strataloom.Screens"
+                            fallbackName: prebuilt ? "IndexStatusScreen" : "PlaceholderScreen"
+                            fallbackProperties: prebuilt ? ({}) : ({ title: window.appModel.sectionTitle(index) })
+
+                            onCurrentChanged: if (current) kept = true
+                            Connections {
+                                target: sectionArea
+                                // Another repository starts with fresh screens.
+                                function onRepositoryPathChanged() { sectionLoader.kept = sectionLoader.current }
+                            }
+                            // A hidden Statistics or Insights screen is not updated in place when
+                            // new insights come (that would stall the window for a moment): it is
+                            // dropped when an index run starts and built again in the background
+                            // once the run's insights are there.
+                            Connections {
+                                target: sectionLoader.prebuilt ? window.appModel : null
+                                function onAnalyticsIndexStateChanged() {
+                                    if (!sectionLoader.current && window.appModel.analyticsIndexState.isIndexing)
+                                        sectionLoader.kept = false
+                                }
+                                function onAnalyticsInsightsChanged() {
+                                    if (sectionArea.hasInsights)
+                                        sectionLoader.kept = true
+                                }
+                            }
+                            Component.onCompleted: if (prebuilt && sectionArea.hasInsights) kept = true
+                        }
                     }
                     EmptyStateView {
                         anchors.fill: parent
-                        visible: !parent.screen
+                        visible: sectionArea.section < 0 || sectionArea.section >= window.sectionScreens.length
                         symbol: "sidebar.left"
                         title: "Choose a section"
                         message: "Pick a section in the sidebar to explore this repository."
@@ -403,9 +447,11 @@ ApplicationWindow {
         minimumWidth: 700
         minimumHeight: 500
         presented: window.appModel.isSearchPresented
+        closeBar: quickSearchLoader.loadingFallback
         onDismissed: window.appModel.isSearchPresented = false
 
         ScreenLoader {
+            id: quickSearchLoader
             objectName: "quickSearchLoader"
             anchors.fill: parent
             appModel: window.appModel
@@ -423,9 +469,11 @@ ApplicationWindow {
         minimumWidth: 900
         minimumHeight: 680
         presented: window.appModel.isDiffPresented
+        closeBar: diffLoader.loadingFallback
         onDismissed: window.appModel.isDiffPresented = false
 
         ScreenLoader {
+            id: diffLoader
             objectName: "diffLoader"
             anchors.fill: parent
             appModel: window.appModel

@@ -2,7 +2,8 @@ import QtQuick
 import Strataloom
 
 // Loads a screen by module and name, handing it the model. A screen that its module does not
-// provide (yet) is replaced by the fallback, so a missing screen never breaks the window.
+// provide (yet), or that fails to load, is replaced by the fallback, so a missing screen never
+// breaks the window.
 Loader {
     id: loader
 
@@ -16,25 +17,48 @@ Loader {
     // Whether the fallback takes the model too (a placeholder does not).
     property bool fallbackTakesModel: fallbackName !== "PlaceholderScreen"
 
-    readonly property url screenUrl: ShellSupport.screenUrl(moduleUri, screenName)
-    readonly property bool usesFallback: screenUrl.toString() === ""
+    // Whether the fallback stands in for the screen.
+    property bool loadingFallback: false
+    // What was last asked for, so that a module and a name changing together load once.
+    property string loadedKey: ""
+    // Nothing loads before every property of the loader has its first value.
+    property bool completed: false
 
-    function reload() {
-        if (screenName === "") {
-            setSource("", {})
-            return
-        }
-        if (!usesFallback) {
-            setSource(screenUrl, { appModel: loader.appModel })
-            if (status !== Loader.Error)
-                return
-        }
+    function loadFallback() {
+        loadingFallback = true
         const properties = Object.assign(fallbackTakesModel ? { appModel: loader.appModel } : {},
                                          fallbackProperties)
         setSource(ShellSupport.screenUrl(fallbackModuleUri, fallbackName), properties)
     }
 
-    onScreenUrlChanged: reload()
+    // Reads the module and the name afresh: derived bindings may not have caught up while the
+    // two change one after the other.
+    function reload() {
+        if (!completed)
+            return
+        const url = moduleUri === "" || screenName === "" ? "" : ShellSupport.screenUrl(moduleUri, screenName).toString()
+        const key = moduleUri === "" || screenName === "" ? "" : moduleUri + "/" + screenName + "/" + url
+        if (key === loadedKey && status !== Loader.Null)
+            return
+        loadedKey = key
+        loadingFallback = false
+        if (key === "")
+            setSource("", {})
+        else if (url === "")
+            loadFallback()
+        else {
+            setSource(url, { appModel: loader.appModel })
+            if (status === Loader.Error)
+                loadFallback()
+        }
+    }
+
+    onModuleUriChanged: reload()
     onScreenNameChanged: reload()
-    Component.onCompleted: reload()
+    // A screen built in the background can fail only later.
+    onStatusChanged: if (status === Loader.Error && !loadingFallback) loadFallback()
+    Component.onCompleted: {
+        completed = true
+        reload()
+    }
 }

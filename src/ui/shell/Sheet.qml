@@ -4,11 +4,13 @@ import QtQuick.Layouts
 import Strataloom.Style
 
 // A window-modal sheet over the main window, shown while `presented` is true. Closing it (its
-// "Close" button, Escape or the window manager) calls `dismissed`, which clears the model's flag.
+// "Close" bar, Escape or the window manager) calls `dismissed`, which clears the model's flag.
 Window {
     id: sheet
 
     property bool presented: false
+    // Whether the sheet adds its own "Close" bar (content with its own "Done" needs none).
+    property bool closeBar: true
     default property alias content: body.data
 
     signal dismissed()
@@ -50,6 +52,7 @@ Window {
         }
 
         Rectangle {
+            visible: sheet.closeBar
             Layout.fillWidth: true
             implicitHeight: 52
             color: Theme.bar

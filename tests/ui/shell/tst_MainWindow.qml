@@ -19,6 +19,11 @@ TestCase {
         }
     }
 
+    Component {
+        id: spyComponent
+        SignalSpy {}
+    }
+
     property var desktop: null
 
     function createMain(model) {
@@ -98,15 +103,56 @@ TestCase {
         const model = fixtures.newModel()
         const window = createMain(model)
         openAndWait(window, model, repositoryWithHistory())
-        const loader = named(window, "sectionLoader")
         const titles = ["Overview", "Statistics", "Timeline", "History", "Branches", "Tags", "Files", "Search", "Insights"]
+        const loaders = titles.map((title, section) => named(window, "sectionLoader_" + section))
         for (let section = titles.length - 1; section >= 0; --section) {
             mouseClick(named(window, "section_" + titles[section]))
             compare(model.selectedSection, section, titles[section])
+            const loader = loaders[section]
             verify(loader.item !== null, "a screen (or its stand-in) for " + titles[section])
             compare(loader.status, Loader.Ready)
+            // Only the chosen section's screen shows.
+            compare(loaders.filter(other => other.visible).length, 1)
+            verify(loader.visible)
         }
         compare(named(window, "sidebarList").currentIndex, 0)
+    }
+
+    function test_screensAreKeptAndStartAfreshForAnotherRepository() {
+        const model = fixtures.newModel()
+        const window = createMain(model)
+        openAndWait(window, model, repositoryWithHistory())
+        mouseClick(named(window, "section_History"))
+        const history = named(window, "sectionLoader_3").item
+        verify(history !== null)
+        mouseClick(named(window, "section_Tags"))
+        mouseClick(named(window, "section_History"))
+        compare(named(window, "sectionLoader_3").item, history, "coming back shows the same screen")
+
+        // Statistics and Insights are built ahead once the insights are there.
+        tryVerify(() => !!model.analyticsInsights, 30000)
+        tryVerify(() => named(window, "sectionLoader_1").status === Loader.Ready
+                        && named(window, "sectionLoader_8").status === Loader.Ready, 20000)
+        verify(!named(window, "sectionLoader_8").visible)
+
+        // New insights are not poured into a hidden screen: it is built again around them.
+        const hiddenInsights = named(window, "sectionLoader_8").item
+        const insightsSpy = createTemporaryObject(spyComponent, testCase,
+                                                  { target: model, signalName: "analyticsInsightsChanged" })
+        model.refresh()
+        insightsSpy.wait(30000)
+        tryVerify(() => named(window, "sectionLoader_8").status === Loader.Ready, 20000)
+        verify(named(window, "sectionLoader_8").item !== hiddenInsights)
+        compare(named(window, "sectionLoader_3").item, history, "other screens stay")
+
+        mouseClick(named(window, "section_Insights"))
+        const insightsItem = named(window, "sectionLoader_8").item
+        verify(Find.byName(insightsItem, "insightsFlick") !== null)
+
+        // Another repository: the screens of the first one are gone, but the chosen one.
+        openAndWait(window, model, repositoryWithHistory())
+        compare(named(window, "sectionLoader_3").item, null)
+        verify(named(window, "sectionLoader_" + model.selectedSection).item !== null)
     }
 
     function test_branchChoiceAsksFirstAndCancelChangesNothing() {
@@ -175,7 +221,9 @@ TestCase {
         tryVerify(() => Find.texts(sheet.contentItem).some(text => text.indexOf("int main(void)") >= 0), 5000,
                   "the diff's text is on screen")
 
-        mouseClick(Find.byName(sheet.contentItem, "sheetCloseButton"))
+        // One way to close: the screen's "Done", not a second bar of the sheet's own.
+        verify(!Find.byName(sheet.contentItem, "sheetCloseButton").visible)
+        mouseClick(Find.byName(sheet.contentItem, "doneButton"))
         compare(model.isDiffPresented, false)
         tryCompare(sheet, "visible", false)
     }
@@ -197,7 +245,8 @@ TestCase {
         verify(named(window, "quickSearchLoader").item !== null)
         compare(named(window, "quickSearchButton").toolTip, "Quick Search (Ctrl+K)")
 
-        mouseClick(Find.byName(sheet.contentItem, "sheetCloseButton"))
+        verify(!Find.byName(sheet.contentItem, "sheetCloseButton").visible)
+        mouseClick(Find.byName(sheet.contentItem, "doneButton"))
         compare(model.isSearchPresented, false)
     }
 
