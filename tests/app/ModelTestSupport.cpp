@@ -70,12 +70,13 @@ void FixtureRepository::remove(const QString &relative) const
 }
 
 QString FixtureRepository::commit(const QString &message, const QString &author,
-                                  const QString &email)
+                                  const QString &email, const QString &fixedDate)
 {
     // One hour apart from 2024-01-01T10:00:00Z, so that order by date is order of creation.
-    const QString date = QDateTime(QDate(2024, 1, 1), QTime(10, 0), Qt::UTC)
-                             .addSecs(3600 * m_commits++)
-                             .toString(Qt::ISODate);
+    const QString stepped = QDateTime(QDate(2024, 1, 1), QTime(10, 0), Qt::UTC)
+                                .addSecs(3600 * m_commits++)
+                                .toString(Qt::ISODate);
+    const QString date = fixedDate.isEmpty() ? stepped : fixedDate;
     runGit(m_path, {QStringLiteral("add"), QStringLiteral("-A")}, date);
     runGit(m_path,
            {QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"),

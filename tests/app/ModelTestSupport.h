@@ -48,9 +48,11 @@ public:
     QString path() const { return m_path; }
     void write(const QString &relative, const QByteArray &content) const;
     void remove(const QString &relative) const;
-    /// @brief Stages everything and commits at the next fixed date; returns the full hash.
+    /// @brief Stages everything and commits at the next fixed date (or at @p date, an ISO-8601
+    /// text, for author and committer alike); returns the full hash.
     QString commit(const QString &message, const QString &author = QStringLiteral("Ada Lovelace"),
-                   const QString &email = QStringLiteral("ada@example.com"));
+                   const QString &email = QStringLiteral("ada@example.com"),
+                   const QString &date = {});
     /**
      * @brief Adds @p count commits on "main" in one fast-import run (each changes one of a few
      * dozen files by several authors) and checks them out: a long history in a second or so.

@@ -2,112 +2,72 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
+import Strataloom.Screens
 
-// The repository's commits of the last year as a calendar grid: one column per week, one row per
-// weekday (Sunday first), ending with the current week; darker green for busier days.
-Item {
+// The repository's commits of the last year on the same calendar grid as an author's (one
+// column per week, one row per weekday, ending with the current week), its cells sized to the
+// width available, with a caption that says how many commits it shows and the colour legend.
+ColumnLayout {
     id: root
 
     required property var appModel
-    readonly property int columns: 53
-    readonly property int rows: 7
-    readonly property real gap: 3
-    readonly property real cell: Math.max(4, Math.min(14, (width - 24 - gap * (columns - 1)) / columns))
-    property var cells: []
+    readonly property alias grid: heatmap.grid
+    readonly property alias commitsShown: heatmap.commitsShown
 
+    spacing: 6
     Layout.fillWidth: true
-    implicitHeight: rows * (cell + gap) + 26
 
-    function dayKey(date) {
-        return date.getFullYear() * 10000 + (date.getMonth() + 1) * 100 + date.getDate()
-    }
-
-    function rebuild() {
-        const counts = {}
+    // The model's activity points as the plain list the grid reads.
+    function points() {
         const activity = appModel ? appModel.activity : null
+        const result = []
         for (let row = 0; activity && row < activity.count; ++row) {
             const point = activity.get(row)
-            if (!point.date)
-                continue
-            const key = dayKey(new Date(point.date))
-            counts[key] = (counts[key] || 0) + point.count
+            if (point.date)
+                result.push({ date: point.date, count: point.count })
         }
-        let largest = 1
-        for (const key in counts)
-            largest = Math.max(largest, counts[key])
-        const today = new Date()
-        today.setHours(0, 0, 0, 0)
-        const end = new Date(today)
-        end.setDate(end.getDate() + 6 - today.getDay())
-        const day = new Date(end)
-        day.setDate(day.getDate() + 1 - columns * rows)
-        const result = []
-        for (let index = 0; index < columns * rows; ++index) {
-            const count = counts[dayKey(day)] || 0
-            result.push({
-                count: count,
-                ratio: count / largest,
-                tip: day.toLocaleDateString(Qt.locale(), Locale.ShortFormat) + ": " + count
-                     + " commits"
-            })
-            day.setDate(day.getDate() + 1)
+        return result
+    }
+
+    AuthorHeatmap {
+        id: heatmap
+        objectName: "repositoryHeatmapGrid"
+        cellSize: Math.max(4, Math.min(14, (root.width - cellSpacing * (columns - 1)) / columns))
+        cellSpacing: 3
+        activity: root.points()
+        // The list keeps its identity when a repository is read again: follow its rows.
+        Connections {
+            target: root.appModel
+            function onActivityChanged() { heatmap.activity = root.points() }
         }
-        cells = result
-    }
-
-    function cellColor(count, ratio) {
-        const green = Qt.color(InsightColors.named("green"))
-        if (count < 1)
-            return Qt.rgba(Theme.secondaryText.r, Theme.secondaryText.g, Theme.secondaryText.b, 0.12)
-        const opacity = ratio < 0.25 ? 0.3 : ratio < 0.5 ? 0.5 : ratio < 0.75 ? 0.72 : 1
-        return Qt.rgba(green.r, green.g, green.b, opacity)
-    }
-
-    Component.onCompleted: rebuild()
-    Connections {
-        target: root.appModel
-        function onActivityChanged() { root.rebuild() }
-    }
-    Connections {
-        target: root.appModel ? root.appModel.activity : null
-        function onModelReset() { root.rebuild() }
-    }
-
-    Grid {
-        id: grid
-        anchors.horizontalCenter: parent.horizontalCenter
-        rows: root.rows
-        flow: Grid.TopToBottom
-        spacing: root.gap
-        Repeater {
-            model: root.cells
-            delegate: Rectangle {
-                required property var modelData
-                width: root.cell
-                height: root.cell
-                radius: 2
-                color: root.cellColor(modelData.count, modelData.ratio)
-                HoverHandler { id: cellHover }
-                ToolTip.text: modelData.tip
-                ToolTip.visible: cellHover.hovered
-                ToolTip.delay: 200
-            }
+        Connections {
+            target: root.appModel ? root.appModel.activity : null
+            function onModelReset() { heatmap.activity = root.points() }
+            function onDataChanged() { heatmap.activity = root.points() }
         }
     }
     RowLayout {
-        anchors.top: grid.bottom
-        anchors.topMargin: 6
-        anchors.right: grid.right
+        Layout.fillWidth: true
         spacing: 4
-        Label { text: "Less"; font.pixelSize: 10; color: Theme.secondaryText }
+        Label {
+            objectName: "heatmapCaption"
+            Layout.fillWidth: true
+            text: heatmap.commitsShown === 0 ? "No commits in the last year"
+                                             : Number(heatmap.commitsShown).toLocaleString(Qt.locale(), "f", 0)
+                                               + (heatmap.commitsShown === 1 ? " commit" : " commits") + " in the last year"
+            font.pixelSize: Theme.fontCaption
+            color: Theme.secondaryText
+            elide: Text.ElideRight
+        }
+        Label { text: "Less"; font.pixelSize: Theme.fontCaption; color: Theme.secondaryText }
         Repeater {
-            model: [[0, 0], [1, 0.1], [1, 0.3], [1, 0.6], [1, 1]]
+            model: [0, 1, 3, 5, 8]
             delegate: Rectangle {
-                required property var modelData
+                required property int modelData
                 width: 10; height: 10; radius: 2
-                color: root.cellColor(modelData[0], modelData[1])
+                color: heatmap.cellColor(modelData, 8)
             }
         }
-        Label { text: "More"; font.pixelSize: 10; color: Theme.secondaryText }
+        Label { text: "More"; font.pixelSize: Theme.fontCaption; color: Theme.secondaryText }
     }
 }

@@ -32,7 +32,7 @@ Item {
     }
 
     function cellColor(count, maximum) {
-        const green = Theme.named("green")
+        const green = Qt.color(Theme.named("green"))
         if (count < 1) {
             const grey = Theme.secondaryText
             return Qt.rgba(grey.r, grey.g, grey.b, 0.12)

@@ -2,6 +2,7 @@ import QtQuick
 import QtTest
 import QtQuick.Window
 import Strataloom.Insights
+import Strataloom.Style
 import Strataloom.Model
 
 // The statistics screen: its placeholder while the first insights are built, its badge, its
@@ -151,6 +152,31 @@ TestCase {
         tryVerify(() => opened.model.selectedAuthor && opened.model.selectedAuthor.name === "Grace Hopper")
     }
 
+    function test_heatmapShowsTheLastYearInGreen() {
+        const repo = fixtures.newRepository()
+        fixtures.write(repo, "a.txt", "a\n")
+        fixtures.commit(repo, "Add a") // dated long ago: outside the grid
+        const recent = new Date()
+        recent.setDate(recent.getDate() - 3)
+        recent.setHours(12, 0, 0, 0)
+        for (const message of ["One", "Two"])
+            fixtures.commit(repo, message, "Ada Lovelace", "ada@example.com", recent.toISOString())
+        const opened = open(repo)
+        tryVerify(() => opened.model.analyticsIndexState.isReady, 60000)
+        tryCompare(opened.model, "isLoading", false)
+        const heatmap = findOne(opened.screen, "heatmap")
+        tryCompare(heatmap, "commitsShown", 2)
+        compare(findOne(opened.screen, "heatmapCaption").text, "2 commits in the last year")
+        const day = new Date(recent)
+        day.setHours(0, 0, 0, 0)
+        const cell = heatmap.grid.cells.find(c => c.date.getTime() === day.getTime())
+        verify(cell !== undefined, "the day three days ago is on the grid")
+        compare(cell.count, 2)
+        const green = Qt.color(Theme.named("green"))
+        const drawn = findAll(findOne(opened.screen, "repositoryHeatmapGrid"), "").filter(item => item.color !== undefined)
+        verify(drawn.some(item => Qt.colorEqual(item.color, green)), "the busiest day is full green")
+    }
+
     function test_emptyRepositoryShowsEveryEmptyText() {
         const opened = open(fixtures.newRepository())
         tryVerify(() => opened.model.analyticsIndexState.isReady, 60000)
@@ -161,7 +187,8 @@ TestCase {
                                 "No module history data", "No file history data",
                                 "No commits with line changes", "No commit messages to classify",
                                 "No descriptive words yet", "No technology data",
-                                "No file pair appears together in at least two commits"]) {
+                                "No file pair appears together in at least two commits",
+                                "No commits in the last year"]) {
             verify(texts.indexOf(expected) >= 0, expected)
         }
     }

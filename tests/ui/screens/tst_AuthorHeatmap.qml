@@ -27,9 +27,9 @@ TestCase {
         return null
     }
 
-    function green(opacity) {
-        const g = Theme.named("green")
-        return Qt.rgba(g.r, g.g, g.b, opacity)
+    // The theme's green, as a colour of full opacity.
+    function green() {
+        return Qt.color(Theme.named("green"))
     }
 
     function test_gridEndsWithTheCurrentWeek() {
@@ -55,11 +55,14 @@ TestCase {
             const cell = cellFor(heatmap, new Date(2024, 2, 13 + offset))
             compare(cell.count, [8, 1, 2, 4, 6, 7][-offset], "count on day " + offset)
             fuzzyCompare(cell.color.a, opacity, 0.01, "opacity on day " + offset)
-            fuzzyCompare(cell.color.g, green(1).g, 0.01)
+            for (const channel of ["r", "g", "b"])
+                fuzzyCompare(cell.color[channel], green()[channel], 0.01, channel + " on day " + offset)
         }
         const empty = cellFor(heatmap, new Date(2024, 2, 1))
         compare(empty.count, 0)
         fuzzyCompare(empty.color.a, 0.12, 0.01)
+        verify(!Qt.colorEqual(Qt.rgba(empty.color.r, empty.color.g, empty.color.b, 1), green()),
+               "an empty day is not green")
         compare(heatmap.tooltip(heatmap.grid.cells[367]), "Mar 13, 2024: 8 commits")
     }
 

@@ -74,9 +74,9 @@ void QmlTestFixtures::remove(const QString &repository, const QString &relative)
 }
 
 QString QmlTestFixtures::commit(const QString &repository, const QString &message,
-                                const QString &author, const QString &email)
+                                const QString &author, const QString &email, const QString &date)
 {
-    return find(repository)->commit(message, author, email);
+    return find(repository)->commit(message, author, email, date);
 }
 
 QString QmlTestFixtures::git(const QString &repository, const QStringList &arguments)

@@ -47,10 +47,12 @@ public:
     Q_INVOKABLE void write(const QString &repository, const QString &relative,
                            const QString &content);
     Q_INVOKABLE void remove(const QString &repository, const QString &relative);
-    /// @brief Stages everything and commits with fixed dates; returns the full hash.
+    /// @brief Stages everything and commits with fixed dates (or at @p date, ISO-8601); returns
+    /// the full hash.
     Q_INVOKABLE QString commit(const QString &repository, const QString &message,
                                const QString &author = QStringLiteral("Ada Lovelace"),
-                               const QString &email = QStringLiteral("ada@example.com"));
+                               const QString &email = QStringLiteral("ada@example.com"),
+                               const QString &date = {});
     Q_INVOKABLE QString git(const QString &repository, const QStringList &arguments);
     /// @brief Adds @p count commits by several authors in one fast-import run.
     Q_INVOKABLE void importHistory(const QString &repository, int count);
