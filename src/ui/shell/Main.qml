@@ -250,9 +250,6 @@ ApplicationWindow {
                             objectName: "sectionLoader_" + index
                             anchors.fill: parent
                             visible: current
-                            // Built in the background while hidden; choosing the section while
-                            // it is still being built finishes it at once.
-                            asynchronous: !current
                             appModel: window.appModel
                             moduleUri: kept ? modelData.module : ""
                             screenName: kept ? modelData.name : ""
@@ -260,7 +257,14 @@ ApplicationWindow {
                             fallbackName: prebuilt ? "IndexStatusScreen" : "PlaceholderScreen"
                             fallbackProperties: prebuilt ? ({}) : ({ title: window.appModel.sectionTitle(index) })
 
-                            onCurrentChanged: if (current) kept = true
+                            // Built in the background while hidden; choosing the section
+                            // builds it (or finishes building it) at once. Set here rather than
+                            // bound, so that it has changed before the screen is asked for.
+                            onCurrentChanged: {
+                                asynchronous = !current
+                                if (current)
+                                    kept = true
+                            }
                             Connections {
                                 target: sectionArea
                                 // Another repository starts with fresh screens.
@@ -281,7 +285,11 @@ ApplicationWindow {
                                         sectionLoader.kept = true
                                 }
                             }
-                            Component.onCompleted: if (prebuilt && sectionArea.hasInsights) kept = true
+                            Component.onCompleted: {
+                                asynchronous = !current
+                                if (prebuilt && sectionArea.hasInsights)
+                                    kept = true
+                            }
                         }
                     }
                     EmptyStateView {

@@ -55,6 +55,12 @@ Loader {
 
     onModuleUriChanged: reload()
     onScreenNameChanged: reload()
+    // Finishing a background build at once can lose the initial properties (Loader starts
+    // over from the source): make sure the screen has the model.
+    onLoaded: {
+        if (item && "appModel" in item && (!loadingFallback || fallbackTakesModel) && item.appModel !== appModel)
+            item.appModel = appModel
+    }
     // A screen built in the background can fail only later.
     onStatusChanged: if (status === Loader.Error && !loadingFallback) loadFallback()
     Component.onCompleted: {

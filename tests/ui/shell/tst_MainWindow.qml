@@ -111,6 +111,7 @@ TestCase {
             const loader = loaders[section]
             verify(loader.item !== null, "a screen (or its stand-in) for " + titles[section])
             compare(loader.status, Loader.Ready)
+            verify(loader.item.appModel === model, "the screen of " + titles[section] + " has the model")
             // Only the chosen section's screen shows.
             compare(loaders.filter(other => other.visible).length, 1)
             verify(loader.visible)
@@ -125,6 +126,7 @@ TestCase {
         mouseClick(named(window, "section_History"))
         const history = named(window, "sectionLoader_3").item
         verify(history !== null)
+        tryVerify(() => Find.texts(history).indexOf("2 commits") >= 0, 5000, "the history lists the commits")
         mouseClick(named(window, "section_Tags"))
         mouseClick(named(window, "section_History"))
         compare(named(window, "sectionLoader_3").item, history, "coming back shows the same screen")
