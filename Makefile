@@ -19,7 +19,7 @@ PACKAGES := cmake make g++ pkg-config git python3 \
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps configure build test run bench clean format
+.PHONY: all deps configure build test run bench screenshots clean format
 
 all: build
 
@@ -56,7 +56,11 @@ run: build
 
 bench: build
 	cmake --build $(BUILD_DIR) --target benchmarks -j $(JOBS)
-	@echo "Benchmarks are in $(BUILD_DIR)/bench; see bench/README.md"
+	@echo "Benchmarks are in $(BUILD_DIR)/bench; see README.md (Benchmarks)"
+
+# Screenshots of the application under Xvfb (see README.md).
+screenshots: build
+	bash tools/screenshots.sh $(BUILD_DIR)/screenshots $(BUILD_DIR)
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

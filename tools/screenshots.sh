@@ -1,21 +1,37 @@
 #!/usr/bin/env bash
-# Screenshots of the real application under Xvfb at 1280×800, in light and dark.
+# Screenshots of the real application under Xvfb, in light and dark, at 1280×800 and at the
+# minimum window size 980×680.
 #
-#   tools/screenshots.sh <output folder> [build folder, default: build]
+#   tools/screenshots.sh <output folder> [build folder, default: build] [sizes, default: both]
+#   e.g. tools/screenshots.sh shots build 980x680
 #
-# Every shot starts the application afresh with its own settings (recents, scanned list) and
-# index folder, over fixture repositories made here with git. To add a shot, write a function
-# `shot_<name>` that prepares the state and starts the application with `launch`, and add
-# <name> to SHOTS. Needs Xvfb, xdotool and imagemagick's `import`.
+# Every run starts the application afresh with its own settings (recents, scanned list) and
+# index folder, over repositories made here: three small ones for the welcome screen, and a
+# history of a few hundred commits, several authors and tags from the shared history generator
+# (MAKE_HISTORY, default ../shared/tools/make-history.py; the small one stands in without it)
+# for the repository screens, the inspector, the sheets, Insights and Statistics. Insights and
+# Statistics are saved page by page as they scroll. A shot is a function `shot_<name>` that
+# brings the window to the state and saves it with `save <name>`; SHOTS lists them in order.
+# The window is placed at the origin with -qwindowgeometry; clicks go to the sidebar rows,
+# which stay where they are at any size, and to places computed from the window size.
+# Needs Xvfb, xdotool and imagemagick (`make deps` installs them).
 set -euo pipefail
 
-out=${1:?usage: tools/screenshots.sh <output folder> [build folder]}
+out=${1:?usage: tools/screenshots.sh <output folder> [build folder] [sizes]}
 build=${2:-build}
+sizes=${3:-1280x800 980x680}
+root=$(cd "$(dirname "$0")/.." && pwd)
 app=$(realpath "$build/src/ui/shell/strataloom")
+make_history=${MAKE_HISTORY:-$root/../shared/tools/make-history.py}
 mkdir -p "$out"
 out=$(realpath "$out")
 
-SHOTS=(welcome-empty welcome-recents welcome-scanned overview error-alert about)
+SHOTS=(welcome-empty welcome-recents welcome-scanned error-alert about
+       overview timeline history branches tags files author diff quick-search
+       insights statistics)
+# SHOTS_ONLY="overview insights" and APPEARANCES=dark narrow a run down.
+if [ -n "${SHOTS_ONLY:-}" ]; then read -ra SHOTS <<<"$SHOTS_ONLY"; fi
+appearances=${APPEARANCES:-light dark}
 
 work=$(mktemp -d)
 xvfb_pid=
@@ -58,6 +74,14 @@ make_repository "$repos/aurora"
 make_repository "$repos/nebula-engine"
 make_repository "$repos/tidewater"
 mkdir -p "$work/not-a-repository"
+history=$work/home/projects/fixture
+if [ -f "$make_history" ]; then
+    (cd "$work/home/projects" &&
+        python3 "$make_history" fixture --commits 400 --authors 9 --tags 6 --years 3 --seed 3 >/dev/null)
+else
+    echo "no history generator at $make_history: the small repository stands in" >&2
+    make_repository "$history"
+fi
 
 # --- Settings ---------------------------------------------------------------------------------
 
@@ -91,10 +115,14 @@ discovered_json() {
 
 # --- Display and application ----------------------------------------------------------------
 
-Xvfb -displayfd 4 -screen 0 1280x800x24 -nolisten tcp 4>"$work/display" 2>/dev/null &
-xvfb_pid=$!
-for _ in $(seq 50); do if [ -s "$work/display" ]; then break; fi; sleep 0.1; done
-export DISPLAY=:$(cat "$work/display")
+start_display() { # start_display <width>x<height>
+    if [ -n "$xvfb_pid" ]; then kill "$xvfb_pid" 2>/dev/null || true; wait "$xvfb_pid" 2>/dev/null || true; fi
+    rm -f "$work/display"
+    Xvfb -displayfd 4 -screen 0 "$1x24" -nolisten tcp 4>"$work/display" 2>/dev/null &
+    xvfb_pid=$!
+    for _ in $(seq 50); do if [ -s "$work/display" ]; then break; fi; sleep 0.1; done
+    export DISPLAY=:$(cat "$work/display")
+}
 
 launch() { # launch <settings: empty|recents|scanned> [arguments...]
     local state=$1; shift
@@ -105,36 +133,103 @@ launch() { # launch <settings: empty|recents|scanned> [arguments...]
         scanned) write_settings "$config" "$(recents_json)" "$(discovered_json)" ;;
     esac
     XDG_CONFIG_HOME=$config HOME=$work/home STRATALOOM_INDEX_DIR=$work/indexes \
-        STRATALOOM_APPEARANCE=$appearance "$app" "$@" >"$work/app.log" 2>&1 &
+        STRATALOOM_APPEARANCE=$appearance "$app" -qwindowgeometry "${width}x${height}+0+0" "$@" \
+        >>"$out/app.log" 2>&1 &
     app_pid=$!
     sleep "${LAUNCH_WAIT:-3}"
 }
 
-shot_welcome-empty() { launch empty; }
-shot_welcome-recents() { launch recents; }
+quit_app() {
+    if [ -n "$app_pid" ]; then kill "$app_pid" 2>/dev/null || true; wait "$app_pid" 2>/dev/null || true; fi
+    app_pid=
+}
+
+save() { # save <name>
+    local file=$out/$1-${width}x${height}-$appearance.png
+    import -window root "$file"
+    echo "$file"
+}
+
+click() { xdotool mousemove --sync "$1" "$2" click 1; sleep "${3:-1}"; }
+key() { xdotool key "$@"; sleep 1; }
+# The sidebar's rows, top to bottom, 36 points apart.
+section() {
+    local rows=(Overview Statistics Timeline History Branches Tags Files Search Insights) i
+    for i in "${!rows[@]}"; do
+        if [ "${rows[$i]}" = "$1" ]; then click 80 $((108 + 36 * i)) "${2:-1.5}"; return; fi
+    done
+}
+# The middle of the content column (between the sidebar and the inspector).
+content_x() { echo $(( (210 + width - 300) / 2 )); }
+
+# Saves a scrolling page from the top to its end: one shot per screenful (a little overlap).
+save_pages() { # save_pages <name>
+    local page=0 previous=
+    local steps=$(( height / 160 ))
+    xdotool mousemove --sync "$(content_x)" $((height / 2))
+    while [ "$page" -lt 20 ]; do
+        local file=$out/$1-${width}x${height}-$appearance-$(printf %02d "$page").png
+        import -window root "$file"
+        if [ -n "$previous" ] && [ "$(compare -metric AE "$previous" "$file" null: 2>&1 || true)" = 0 ]; then
+            rm "$file"   # the page did not move: its end was reached
+            break
+        fi
+        echo "$file"
+        previous=$file
+        page=$((page + 1))
+        for _ in $(seq "$steps"); do xdotool click 5; done
+        sleep 0.6
+    done
+}
+
+shot_welcome-empty() { launch empty; save welcome-empty; }
+shot_welcome-recents() { launch recents; save welcome-recents; }
 shot_welcome-scanned() {
     launch scanned
-    xdotool mousemove --sync 705 167 click 1 # the "Repositories" tab
-    sleep 0.5
+    click $((width / 2 + 65)) 167 0.5 # the "Repositories" tab
+    save welcome-scanned
 }
-shot_overview() { launch recents "$repos/aurora"; sleep 3; }
-shot_error-alert() { launch empty "$work/not-a-repository"; sleep 1; }
+shot_error-alert() { launch empty "$work/not-a-repository"; sleep 1; save error-alert; }
 shot_about() {
     launch recents "$repos/aurora"
     sleep 2
-    xdotool mousemove --sync 128 12 click 1 # the "Help" menu
-    sleep 0.5
-    xdotool mousemove --sync 170 42 click 1 # "About Strataloom"
-    sleep 0.8
+    click 128 12 0.5 # the "Help" menu
+    click 170 42 0.8 # "About Strataloom"
+    save about
 }
 
-for appearance in light dark; do
-    for name in "${SHOTS[@]}"; do
-        "shot_$name"
-        import -window root "$out/$name-$appearance.png"
-        kill "$app_pid" 2>/dev/null || true
-        wait "$app_pid" 2>/dev/null || true
-        app_pid=
-        echo "$out/$name-$appearance.png"
+# The repository shots run one after the other in one window over the history.
+shot_overview() { LAUNCH_WAIT=8 launch recents "$history"; save overview; }
+shot_timeline() { section Timeline; save timeline; }
+shot_history() { section History; click "$(content_x)" 200; save history; }
+shot_branches() { section Branches; save branches; key Escape; }
+shot_tags() { section Tags; save tags; }
+shot_files() { section Files; click "$(content_x)" 200; save files; }
+shot_author() {
+    # The overview's "Top authors", at the end of the page.
+    section Overview
+    xdotool mousemove --sync "$(content_x)" $((height / 2))
+    for _ in $(seq 30); do xdotool click 5; done
+    sleep 1
+    click "$(content_x)" $((height - 150))
+    save author
+}
+shot_diff() { section History; click "$(content_x)" 200; click $((width - 150)) $((height - 34)) 2; save diff; key Escape; }
+shot_quick-search() { key ctrl+k; xdotool type --delay 60 "fix"; sleep 2; save quick-search; key Escape; }
+shot_insights() { section Insights 2; save_pages insights; }
+shot_statistics() { section Statistics 2; save_pages statistics; quit_app; }
+
+for size in $sizes; do
+    width=${size%x*}
+    height=${size#*x}
+    start_display "$size"
+    for appearance in $appearances; do
+        for name in "${SHOTS[@]}"; do
+            case $name in
+                welcome-*|error-alert|about|overview) quit_app ;;
+            esac
+            "shot_$name"
+        done
+        quit_app
     done
 done

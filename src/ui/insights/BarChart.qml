@@ -95,6 +95,11 @@ Item {
     onLabelsChanged: Qt.callLater(rebuild)
     onSetsChanged: Qt.callLater(rebuild)
     Component.onCompleted: rebuild()
+    // The bars take their colours when built: build them again when the appearance changes.
+    Connections {
+        target: Theme
+        function onDarkChanged() { Qt.callLater(root.rebuild) }
+    }
 
     EmptyNote {
         id: note

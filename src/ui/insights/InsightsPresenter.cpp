@@ -142,15 +142,15 @@ QString InsightsPresenter::shortDate(const QVariant &date, const QString &fallba
     return QLocale().toString(dateTime.toLocalTime().date(), QLocale::ShortFormat);
 }
 
-QString InsightsPresenter::repositoryAge() const
+QString InsightsPresenter::repositoryAge(const QVariant &firstCommit,
+                                         const QVariant &latestCommit) const
 {
-    if (!m_model || !m_model->repository())
+    const QDateTime firstTime = firstCommit.toDateTime();
+    const QDateTime latestTime = latestCommit.toDateTime();
+    if (!firstTime.isValid() || !latestTime.isValid())
         return QStringLiteral("Unknown");
-    const RepositorySummary &summary = *m_model->repository();
-    if (!summary.firstCommitDate || !summary.latestCommitDate)
-        return QStringLiteral("Unknown");
-    const QDate first = summary.firstCommitDate->toLocalTime().date();
-    const QDate latest = summary.latestCommitDate->toLocalTime().date();
+    const QDate first = firstTime.toLocalTime().date();
+    const QDate latest = latestTime.toLocalTime().date();
     int months = (latest.year() - first.year()) * 12 + latest.month() - first.month();
     if (latest.day() < first.day())
         --months;

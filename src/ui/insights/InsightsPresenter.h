@@ -68,8 +68,10 @@ public:
     /// @brief A date-time in the abbreviated date style without time; @p fallback when invalid.
     Q_INVOKABLE QString shortDate(const QVariant &date,
                                   const QString &fallback = QStringLiteral("Unknown")) const;
-    /// @brief Whole years and months between the repository's first and latest commits ("3y 4m").
-    Q_INVOKABLE QString repositoryAge() const;
+    /// @brief Whole years and months between the repository's first and latest commits ("3y 4m"),
+    /// or "Unknown" without both dates.
+    Q_INVOKABLE QString repositoryAge(const QVariant &firstCommit,
+                                      const QVariant &latestCommit) const;
 
     /**
      * @brief Fills @p line (a line series) with the daily commits, x in milliseconds since 1970.

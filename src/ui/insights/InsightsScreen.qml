@@ -366,6 +366,10 @@ Item {
                         target: presenter
                         function onInsightsChanged() { activityChart.refill() }
                     }
+                    Connections {
+                        target: Theme
+                        function onDarkChanged() { activityChart.refill() }
+                    }
                 }
             }
 
@@ -411,6 +415,13 @@ Item {
                             required property int index
                             Layout.fillWidth: true
                             padding: 6
+                            hoverEnabled: true
+                            // The theme's own hover: the style's row background stays light
+                            // on a dark palette.
+                            background: Rectangle {
+                                radius: 6
+                                color: authorRow.down ? Theme.separator : authorRow.hovered ? Theme.hover : "transparent"
+                            }
                             onClicked: screen.appModel.openInsightAuthor(modelData.name)
                             contentItem: RowLayout {
                                 spacing: 10
@@ -468,6 +479,13 @@ Item {
                             required property int index
                             Layout.fillWidth: true
                             padding: 6
+                            hoverEnabled: true
+                            // The theme's own hover: the style's row background stays light
+                            // on a dark palette.
+                            background: Rectangle {
+                                radius: 6
+                                color: hotspotRow.down ? Theme.separator : hotspotRow.hovered ? Theme.hover : "transparent"
+                            }
                             onClicked: screen.appModel.openInsightFile(modelData.path)
                             contentItem: RowLayout {
                                 spacing: 10

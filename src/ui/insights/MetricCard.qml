@@ -13,5 +13,4 @@ StatCard {
     Layout.preferredWidth: 200
     detail: caption
     tint: InsightColors.named(colorName)
-    ToolTip.text: caption.length > 28 ? caption : ""
 }

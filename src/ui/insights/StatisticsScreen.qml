@@ -172,7 +172,7 @@ Item {
                           symbol: "internaldrive", color: "teal" },
                         { title: "Git database", value: presenter.bytes(screen.summary.gitSizeBytes),
                           symbol: "cylinder.split.1x2", color: "indigo" },
-                        { title: "Repository age", value: presenter.repositoryAge(),
+                        { title: "Repository age", value: presenter.repositoryAge(screen.summary.firstCommitDate, screen.summary.latestCommitDate),
                           symbol: "calendar", color: "pink" },
                         { title: "First commit", value: presenter.shortDate(screen.summary.firstCommitDate),
                           symbol: "calendar.day.timeline.left", color: "green" },
@@ -239,18 +239,51 @@ Item {
                     title: "Activity over time"
                     symbol: "waveform.path.ecg"
                     tint: InsightColors.named("blue")
-                    headerExtra: TabBar {
+                    // A segmented picker drawn with the theme's colours (the style's tab bar
+                    // keeps light buttons on a dark palette).
+                    headerExtra: Rectangle {
                         id: periodPicker
                         objectName: "periodPicker"
-                        currentIndex: ["daily", "monthly", "yearly"].indexOf(screen.activityPeriod)
-                        Repeater {
-                            model: ["daily", "monthly", "yearly"]
-                            delegate: TabButton {
-                                required property string modelData
-                                objectName: "period:" + modelData
-                                text: modelData
-                                width: implicitWidth
-                                onClicked: screen.activityPeriod = modelData
+                        readonly property int currentIndex: ["daily", "monthly", "yearly"].indexOf(screen.activityPeriod)
+                        implicitWidth: periodRow.implicitWidth + 4
+                        implicitHeight: periodRow.implicitHeight + 4
+                        radius: 7
+                        color: Theme.separator
+                        Row {
+                            id: periodRow
+                            anchors.centerIn: parent
+                            spacing: 2
+                            Repeater {
+                                model: ["daily", "monthly", "yearly"]
+                                delegate: AbstractButton {
+                                    id: periodButton
+                                    required property string modelData
+                                    required property int index
+                                    readonly property bool selected: periodPicker.currentIndex === index
+                                    objectName: "period:" + modelData
+                                    text: modelData
+                                    hoverEnabled: true
+                                    padding: 4
+                                    leftPadding: 12
+                                    rightPadding: 12
+                                    checkable: false
+                                    Accessible.role: Accessible.RadioButton
+                                    Accessible.checked: selected
+                                    contentItem: Label {
+                                        text: periodButton.text
+                                        font.pixelSize: Theme.fontCaption + 1
+                                        font.weight: periodButton.selected ? Font.DemiBold : Font.Normal
+                                        color: periodButton.selected ? Theme.text : Theme.secondaryText
+                                        horizontalAlignment: Text.AlignHCenter
+                                    }
+                                    background: Rectangle {
+                                        radius: 5
+                                        color: periodButton.selected ? Theme.card
+                                               : periodButton.hovered ? Theme.hover : "transparent"
+                                        border.color: periodButton.selected ? Theme.cardBorder : "transparent"
+                                    }
+                                    onClicked: screen.activityPeriod = modelData
+                                }
                             }
                         }
                     }

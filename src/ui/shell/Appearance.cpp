@@ -5,30 +5,44 @@
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QPalette>
+#include <QStyle>
 
 namespace strataloom {
 
 namespace {
+
+const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
+
+/// color-scheme 1 means "prefer dark"; the value may arrive wrapped in variants.
+bool prefersDark(QVariant value)
+{
+    while (value.canConvert<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    return value.toUInt() == 1;
+}
 
 bool desktopPrefersDark()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return false;
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.portal.Desktop"),
-        QStringLiteral("/org/freedesktop/portal/desktop"),
-        QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("Read"));
+    QDBusMessage call = QDBusMessage::createMethodCall(portalService, portalPath,
+                                                       settingsInterface, QStringLiteral("Read"));
     call << QStringLiteral("org.freedesktop.appearance") << QStringLiteral("color-scheme");
     // A missing portal answers with an error at once; a hung one must not delay the start much.
     const QDBusMessage reply = bus.call(call, QDBus::Block, 300);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
         return false;
     // The value arrives wrapped twice: a variant holding a variant holding a uint.
-    QVariant value = reply.arguments().constFirst();
-    while (value.canConvert<QDBusVariant>())
-        value = value.value<QDBusVariant>().variant();
-    return value.toUInt() == 1;
+    return prefersDark(reply.arguments().constFirst());
+}
+
+bool appearancePinned()
+{
+    const QString requested = qEnvironmentVariable("STRATALOOM_APPEARANCE").toLower();
+    return requested == QLatin1String("dark") || requested == QLatin1String("light");
 }
 
 QPalette darkPalette()
@@ -69,8 +83,9 @@ QPalette darkPalette()
 
 QPalette lightPalette()
 {
-    // Fusion's own light palette, with a clearer accent than its default dark blue.
-    QPalette palette = QApplication::palette();
+    // Fusion's own light palette (not the current one, which may be the dark one), with a
+    // clearer accent than its default dark blue.
+    QPalette palette = QApplication::style()->standardPalette();
     palette.setColor(QPalette::Highlight, QColor(0x25, 0x63, 0xeb));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::Window, QColor(0xf4, 0xf5, 0xf7));
@@ -92,6 +107,28 @@ void applyPreferredAppearance(QApplication &application)
     else if (requested != QLatin1String("light"))
         dark = desktopPrefersDark();
     application.setPalette(dark ? darkPalette() : lightPalette());
+}
+
+AppearanceFollower::AppearanceFollower(QApplication &application)
+    : QObject(&application)
+    , m_application(application)
+{
+    if (appearancePinned())
+        return;
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (bus.isConnected()) {
+        bus.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"),
+                    this, SLOT(settingChanged(QString, QString, QDBusVariant)));
+    }
+}
+
+void AppearanceFollower::settingChanged(const QString &group, const QString &key,
+                                        const QDBusVariant &value)
+{
+    if (group != QLatin1String("org.freedesktop.appearance")
+        || key != QLatin1String("color-scheme"))
+        return;
+    m_application.setPalette(prefersDark(value.variant()) ? darkPalette() : lightPalette());
 }
 
 } // namespace strataloom

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QObject>
+
 class QApplication;
+class QDBusVariant;
 
 namespace strataloom {
 
@@ -13,5 +16,26 @@ namespace strataloom {
  * screen (through SystemPalette) follow the application palette.
  */
 void applyPreferredAppearance(QApplication &application);
+
+/**
+ * @brief Keeps the palette in step with the desktop while the application runs.
+ *
+ * Listens to the settings portal's SettingChanged signal for org.freedesktop.appearance
+ * color-scheme and applies the dark or light palette when it changes. Does nothing when
+ * STRATALOOM_APPEARANCE pins an appearance or when there is no session bus.
+ */
+class AppearanceFollower : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit AppearanceFollower(QApplication &application);
+
+private Q_SLOTS:
+    void settingChanged(const QString &group, const QString &key, const QDBusVariant &value);
+
+private:
+    QApplication &m_application;
+};
 
 } // namespace strataloom

@@ -32,6 +32,7 @@ int main(int argc, char *argv[])
     if (qEnvironmentVariableIsEmpty("QT_QUICK_CONTROLS_STYLE"))
         QQuickStyle::setStyle(QStringLiteral("Fusion"));
     applyPreferredAppearance(application);
+    new AppearanceFollower(application); // owned by the application
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/qt/qml/Strataloom/icons/strataloom.svg")));
 
     registerModelTypes();

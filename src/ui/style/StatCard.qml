@@ -4,6 +4,8 @@ import QtQuick.Layouts
 import Strataloom.Style
 
 // A figure with its label: a tinted symbol, the label, the value large, an optional detail line.
+// In a narrow card the label and the value shrink to fit before they are shortened; whatever is
+// still shortened shows whole in the tooltip.
 Control {
     id: stat
 
@@ -16,8 +18,10 @@ Control {
     padding: Theme.padding
     implicitWidth: 180
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
-    ToolTip.visible: hovered && stat.ToolTip.text !== ""
+    readonly property bool truncated: titleLabel.truncated || valueLabel.truncated || detailLabel.truncated
+    ToolTip.visible: hovered && (stat.ToolTip.text !== "" || truncated)
     ToolTip.delay: 600
+    ToolTip.text: truncated ? [title, value, detail].filter(text => text !== "").join("\n") : ""
 
     background: Rectangle {
         radius: Theme.radiusLarge
@@ -45,22 +49,33 @@ Control {
                 }
             }
             Label {
+                id: titleLabel
                 Layout.fillWidth: true
                 text: stat.title
                 color: Theme.secondaryText
                 font.pixelSize: Theme.fontBody
+                fontSizeMode: Text.HorizontalFit
+                minimumPixelSize: Theme.fontCaption
                 elide: Text.ElideRight
             }
         }
         Label {
+            id: valueLabel
             Layout.fillWidth: true
+            // The height of the full size, so that cards in a row keep their values aligned.
+            Layout.preferredHeight: valueMetrics.height
             text: stat.value
             color: Theme.text
             font.pixelSize: 24
             font.weight: Font.DemiBold
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: 15
+            verticalAlignment: Text.AlignVCenter
             elide: Text.ElideRight
+            FontMetrics { id: valueMetrics; font: valueLabel.font }
         }
         Label {
+            id: detailLabel
             Layout.fillWidth: true
             visible: stat.detail !== ""
             text: stat.detail

@@ -47,7 +47,7 @@ QtObject {
         case "teal": return dark ? "#5fd3c6" : "#0f9d8a"
         case "green": return dark ? "#69db7c" : "#2f9e44"
         case "indigo": return dark ? "#9fa8ff" : "#4c5bd4"
-        case "cyan": return dark ? "#66d9ef" : "#0b8fb3"
+        case "cyan": return dark ? "#67e8f9" : "#06b6d4"
         case "yellow": return dark ? "#ffd43b" : "#b08800"
         case "gray": case "secondary": return secondaryText
         }

@@ -4,6 +4,7 @@ import QtTest
 import Strataloom.Style
 
 TestCase {
+    id: testCase
     name: "StyleControls"
     visible: true
     when: windowShown
@@ -84,5 +85,37 @@ TestCase {
         button.text = "Refresh now"
         compare(button.Accessible.name, "Refresh now")
         tryVerify(() => button.implicitWidth > button.implicitHeight * 2)
+    }
+
+    Component {
+        id: statCardComponent
+        StatCard { symbol: "calendar"; title: "Latest commit"; value: "19 Jun 2024" }
+    }
+
+    function findTruncated(item, found) {
+        found = found || []
+        if (item.truncated === true)
+            found.push(item.text)
+        for (let i = 0; i < item.children.length; ++i)
+            findTruncated(item.children[i], found)
+        return found
+    }
+
+    function test_statCardShrinksItsTextBeforeShorteningIt() {
+        const wide = createTemporaryObject(statCardComponent, testCase, { width: 260 })
+        waitForRendering(wide)
+        compare(findTruncated(wide), [])
+        compare(wide.ToolTip.text, "", "nothing hidden, nothing to tell")
+
+        // A narrow card: the value shrinks and stays whole.
+        const narrow = createTemporaryObject(statCardComponent, testCase, { width: 150 })
+        waitForRendering(narrow)
+        compare(findTruncated(narrow), [])
+
+        // Too narrow even for the smallest size: shortened, and whole in the tooltip.
+        const tiny = createTemporaryObject(statCardComponent, testCase, { width: 80, detail: "a long detail line" })
+        waitForRendering(tiny)
+        verify(findTruncated(tiny).length > 0)
+        compare(tiny.ToolTip.text, "Latest commit\n19 Jun 2024\na long detail line")
     }
 }
