@@ -215,7 +215,13 @@ shot_author() {
     save author
 }
 shot_diff() { section History; click "$(content_x)" 200; click $((width - 150)) $((height - 34)) 2; save diff; key Escape; }
-shot_quick-search() { key ctrl+k; xdotool type --delay 60 "fix"; sleep 2; save quick-search; key Escape; }
+shot_quick-search() {
+    click $((width - 405)) 54 1.5 # the repository bar's search button
+    xdotool type --delay 60 "fix"
+    sleep 2
+    save quick-search
+    key Escape
+}
 shot_insights() { section Insights 2; save_pages insights; }
 shot_statistics() { section Statistics 2; save_pages statistics; quit_app; }
 

@@ -364,9 +364,11 @@ ApplicationWindow {
         footer: DialogButtonBox {
             padding: 16
             background: Item {}
-            Button {
+            // The theme's buttons: the style's own stay light on a dark palette in popups.
+            SymbolButton {
                 objectName: "errorOkButton"
                 text: "OK"
+                prominent: true
                 DialogButtonBox.buttonRole: DialogButtonBox.AcceptRole
             }
         }
@@ -414,15 +416,15 @@ ApplicationWindow {
         footer: DialogButtonBox {
             padding: 16
             background: Item {}
-            Button {
+            SymbolButton {
                 objectName: "checkoutCancelButton"
                 text: "Cancel"
                 DialogButtonBox.buttonRole: DialogButtonBox.RejectRole
             }
-            Button {
+            SymbolButton {
                 objectName: "checkoutSwitchButton"
                 text: "Switch to " + checkoutDialog.branchName
-                highlighted: true
+                prominent: true
                 DialogButtonBox.buttonRole: DialogButtonBox.AcceptRole
             }
         }
