@@ -1,6 +1,7 @@
 #include "ModelTestSupport.h"
 
 #include "GitProcess.h"
+#include "TestGit.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -18,19 +19,9 @@ namespace {
 
 QString runGit(const QString &directory, const QStringList &arguments, const QString &date)
 {
-    const QStringList environment {
-        QStringLiteral("GIT_AUTHOR_DATE=") + date,
-        QStringLiteral("GIT_COMMITTER_DATE=") + date,
-        QStringLiteral("GIT_COMMITTER_NAME=Test Committer"),
-        QStringLiteral("GIT_COMMITTER_EMAIL=committer@example.com"),
-    };
-    const QStringList full
-        = QStringList {QStringLiteral("-c"), QStringLiteral("user.name=Test"),
-                       QStringLiteral("-c"), QStringLiteral("user.email=test@example.com"),
-                       QStringLiteral("-c"), QStringLiteral("init.defaultBranch=main"),
-                       QStringLiteral("-C"), directory}
-        + arguments;
-    const ProcessResult result = runProcess(QStringLiteral("/usr/bin/git"), full, environment);
+    const ProcessResult result = runProcess(QStringLiteral("/usr/bin/git"),
+                                            testGitArguments(directory, arguments),
+                                            testGitEnvironment(date));
     if (result.exitStatus != 0)
         qFatal("git %s failed: %s", qPrintable(arguments.join(QLatin1Char(' '))),
                result.standardError.constData());

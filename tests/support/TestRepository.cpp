@@ -2,6 +2,7 @@
 
 #include "GitProcess.h"
 #include "GitService.h"
+#include "TestGit.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -15,20 +16,8 @@ using strataloom::runProcess;
 QString runGitIn(const QString &directory, const QStringList &arguments, const QString &date,
                  int *status, QString *errorOutput)
 {
-    const QStringList environment {
-        QStringLiteral("GIT_AUTHOR_DATE=") + date,
-        QStringLiteral("GIT_COMMITTER_DATE=") + date,
-        QStringLiteral("GIT_COMMITTER_NAME=Test Committer"),
-        QStringLiteral("GIT_COMMITTER_EMAIL=committer@example.com"),
-        QStringLiteral("GIT_CONFIG_NOSYSTEM=1"),
-    };
-    const QStringList full
-        = QStringList {QStringLiteral("-c"), QStringLiteral("user.name=Test"),
-                       QStringLiteral("-c"), QStringLiteral("user.email=test@example.com"),
-                       QStringLiteral("-c"), QStringLiteral("init.defaultBranch=main"),
-                       QStringLiteral("-C"), directory}
-        + arguments;
-    const auto result = runProcess(QStringLiteral("/usr/bin/git"), full, environment);
+    const auto result = runProcess(QStringLiteral("/usr/bin/git"),
+                                   testGitArguments(directory, arguments), testGitEnvironment(date));
     if (status)
         *status = result.exitStatus;
     if (errorOutput)
