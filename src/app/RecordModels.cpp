@@ -1,5 +1,7 @@
 #include "RecordModels.h"
 
+#include "InsightFields.h"
+
 namespace strataloom {
 
 namespace {
@@ -75,128 +77,34 @@ OptionalDate optionalDate(const QVariantMap &map, const char *key)
 
 namespace {
 
-QVariantMap insightMap(const IndexedAuthorInsight &author)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, author, name);
-    STRATALOOM_PUT(map, author, commits);
-    STRATALOOM_PUT(map, author, additions);
-    STRATALOOM_PUT(map, author, deletions);
-    STRATALOOM_PUT(map, author, commitShare);
-    STRATALOOM_PUT(map, author, firstCommitAt);
-    STRATALOOM_PUT(map, author, lastCommitAt);
-    return map;
-}
+template<typename T> constexpr bool isList = false;
+template<typename T> constexpr bool isList<QList<T>> = true;
+template<typename T> constexpr bool isOptional = false;
+template<typename T> constexpr bool isOptional<std::optional<T>> = true;
 
-QVariantMap insightMap(const IndexedFileInsight &file)
+// An insight value as QML sees it: records as maps of their fields (an activity period also
+// carries its churn), lists as lists, an absent record or date as null.
+template<typename T> QVariant insightVariant(const T &value)
 {
-    QVariantMap map;
-    STRATALOOM_PUT(map, file, path);
-    STRATALOOM_PUT(map, file, changes);
-    STRATALOOM_PUT(map, file, authors);
-    STRATALOOM_PUT(map, file, additions);
-    STRATALOOM_PUT(map, file, deletions);
-    STRATALOOM_PUT(map, file, firstChangedAt);
-    STRATALOOM_PUT(map, file, lastChangedAt);
-    return map;
-}
-
-QVariantMap insightMap(const IndexedCommitTypeInsight &type)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, type, type);
-    STRATALOOM_PUT(map, type, count);
-    return map;
-}
-
-QVariantMap insightMap(const IndexedActivityInsight &activity)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, activity, label);
-    STRATALOOM_PUT(map, activity, date);
-    STRATALOOM_PUT(map, activity, commits);
-    STRATALOOM_PUT(map, activity, additions);
-    STRATALOOM_PUT(map, activity, deletions);
-    map.insert(QStringLiteral("churn"), activity.churn());
-    return map;
-}
-
-QVariantMap insightMap(const IndexedDirectoryInsight &directory)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, directory, path);
-    STRATALOOM_PUT(map, directory, changes);
-    STRATALOOM_PUT(map, directory, authors);
-    STRATALOOM_PUT(map, directory, additions);
-    STRATALOOM_PUT(map, directory, deletions);
-    return map;
-}
-
-QVariantMap insightMap(const IndexedTechnologyInsight &technology)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, technology, name);
-    STRATALOOM_PUT(map, technology, files);
-    STRATALOOM_PUT(map, technology, changes);
-    STRATALOOM_PUT(map, technology, additions);
-    STRATALOOM_PUT(map, technology, deletions);
-    return map;
-}
-
-QVariantMap insightMap(const IndexedCoChangeInsight &pair)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, pair, firstPath);
-    STRATALOOM_PUT(map, pair, secondPath);
-    STRATALOOM_PUT(map, pair, commits);
-    return map;
-}
-
-QVariantMap insightMap(const IndexedCommitSizeInsight &commit)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, commit, sha);
-    STRATALOOM_PUT(map, commit, subject);
-    STRATALOOM_PUT(map, commit, author);
-    STRATALOOM_PUT(map, commit, date);
-    STRATALOOM_PUT(map, commit, files);
-    STRATALOOM_PUT(map, commit, additions);
-    STRATALOOM_PUT(map, commit, deletions);
-    return map;
-}
-
-QVariantMap insightMap(const IndexedBranchInsight &branch)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, branch, name);
-    STRATALOOM_PUT(map, branch, isRemote);
-    STRATALOOM_PUT(map, branch, lastCommitAt);
-    return map;
-}
-
-QVariantMap insightMap(const IndexedTagInsight &tag)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, tag, name);
-    STRATALOOM_PUT(map, tag, commitAt);
-    return map;
-}
-
-QVariantMap insightMap(const IndexedNamedCount &named)
-{
-    QVariantMap map;
-    STRATALOOM_PUT(map, named, name);
-    STRATALOOM_PUT(map, named, count);
-    return map;
-}
-
-template<typename T> QVariant insightList(const QList<T> &values)
-{
-    QVariantList list;
-    list.reserve(values.size());
-    for (const T &value : values)
-        list.append(insightMap(value));
-    return list;
+    if constexpr (requires { visitFields(value, [](const char *, const auto &) {}); }) {
+        QVariantMap map;
+        visitFields(value, [&map](const char *name, const auto &field) {
+            map.insert(QString::fromLatin1(name), insightVariant(field));
+        });
+        if constexpr (std::is_same_v<T, IndexedActivityInsight>)
+            map.insert(QStringLiteral("churn"), value.churn());
+        return map;
+    } else if constexpr (isOptional<T>) {
+        return value ? insightVariant(*value) : QVariant();
+    } else if constexpr (isList<T>) {
+        QVariantList list;
+        list.reserve(value.size());
+        for (const auto &item : value)
+            list.append(insightVariant(item));
+        return list;
+    } else {
+        return variant(value);
+    }
 }
 
 template<typename Record>
@@ -416,51 +324,7 @@ QVariantMap toVariantMap(const AuthorDetails &details)
 
 QVariantMap toVariantMap(const RepositoryAnalyticsInsights &insights)
 {
-    QVariantMap map;
-    STRATALOOM_PUT(map, insights, totalCommits);
-    STRATALOOM_PUT(map, insights, mergeCommits);
-    STRATALOOM_PUT(map, insights, revertCommits);
-    STRATALOOM_PUT(map, insights, conventionalCommits);
-    STRATALOOM_PUT(map, insights, additions);
-    STRATALOOM_PUT(map, insights, deletions);
-    STRATALOOM_PUT(map, insights, firstCommitAt);
-    STRATALOOM_PUT(map, insights, lastCommitAt);
-    STRATALOOM_PUT(map, insights, activeDays);
-    STRATALOOM_PUT(map, insights, longestGapDays);
-    map.insert(QStringLiteral("peakDay"),
-               insights.peakDay ? QVariant(insightMap(*insights.peakDay)) : QVariant());
-    STRATALOOM_PUT(map, insights, filesAdded);
-    STRATALOOM_PUT(map, insights, filesDeleted);
-    STRATALOOM_PUT(map, insights, filesRenamed);
-    STRATALOOM_PUT(map, insights, binaryFiles);
-    STRATALOOM_PUT(map, insights, commitsWithoutChanges);
-    STRATALOOM_PUT(map, insights, wideCommits);
-    STRATALOOM_PUT(map, insights, averageCommitChurn);
-    STRATALOOM_PUT(map, insights, averageSubjectLength);
-    STRATALOOM_PUT(map, insights, shortMessages);
-    STRATALOOM_PUT(map, insights, oneTimeContributors);
-    STRATALOOM_PUT(map, insights, busFactor);
-    STRATALOOM_PUT(map, insights, localBranches);
-    STRATALOOM_PUT(map, insights, remoteBranches);
-    STRATALOOM_PUT(map, insights, tagCount);
-    STRATALOOM_PUT(map, insights, activityTrendPercent);
-    STRATALOOM_PUT(map, insights, churnTrendPercent);
-    STRATALOOM_PUT(map, insights, contributorTrendPercent);
-    map.insert(QStringLiteral("topAuthors"), insightList(insights.topAuthors));
-    map.insert(QStringLiteral("hotspots"), insightList(insights.hotspots));
-    map.insert(QStringLiteral("commitTypes"), insightList(insights.commitTypes));
-    map.insert(QStringLiteral("dailyActivity"), insightList(insights.dailyActivity));
-    map.insert(QStringLiteral("monthlyActivity"), insightList(insights.monthlyActivity));
-    map.insert(QStringLiteral("yearlyActivity"), insightList(insights.yearlyActivity));
-    map.insert(QStringLiteral("directories"), insightList(insights.directories));
-    map.insert(QStringLiteral("technologies"), insightList(insights.technologies));
-    map.insert(QStringLiteral("coChanges"), insightList(insights.coChanges));
-    map.insert(QStringLiteral("largestCommits"), insightList(insights.largestCommits));
-    map.insert(QStringLiteral("branches"), insightList(insights.branches));
-    map.insert(QStringLiteral("tags"), insightList(insights.tags));
-    map.insert(QStringLiteral("emailDomains"), insightList(insights.emailDomains));
-    map.insert(QStringLiteral("commonWords"), insightList(insights.commonWords));
-    return map;
+    return insightVariant(insights).toMap();
 }
 
 CommitRecord commitFromVariantMap(const QVariantMap &map)
