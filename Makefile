@@ -7,7 +7,7 @@ JOBS ?= $(shell nproc)
 REPO ?= $(CURDIR)
 
 # Debian packages the build, the tests and the benchmarks need.
-PACKAGES := cmake make g++ pkg-config git python3 \
+PACKAGES := cmake make g++ pkg-config git python3 ccache \
             qt6-base-dev libsqlite3-dev libgtest-dev libgmock-dev \
             qt6-declarative-dev qt6-charts-dev fonts-material-design-icons-iconfont \
             qml6-module-qtquick qml6-module-qtqml qml6-module-qtqml-models \

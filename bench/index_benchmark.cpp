@@ -8,9 +8,9 @@
 //   --runs N    compute the insights N times and report the fastest and the median (default 3)
 
 #include "ReferenceInsights.h"
-#include "RepositoryIndex.h"
-#include "RepositoryInsights.h"
-#include "SQLite.h"
+#include "index/RepositoryIndex.h"
+#include "insights/RepositoryInsights.h"
+#include "index/SQLite.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -10,7 +10,7 @@
 // the measured longest gap to the baseline's. The target is a stall below 50 ms.
 //
 //   model_stall_benchmark [--commits N] [--seed S] [--repository PATH] [--generator PATH]
-#include "AppViewModel.h"
+#include "app/AppViewModel.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

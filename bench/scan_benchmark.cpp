@@ -9,7 +9,7 @@
 // the cost of the checks per folder apart from the gain of pruning.
 //
 //   scan_benchmark [--folders N] [--rounds N]
-#include "RepositoryScanner.h"
+#include "app/RepositoryScanner.h"
 
 #include <QCoreApplication>
 #include <QDir>

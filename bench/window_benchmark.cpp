@@ -10,9 +10,9 @@
 //   * switching: the time from choosing Statistics or Insights (as the sidebar does, through
 //     selectedSection) to the end of the first frame that shows it, with the screen kept from
 //     before (the window's behaviour) and, as the baseline, with the screen built on the click.
-#include "AppViewModel.h"
-#include "Appearance.h"
-#include "ModelTypes.h"
+#include "app/AppViewModel.h"
+#include "ui/shell/Appearance.h"
+#include "ui/shell/ModelTypes.h"
 
 #include <QApplication>
 #include <QDir>

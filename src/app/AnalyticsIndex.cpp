@@ -1,10 +1,10 @@
-#include "AnalyticsIndex.h"
+#include "app/AnalyticsIndex.h"
 
-#include "GitProcess.h"
-#include "GitService.h"
-#include "RepositoryIndexer.h"
-#include "RepositoryInsights.h"
-#include "SQLite.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
+#include "index/RepositoryIndexer.h"
+#include "insights/RepositoryInsights.h"
+#include "index/SQLite.h"
 
 namespace strataloom {
 

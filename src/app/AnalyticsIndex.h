@@ -1,7 +1,7 @@
 #pragma once
 
-#include "InsightRecords.h"
-#include "RepositoryIndex.h"
+#include "insights/InsightRecords.h"
+#include "index/RepositoryIndex.h"
 
 #include <QObject>
 #include <QString>

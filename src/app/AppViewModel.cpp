@@ -1,7 +1,7 @@
-#include "AppViewModel.h"
+#include "app/AppViewModel.h"
 
-#include "DesktopActions.h"
-#include "RepositoryIndexer.h"
+#include "app/DesktopActions.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "AnalyticsIndex.h"
-#include "GitService.h"
-#include "RecordModels.h"
-#include "RepositoryRecords.h"
-#include "RepositoryScanner.h"
-#include "RepositoryStores.h"
+#include "app/AnalyticsIndex.h"
+#include "git/GitService.h"
+#include "app/RecordModels.h"
+#include "app/RepositoryRecords.h"
+#include "app/RepositoryScanner.h"
+#include "app/RepositoryStores.h"
 
 #include <QDateTime>
 #include <QFuture>

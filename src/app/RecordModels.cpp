@@ -1,6 +1,6 @@
-#include "RecordModels.h"
+#include "app/RecordModels.h"
 
-#include "InsightFields.h"
+#include "insights/InsightFields.h"
 
 namespace strataloom {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "GitRecords.h"
-#include "InsightRecords.h"
-#include "RepositoryRecords.h"
+#include "git/GitRecords.h"
+#include "insights/InsightRecords.h"
+#include "app/RepositoryRecords.h"
 
 #include <QAbstractListModel>
 #include <QByteArray>

@@ -1,4 +1,4 @@
-#include "RepositoryRecords.h"
+#include "app/RepositoryRecords.h"
 
 #include <QDir>
 

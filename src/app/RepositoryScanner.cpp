@@ -1,4 +1,4 @@
-#include "RepositoryScanner.h"
+#include "app/RepositoryScanner.h"
 
 #include <QCollator>
 #include <QFile>

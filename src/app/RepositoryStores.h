@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RepositoryRecords.h"
+#include "app/RepositoryRecords.h"
 
 #include <QByteArray>
 #include <QList>

@@ -1,9 +1,9 @@
-#include "IndexCommands.h"
+#include "cli/IndexCommands.h"
 
-#include "GitService.h"
-#include "InsightJson.h"
-#include "RepositoryIndexer.h"
-#include "RepositoryInsights.h"
+#include "git/GitService.h"
+#include "cli/InsightJson.h"
+#include "index/RepositoryIndexer.h"
+#include "insights/RepositoryInsights.h"
 
 #include <cstdio>
 #include <unistd.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "JsonOutput.h"
+#include "cli/JsonOutput.h"
 
 #include <QString>
 

@@ -1,6 +1,6 @@
-#include "InsightJson.h"
+#include "cli/InsightJson.h"
 
-#include "InsightFields.h"
+#include "insights/InsightFields.h"
 
 namespace strataloom::cli {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "InsightPresentation.h"
-#include "InsightRecords.h"
-#include "JsonOutput.h"
+#include "insights/InsightPresentation.h"
+#include "insights/InsightRecords.h"
+#include "cli/JsonOutput.h"
 
 namespace strataloom::cli {
 

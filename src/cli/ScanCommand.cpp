@@ -1,7 +1,7 @@
-#include "ScanCommand.h"
+#include "cli/ScanCommand.h"
 
-#include "JsonOutput.h"
-#include "RepositoryScanner.h"
+#include "cli/JsonOutput.h"
+#include "app/RepositoryScanner.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,9 +1,9 @@
 // strataloom-cli: every question the application asks of a repository, answered as JSON.
-#include "GitProcess.h"
-#include "GitService.h"
-#include "IndexCommands.h"
-#include "JsonOutput.h"
-#include "ScanCommand.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
+#include "cli/IndexCommands.h"
+#include "cli/JsonOutput.h"
+#include "cli/ScanCommand.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>

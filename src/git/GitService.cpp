@@ -1,6 +1,6 @@
-#include "GitService.h"
+#include "git/GitService.h"
 
-#include "GitProcess.h"
+#include "git/GitProcess.h"
 
 #include <QDir>
 #include <QRegularExpression>

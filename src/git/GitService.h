@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GitRecords.h"
+#include "git/GitRecords.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,4 +1,4 @@
-#include "GitService.h"
+#include "git/GitService.h"
 
 #include <QFileInfo>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "CommitLogParser.h"
+#include "index/CommitLogParser.h"
 
 #include <QHash>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RepositoryIndex.h"
+#include "index/RepositoryIndex.h"
 
 #include <QByteArray>
 

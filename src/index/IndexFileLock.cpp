@@ -1,4 +1,4 @@
-#include "IndexFileLock.h"
+#include "index/IndexFileLock.h"
 
 #include <cerrno>
 #include <fcntl.h>

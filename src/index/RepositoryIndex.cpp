@@ -1,6 +1,6 @@
-#include "RepositoryIndex.h"
+#include "index/RepositoryIndex.h"
 
-#include "IndexFileLock.h"
+#include "index/IndexFileLock.h"
 
 #include <charconv>
 #include <cmath>

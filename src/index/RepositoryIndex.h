@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SQLite.h"
+#include "index/SQLite.h"
 
 #include <QDateTime>
 #include <QList>

@@ -1,4 +1,4 @@
-#include "RepositoryIndex.h"
+#include "index/RepositoryIndex.h"
 
 #include <QDir>
 #include <QFileInfo>

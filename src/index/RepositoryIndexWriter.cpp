@@ -1,6 +1,6 @@
 // The one write path into the index: RepositoryIndex::apply and the steps it takes.
 
-#include "RepositoryIndex.h"
+#include "index/RepositoryIndex.h"
 
 #include <QHash>
 

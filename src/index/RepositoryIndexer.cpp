@@ -1,9 +1,9 @@
-#include "RepositoryIndexer.h"
+#include "index/RepositoryIndexer.h"
 
-#include "CommitLogParser.h"
-#include "GitProcess.h"
-#include "GitService.h"
-#include "IndexFileLock.h"
+#include "index/CommitLogParser.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
+#include "index/IndexFileLock.h"
 
 #include <QDateTime>
 

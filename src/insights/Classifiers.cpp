@@ -1,4 +1,4 @@
-#include "Classifiers.h"
+#include "insights/Classifiers.h"
 
 #include <QHash>
 #include <QSet>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "InsightRecords.h"
+#include "insights/InsightRecords.h"
 
 namespace strataloom {
 

@@ -1,4 +1,4 @@
-#include "InsightPresentation.h"
+#include "insights/InsightPresentation.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
-#include "RepositoryInsights.h"
+#include "insights/RepositoryInsights.h"
 
-#include "Classifiers.h"
-#include "RepositoryIndex.h"
-#include "SQLite.h"
+#include "insights/Classifiers.h"
+#include "index/RepositoryIndex.h"
+#include "index/SQLite.h"
 
 #include <QHash>
 #include <QSet>

@@ -2,8 +2,8 @@
 // repository, and an index folder that cannot be created.
 #include "ModelTestSupport.h"
 
-#include "GitService.h"
-#include "RepositoryIndex.h"
+#include "git/GitService.h"
+#include "index/RepositoryIndex.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "ModelTestSupport.h"
 
-#include "GitProcess.h"
+#include "git/GitProcess.h"
 #include "TestGit.h"
 
 #include <QDateTime>

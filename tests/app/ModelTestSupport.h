@@ -4,8 +4,8 @@
 // repositories, a model over temporary stores with every list model under
 // QAbstractItemModelTester, and a recording stand-in for the desktop.
 
-#include "AppViewModel.h"
-#include "DesktopActions.h"
+#include "app/AppViewModel.h"
+#include "app/DesktopActions.h"
 #include "IsolatedEnvironment.h"
 
 #include <QAbstractItemModelTester>

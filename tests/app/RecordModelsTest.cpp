@@ -1,7 +1,7 @@
 // The list models that show records to QML, and records handed back from QML as maps.
 #include "ModelTestSupport.h"
 
-#include "RecordModels.h"
+#include "app/RecordModels.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>

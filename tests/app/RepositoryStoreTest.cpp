@@ -1,4 +1,4 @@
-#include "RepositoryStores.h"
+#include "app/RepositoryStores.h"
 
 #include <QDir>
 #include <QDirIterator>

@@ -1,4 +1,4 @@
-#include "ScanCommand.h"
+#include "cli/ScanCommand.h"
 #include "TestRepository.h"
 
 #include <QDir>

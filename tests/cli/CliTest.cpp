@@ -1,4 +1,4 @@
-#include "GitProcess.h"
+#include "git/GitProcess.h"
 #include "TestRepository.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 // The index command as scripts use it, including the rough ways a run can end: killed midway,
 // or racing another process on the same index.
-#include "GitProcess.h"
+#include "git/GitProcess.h"
 #include "TestRepository.h"
 
 #include <QDir>

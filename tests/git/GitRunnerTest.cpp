@@ -1,5 +1,5 @@
-#include "GitProcess.h"
-#include "GitService.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
 #include "TestRepository.h"
 
 #include <QDir>

@@ -1,8 +1,8 @@
 #include "IndexTestSupport.h"
 
-#include "GitProcess.h"
-#include "GitService.h"
-#include "RepositoryIndexer.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QDateTime>
 #include <QHash>

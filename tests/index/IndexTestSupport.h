@@ -4,7 +4,7 @@
 // asks git for each commit's changes with two diff-tree runs, against which the streaming
 // importer is checked row by row.
 
-#include "RepositoryIndex.h"
+#include "index/RepositoryIndex.h"
 
 #include <QMap>
 #include <QString>

@@ -1,7 +1,7 @@
-#include "RepositoryIndexer.h"
-#include "CommitLogParser.h"
-#include "GitProcess.h"
-#include "GitService.h"
+#include "index/RepositoryIndexer.h"
+#include "index/CommitLogParser.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
 #include "IndexTestSupport.h"
 #include "TestRepository.h"
 

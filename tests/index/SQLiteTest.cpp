@@ -1,4 +1,4 @@
-#include "SQLite.h"
+#include "index/SQLite.h"
 
 #include <QDir>
 #include <QFile>

@@ -7,8 +7,8 @@
 
 #include "HistoryBuilder.h"
 #include "ReferenceInsights.h"
-#include "RepositoryInsights.h"
-#include "SQLite.h"
+#include "insights/RepositoryInsights.h"
+#include "index/SQLite.h"
 
 #include <gtest/gtest.h>
 

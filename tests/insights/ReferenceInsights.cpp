@@ -2,11 +2,11 @@
 // computes the same values from one read of each table; tests and the benchmark compare the two.
 #include "ReferenceInsights.h"
 
-#include "RepositoryInsights.h"
+#include "insights/RepositoryInsights.h"
 
-#include "Classifiers.h"
-#include "RepositoryIndex.h"
-#include "SQLite.h"
+#include "insights/Classifiers.h"
+#include "index/RepositoryIndex.h"
+#include "index/SQLite.h"
 
 #include <QHash>
 #include <QRegularExpression>

@@ -1,6 +1,6 @@
-#include "RepositoryInsights.h"
+#include "insights/RepositoryInsights.h"
 #include "HistoryBuilder.h"
-#include "SQLite.h"
+#include "index/SQLite.h"
 
 #include <gtest/gtest.h>
 

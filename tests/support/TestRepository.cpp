@@ -1,7 +1,7 @@
 #include "TestRepository.h"
 
-#include "GitProcess.h"
-#include "GitService.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
 #include "TestGit.h"
 
 #include <QDateTime>

@@ -1,7 +1,7 @@
-#include "InsightsPresenter.h"
+#include "ui/insights/InsightsPresenter.h"
 
-#include "AppViewModel.h"
-#include "InsightPresentation.h"
+#include "app/AppViewModel.h"
+#include "insights/InsightPresentation.h"
 
 #include <QBrush>
 #include <QLinearGradient>

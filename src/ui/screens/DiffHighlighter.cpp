@@ -1,4 +1,4 @@
-#include "DiffHighlighter.h"
+#include "ui/screens/DiffHighlighter.h"
 
 #include <QSyntaxHighlighter>
 #include <QTextDocument>

@@ -1,4 +1,4 @@
-#include "GraphRow.h"
+#include "ui/screens/GraphRow.h"
 
 #include <QPainter>
 #include <QPen>

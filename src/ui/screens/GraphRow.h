@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GraphSegments.h"
+#include "ui/screens/GraphSegments.h"
 
 #include <QColor>
 #include <QList>

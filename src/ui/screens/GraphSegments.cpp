@@ -1,4 +1,4 @@
-#include "GraphSegments.h"
+#include "ui/screens/GraphSegments.h"
 
 namespace strataloom {
 

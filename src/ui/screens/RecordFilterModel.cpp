@@ -1,6 +1,6 @@
-#include "RecordFilterModel.h"
+#include "ui/screens/RecordFilterModel.h"
 
-#include "RecordModels.h"
+#include "app/RecordModels.h"
 
 namespace strataloom {
 

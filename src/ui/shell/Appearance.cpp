@@ -1,4 +1,4 @@
-#include "Appearance.h"
+#include "ui/shell/Appearance.h"
 
 #include <QApplication>
 #include <QDBusConnection>

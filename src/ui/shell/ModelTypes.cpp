@@ -1,8 +1,8 @@
-#include "ModelTypes.h"
+#include "ui/shell/ModelTypes.h"
 
-#include "AnalyticsIndex.h"
-#include "AppViewModel.h"
-#include "RecordModels.h"
+#include "app/AnalyticsIndex.h"
+#include "app/AppViewModel.h"
+#include "app/RecordModels.h"
 
 #include <QtQml/qqml.h>
 

@@ -1,4 +1,4 @@
-#include "ShellSupport.h"
+#include "ui/shell/ShellSupport.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "SystemDesktopActions.h"
+#include "ui/shell/SystemDesktopActions.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

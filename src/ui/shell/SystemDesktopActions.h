@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DesktopActions.h"
+#include "app/DesktopActions.h"
 
 #include <QObject>
 

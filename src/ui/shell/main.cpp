@@ -1,8 +1,8 @@
 // The Strataloom application: one window over one application model.
-#include "AppViewModel.h"
-#include "Appearance.h"
-#include "ModelTypes.h"
-#include "SystemDesktopActions.h"
+#include "app/AppViewModel.h"
+#include "ui/shell/Appearance.h"
+#include "ui/shell/ModelTypes.h"
+#include "ui/shell/SystemDesktopActions.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "IconTable.h"
+#include "ui/style/IconTable.h"
 
 namespace strataloom {
 

@@ -1,5 +1,5 @@
 // The strokes drawn for lines of git's text graph.
-#include "GraphSegments.h"
+#include "ui/screens/GraphSegments.h"
 
 #include <QTest>
 

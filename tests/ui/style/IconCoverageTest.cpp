@@ -1,7 +1,7 @@
 // Every symbol that a screen or the insights name must have a glyph in the icon table. The
 // sources are read at test time, so a new screen with a new symbol fails here until the table
 // maps it.
-#include "IconTable.h"
+#include "ui/style/IconTable.h"
 
 #include <QDirIterator>
 #include <QFile>

@@ -1,7 +1,7 @@
 #include "QmlTestSetup.h"
 
 #include "ModelTestSupport.h"
-#include "ModelTypes.h"
+#include "ui/shell/ModelTypes.h"
 
 #include <QQmlContext>
 #include <QTemporaryDir>
