@@ -7,7 +7,7 @@ JOBS ?= $(shell nproc)
 REPO ?= $(CURDIR)
 
 # Debian packages the build, the tests and the benchmarks need.
-PACKAGES := cmake make g++ pkg-config git python3 ccache \
+PACKAGES := cmake make ninja-build g++ pkg-config git python3 ccache \
             qt6-base-dev libsqlite3-dev libgtest-dev libgmock-dev \
             qt6-declarative-dev qt6-charts-dev fonts-material-design-icons-iconfont \
             qml6-module-qtquick qml6-module-qtqml qml6-module-qtqml-models \
@@ -33,10 +33,15 @@ deps:
 	    DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq --no-install-recommends $$missing; \
 	fi
 
-$(BUILD_DIR)/CMakeCache.txt:
-	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE)
-
-configure: deps $(BUILD_DIR)/CMakeCache.txt
+# Ninja, because it skips the steps whose inputs were rewritten with the same content: the QML
+# type information is written again on every build, and with make every QML cache file would be
+# regenerated and recompiled each time. A build folder made by another generator is made anew.
+configure: deps
+	@if [ -f $(BUILD_DIR)/CMakeCache.txt ] && \
+	    ! grep -q '^CMAKE_GENERATOR:INTERNAL=Ninja$$' $(BUILD_DIR)/CMakeCache.txt; then \
+	    echo "Reconfiguring $(BUILD_DIR) for Ninja"; rm -rf $(BUILD_DIR); fi
+	@[ -f $(BUILD_DIR)/CMakeCache.txt ] || \
+	    cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE)
 
 build: configure
 	cmake --build $(BUILD_DIR) -j $(JOBS)
