@@ -114,31 +114,37 @@ QString GitService::workTreeChanges(const QString &repository,
             plainFiles << path;
     }
     QSet<QString> filtered;
+    // A changed submodule may owe it to any of them.
+    QStringList drivers = plainFiles.size() < uncertain.size() ? overrides.switchedOffDrivers
+                                                                : QStringList();
     if (!plainFiles.isEmpty()) {
         // Output reads "<path>\0filter\0<value>\0" per path.
         const ProcessResult result = runGitProcess(
             overrides.topLevel,
             {QStringLiteral("check-attr"), QStringLiteral("-z"), QStringLiteral("--stdin"),
              QStringLiteral("filter")},
-            {}, plainFiles.join(QChar(0)).toUtf8());
+            {}, (plainFiles.join(QChar(0)) + QChar(0)).toUtf8());
         const QStringList answer = QString::fromUtf8(result.standardOutput).split(QChar(0));
         for (qsizetype i = 0; i + 2 < answer.size(); i += 3) {
-            if (overrides.switchedOffDrivers.contains(answer.at(i + 2)))
+            if (overrides.switchedOffDrivers.contains(answer.at(i + 2))) {
                 filtered.insert(answer.at(i));
+                if (!drivers.contains(answer.at(i + 2)))
+                    drivers << answer.at(i + 2);
+            }
         }
     }
-    QStringList drivers;
     for (const QString &path : std::as_const(plainFiles)) {
         if (!filtered.contains(path))
             return output; // modified for certain
     }
-    for (const QString &driver : overrides.switchedOffDrivers)
-        drivers << QStringLiteral("\u201c%1\u201d").arg(driver);
+    for (QString &driver : drivers)
+        driver = QStringLiteral("\u201c%1\u201d").arg(driver);
     *unavailableReason = QStringLiteral(
         "Whether files changed is not known: it takes the %1 filter, which this repository's own "
         "configuration names, and programs named by a repository's configuration never run.")
                              .arg(drivers.join(QStringLiteral(", ")));
-    return {};
+    // Not clean either: the summary says the state is unknown.
+    return output;
 }
 
 RepositorySummary GitService::loadSummary(const QString &repository) const

@@ -12,6 +12,7 @@
 #include "index/RepositoryIndexer.h"
 #include "TestRepository.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -118,6 +119,17 @@ GitSettings programSettings(Traps &traps, const QString &scope)
     };
 }
 
+// Rewrites a tracked file with other bytes of the same size and an older time stamp, so that git
+// cannot tell from the file's metadata alone whether it changed: it has to clean the content.
+void changeInPlace(const TestRepository &repository, const QString &relative, const QByteArray &content)
+{
+    repository.write(relative, content);
+    QFile file(repository.filePath(relative));
+    file.open(QIODevice::ReadWrite);
+    file.setFileTime(QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC),
+                     QFileDevice::FileModificationTime);
+}
+
 void writeSettings(const QString &file, const GitSettings &settings)
 {
     for (const GitSetting &setting : settings)
@@ -188,10 +200,10 @@ struct Fixture
         commit = repository.git({QStringLiteral("rev-parse"), QStringLiteral("HEAD")}).trimmed();
 
         // Same sizes, other bytes: only cleaning the files tells whether they changed.
-        repository.write(QStringLiteral("notes.txt"), "SECOND CHANGE\n");
-        repository.write(QStringLiteral("data.ab"), "AB TWO\n");
-        repository.write(QStringLiteral("data.proc"), "PROC TWO\n");
-        repository.write(QStringLiteral("sub/inner.txt"), "INNER\n");
+        changeInPlace(repository, QStringLiteral("notes.txt"), "SECOND CHANGE\n");
+        changeInPlace(repository, QStringLiteral("data.ab"), "AB TWO\n");
+        changeInPlace(repository, QStringLiteral("data.proc"), "PROC TWO\n");
+        changeInPlace(repository, QStringLiteral("sub/inner.txt"), "INNER\n");
     }
 
     QString gitDirectory(const QString &relative) const
@@ -346,5 +358,85 @@ TEST(HostileConfiguration, NoProgramOfTheRepositoryOrOnAReadPathEverStarts)
         }
         EXPECT_EQ(forbidden(fired), QStringList()) << "the checkout started a program";
         QFile::remove(home + QStringLiteral("/.gitconfig"));
+    }
+}
+
+TEST(HostileConfiguration, StatusNeedingTheRepositorysOwnFilterIsUnknownNotAnError)
+{
+    struct Case
+    {
+        const char *name;
+        std::function<void(TestRepository &, Traps &)> arrange;
+        bool clean;
+        bool known;
+        const char *fires = nullptr; ///< the one program that may run: the user's own
+    };
+    // A filter marked required, as `git lfs install --local` writes it.
+    const auto repositoryFilter = [](TestRepository &repository, Traps &traps) {
+        writeSettings(repository.filePath(QStringLiteral(".git/config")),
+                      {{QStringLiteral("filter.lfs.clean"), traps.program(QStringLiteral("clean"))},
+                       {QStringLiteral("filter.lfs.process"), traps.program(QStringLiteral("process"))},
+                       {QStringLiteral("filter.lfs.required"), QStringLiteral("true")}});
+    };
+    const auto touchFiltered = [](TestRepository &repository) {
+        changeInPlace(repository, QStringLiteral("data.bin"), "PAYLOAD\n");
+    };
+    const QList<Case> cases {
+        {"untouched tree", repositoryFilter, true, true},
+        {"filtered file changed",
+         [&](TestRepository &r, Traps &t) { repositoryFilter(r, t), touchFiltered(r); }, false,
+         false},
+        {"untracked file besides",
+         [&](TestRepository &r, Traps &t) {
+             repositoryFilter(r, t), touchFiltered(r);
+             r.write(QStringLiteral("new.txt"), "new\n");
+         },
+         false, true},
+        {"unfiltered file changed besides",
+         [&](TestRepository &r, Traps &t) {
+             repositoryFilter(r, t), touchFiltered(r);
+             r.write(QStringLiteral("plain.txt"), "PLAIN\n");
+         },
+         false, true},
+        {"filtered file staged",
+         [&](TestRepository &r, Traps &t) {
+             touchFiltered(r);
+             r.git({QStringLiteral("update-index"), QStringLiteral("--add"),
+                    QStringLiteral("data.bin")});
+             repositoryFilter(r, t);
+         },
+         false, true},
+        {"the user's own filter of the same name",
+         [&](TestRepository &r, Traps &t) {
+             writeSettings(r.filePath(QStringLiteral(".git/config")),
+                           {{QStringLiteral("filter.lfs.clean"), t.program(QStringLiteral("clean"))},
+                            {QStringLiteral("filter.lfs.required"), QStringLiteral("true")}});
+             writeSettings(QDir::homePath() + QStringLiteral("/.gitconfig"),
+                           {{QStringLiteral("filter.lfs.clean"),
+                             t.program(QStringLiteral("user-clean"))}});
+             touchFiltered(r);
+         },
+         false, true, "user-clean"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        TestRepository repository;
+        repository.write(QStringLiteral(".gitattributes"), "*.bin filter=lfs\n");
+        repository.write(QStringLiteral("data.bin"), "payload\n");
+        repository.write(QStringLiteral("plain.txt"), "plain\n");
+        repository.commit(QStringLiteral("root"));
+        Traps traps;
+        c.arrange(repository, traps);
+
+        RepositorySummary summary;
+        EXPECT_NO_THROW(summary = GitService().loadSummary(repository.path()));
+        EXPECT_EQ(summary.isClean, c.clean);
+        EXPECT_EQ(summary.statusUnavailableReason.has_value(), !c.known);
+        EXPECT_EQ(summary.commitCount, 1);
+        QStringList fired = traps.fired();
+        if (c.fires)
+            EXPECT_GT(fired.removeAll(QString::fromLatin1(c.fires)), 0);
+        EXPECT_EQ(fired, QStringList());
+        QFile::remove(QDir::homePath() + QStringLiteral("/.gitconfig"));
     }
 }
