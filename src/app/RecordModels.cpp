@@ -257,6 +257,7 @@ QVariantMap toVariantMap(const RepositorySummary &summary)
     STRATALOOM_PUT(map, summary, currentBranch);
     STRATALOOM_PUT(map, summary, remoteURL);
     STRATALOOM_PUT(map, summary, isClean);
+    STRATALOOM_PUT(map, summary, statusUnavailableReason);
     STRATALOOM_PUT(map, summary, commitCount);
     STRATALOOM_PUT(map, summary, branchCount);
     STRATALOOM_PUT(map, summary, tagCount);

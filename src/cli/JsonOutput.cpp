@@ -124,6 +124,7 @@ Json toJson(const RepositorySummary &s)
         {QStringLiteral("currentBranch"), s.currentBranch},
         {QStringLiteral("remoteURL"), s.remoteURL},
         {QStringLiteral("isClean"), s.isClean},
+        {QStringLiteral("statusUnavailableReason"), s.statusUnavailableReason},
         {QStringLiteral("commitCount"), s.commitCount},
         {QStringLiteral("branchCount"), s.branchCount},
         {QStringLiteral("tagCount"), s.tagCount},

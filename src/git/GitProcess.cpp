@@ -62,11 +62,13 @@ struct Pipe
     }
 };
 
-// Builds a NULL-terminated environment: the parent's, with the given NAME=value entries
-// replacing any inherited ones of the same name.
-std::vector<QByteArray> buildEnvironment(const QStringList &extra)
+// Builds a NULL-terminated environment: the parent's without the removed names, with the given
+// NAME=value entries replacing any inherited ones of the same name.
+std::vector<QByteArray> buildEnvironment(const QStringList &extra, const QStringList &removed)
 {
     QSet<QByteArray> overridden;
+    for (const QString &name : removed)
+        overridden.insert(name.toLocal8Bit() + '=');
     std::vector<QByteArray> entries;
     for (const QString &entry : extra) {
         const QByteArray bytes = entry.toLocal8Bit();
@@ -86,7 +88,7 @@ std::vector<QByteArray> buildEnvironment(const QStringList &extra)
 ProcessResult runProcess(const QString &program, const QStringList &arguments,
                          const QStringList &extraEnvironment)
 {
-    return runProcess(program, arguments, ProcessOptions {extraEnvironment, {}, std::nullopt});
+    return runProcess(program, arguments, ProcessOptions {extraEnvironment, {}, std::nullopt, {}});
 }
 
 ProcessResult runProcess(const QString &program, const QStringList &arguments,
@@ -116,7 +118,7 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
         argv.push_back(a.data());
     argv.push_back(nullptr);
 
-    std::vector<QByteArray> envStorage = buildEnvironment(options.environment);
+    std::vector<QByteArray> envStorage = buildEnvironment(options.environment, options.removedEnvironment);
     std::vector<char *> envp;
     for (QByteArray &e : envStorage)
         envp.push_back(e.data());
@@ -229,38 +231,224 @@ QString gitExecutable()
     return configured.isEmpty() ? QStringLiteral("/usr/bin/git") : configured;
 }
 
-QStringList gitArguments(const QString &repository, const QStringList &arguments,
-                         const QStringList &configuration)
+// How every git command runs: one policy for the loaders, the indexer and the checkout.
+//
+// The settings below reach git through GIT_CONFIG_COUNT / GIT_CONFIG_KEY_n / GIT_CONFIG_VALUE_n,
+// never through "-c key=value": git splits "-c" at the first "=", so a key holding "=" (a driver
+// named "a=b") would set another key than the one meant. Settings given this way rank above every
+// configuration file, and git hands them on to the git it starts inside a submodule.
+//
+// Pinned for every command; each row either stops a program the configuration names from starting
+// on a read path, or keeps git's output in the form the loaders and the indexer parse (the values
+// are git's own defaults unless the reason says otherwise). Settings about identities (mailmap.file,
+// mailmap.blob, the repository's .mailmap) are the user's intent and stay as configured; so do the
+// settings that describe the work tree's file system (core.fileMode, core.ignoreCase,
+// core.autocrlf, core.eol, ...) and the user's own core.excludesFile and core.attributesFile.
+//
+//  setting                       value      why
+//  core.fsmonitor                false      names a hook program that status and diff start
+//  core.hooksPath                /dev/null  no hook of the repository runs on any command (the
+//                                           checkout sets the user's own folder for its run)
+//  core.pager                    cat        a pager program (also GIT_PAGER; --no-pager stops the
+//                                           pager.<command> ones)
+//  core.editor, sequence.editor  false      an editor program; no command here edits anything
+//  core.sshCommand               false      an ssh program
+//  core.askPass                  (empty)    a password prompt program (also GIT_ASKPASS)
+//  credential.helper             (empty)    an empty value clears every helper from the list
+//  protocol.allow                never      no transport at all: nothing is fetched while reading
+//                                           (a partial clone's lazy fetch would run ssh, a
+//                                           credential helper and the network)
+//  log.showSignature             false      starts gpg.program / gpg.ssh.program / gpg.x509.program
+//                                           and mixes the verifier's lines into log output
+//  submodule.recurse             false      a switch would check out submodules and run their
+//                                           filters and hooks
+//  diff.submodule                short      "diff" starts a git diff inside each submodule
+//  status.submoduleSummary       false      starts a git log inside each submodule
+//  core.quotePath                false      paths printed as their owners named them
+//  core.abbrev                   auto       length of short hashes (%h, --abbrev-commit)
+//  core.bigFileThreshold         512m       bigger files count as binary: no line counts
+//  color.ui, color.diff,         never      escape sequences in graph, diff and decoration text
+//  color.branch, color.status,
+//  color.grep, color.showBranch,
+//  color.decorate, color.advice,
+//  color.interactive, color.push,
+//  color.remote, color.transport
+//  i18n.logOutputEncoding        UTF-8      names and messages are read as UTF-8
+//  log.showRoot                  true       the root commit keeps its files and line counts
+//  log.abbrevCommit              false      full hash on the diff's "commit" line
+//  log.decorate                  auto       no decorations unless a command asks for them
+//  log.excludeDecoration         (by flag)  multi-valued, so no value can reset it: log and show
+//                                           name git's default decoration refs explicitly instead
+//  log.date                      default    date text of the diff
+//  log.follow                    false      only the file details follow renames, by option
+//  log.mailmap                   true       author names as shortlog and the insights map them
+//  format.pretty                 medium     commands without a --format
+//  diff.renames                  true       renamed files count once, as the index counts them
+//  diff.renameLimit              1000       renames found in large commits
+//  diff.algorithm                myers      other algorithms give other line counts
+//  diff.indentHeuristic          true       hunk boundaries of the diff
+//  diff.context                  3          lines of context of the diff
+//  diff.interHunkContext         0          hunks fused in the diff
+//  diff.relative                 false      a subfolder path would hide the rest of the tree
+//  diff.orderFile                /dev/null  file order in diffs (an empty value is an error)
+//  diff.noprefix                 false      a/ and b/ prefixes of the diff
+//  diff.mnemonicPrefix           false      a/ and b/ prefixes of the diff
+//  diff.suppressBlankEmpty       false      blank context lines of the diff
+//  status.showUntrackedFiles     normal     an untracked file makes the tree modified
+//  status.branch                 false      a "##" line would make a clean tree modified
+//  status.showStash              false      no stash line in status output
+//  status.relativePaths          true       status paths from the top level (porcelain anyway)
+//  status.renames                true       one entry per renamed file
+//  grep.patternType              basic      the search query is read as git's default pattern
+//  grep.extendedRegexp           false      ditto
+//
+// Not pinned on purpose: core.untrackedCache and core.splitIndex (speed only, never output; with
+// GIT_OPTIONAL_LOCKS=0 nothing is written back), replace refs (git's view of history is the
+// user's), core.alternateRefsCommand and uploadpack.packObjectsHook (only serving a fetch starts
+// them, which nothing here does), filters (only status and switch start them: GitService switches
+// off those the repository's own configuration names, per run).
+const GitSettings &pinnedGitSettings()
 {
-    QStringList full {QStringLiteral("-c"), QStringLiteral("core.fsmonitor=false"),
-                      QStringLiteral("-c"), QStringLiteral("core.quotePath=false")};
-    for (const QString &setting : configuration)
-        full << QStringLiteral("-c") << setting;
-    full << QStringLiteral("-C") << repository;
+    static const GitSettings settings = [] {
+        const auto s = [](const char *key, const char *value) {
+            return GitSetting {QString::fromLatin1(key), QString::fromLatin1(value)};
+        };
+        GitSettings list {
+            s("core.fsmonitor", "false"),
+            s("core.hooksPath", "/dev/null"),
+            s("core.pager", "cat"),
+            s("core.editor", "false"),
+            s("sequence.editor", "false"),
+            s("core.sshCommand", "false"),
+            s("core.askPass", ""),
+            s("credential.helper", ""),
+            s("protocol.allow", "never"),
+            s("log.showSignature", "false"),
+            s("submodule.recurse", "false"),
+            s("diff.submodule", "short"),
+            s("status.submoduleSummary", "false"),
+            s("core.quotePath", "false"),
+            s("core.abbrev", "auto"),
+            s("core.bigFileThreshold", "512m"),
+            s("i18n.logOutputEncoding", "UTF-8"),
+            s("log.showRoot", "true"),
+            s("log.abbrevCommit", "false"),
+            s("log.decorate", "auto"),
+            s("log.date", "default"),
+            s("log.follow", "false"),
+            s("log.mailmap", "true"),
+            s("format.pretty", "medium"),
+            s("diff.renames", "true"),
+            s("diff.renameLimit", "1000"),
+            s("diff.algorithm", "myers"),
+            s("diff.indentHeuristic", "true"),
+            s("diff.context", "3"),
+            s("diff.interHunkContext", "0"),
+            s("diff.relative", "false"),
+            s("diff.orderFile", "/dev/null"),
+            s("diff.noprefix", "false"),
+            s("diff.mnemonicPrefix", "false"),
+            s("diff.suppressBlankEmpty", "false"),
+            s("status.showUntrackedFiles", "normal"),
+            s("status.branch", "false"),
+            s("status.showStash", "false"),
+            s("status.relativePaths", "true"),
+            s("status.renames", "true"),
+            s("grep.patternType", "basic"),
+            s("grep.extendedRegexp", "false"),
+        };
+        for (const char *command : {"ui", "diff", "branch", "status", "grep", "showBranch",
+                                    "decorate", "advice", "interactive", "push", "remote",
+                                    "transport"})
+            list.append({QStringLiteral("color.") + QLatin1String(command),
+                         QStringLiteral("never")});
+        return list;
+    }();
+    return settings;
+}
+
+QStringList gitArguments(const QString &repository, const QStringList &arguments)
+{
+    QStringList full {QStringLiteral("--no-pager"), QStringLiteral("-C"), repository};
     if (arguments.isEmpty())
         return full;
-    // Commands that can compute a diff never run the repository's textconv or external diff
-    // drivers: those are programs named by a possibly hostile configuration.
+    full << arguments.first();
+    // Commands that can compute a diff never run a textconv or external diff driver.
     static const QStringList diffCommands {QStringLiteral("log"), QStringLiteral("show"),
                                            QStringLiteral("diff"), QStringLiteral("diff-tree")};
-    full << arguments.first();
     if (diffCommands.contains(arguments.first()))
         full << QStringLiteral("--no-textconv") << QStringLiteral("--no-ext-diff");
+    // Any explicit decoration pattern overrides log.excludeDecoration; these are the refs git
+    // decorates by default, so decorations look the same whatever the configuration.
+    static const QStringList logCommands {QStringLiteral("log"), QStringLiteral("show")};
+    if (logCommands.contains(arguments.first())) {
+        for (const char *refs : {"HEAD", "refs/heads/", "refs/remotes/", "refs/tags/",
+                                 "refs/stash", "refs/replace/"})
+            full << QStringLiteral("--decorate-refs=") + QLatin1String(refs);
+    }
     full << arguments.mid(1);
     return full;
 }
 
-QStringList gitEnvironment()
+QStringList gitEnvironment(const GitSettings &settings)
 {
-    return {QStringLiteral("GIT_OPTIONAL_LOCKS=0"), QStringLiteral("GIT_TERMINAL_PROMPT=0")};
+    QStringList environment {
+        QStringLiteral("GIT_OPTIONAL_LOCKS=0"),
+        QStringLiteral("GIT_TERMINAL_PROMPT=0"),
+        // Paths and names the user gives are literal: "[ab].txt", ":x" or ":(glob)**" never
+        // act as pathspec magic.
+        QStringLiteral("GIT_LITERAL_PATHSPECS=1"),
+        QStringLiteral("GIT_PAGER=cat"),
+        QStringLiteral("GIT_EDITOR=false"),
+        QStringLiteral("GIT_SEQUENCE_EDITOR=false"),
+        // Empty, so git neither prompts nor falls back to core.askPass or SSH_ASKPASS.
+        QStringLiteral("GIT_ASKPASS="),
+        QStringLiteral("SSH_ASKPASS="),
+        QStringLiteral("GIT_SSH_COMMAND=false"),
+        // Gits newer than 2.39 honour this; with protocol.allow=never above, a partial clone's
+        // missing objects stay missing instead of being fetched (reading it is the indexer's).
+        QStringLiteral("GIT_NO_LAZY_FETCH=1"),
+    };
+    const GitSettings &pinned = pinnedGitSettings();
+    const qsizetype count = pinned.size() + settings.size();
+    environment << QStringLiteral("GIT_CONFIG_COUNT=") + QString::number(count);
+    for (qsizetype i = 0; i < count; ++i) {
+        const GitSetting &setting = i < pinned.size() ? pinned.at(i) : settings.at(i - pinned.size());
+        environment << QStringLiteral("GIT_CONFIG_KEY_%1=").arg(i) + setting.key
+                    << QStringLiteral("GIT_CONFIG_VALUE_%1=").arg(i) + setting.value;
+    }
+    return environment;
+}
+
+QStringList gitRemovedEnvironment()
+{
+    return {
+        // Another repository, work tree, index, object store or namespace than the one named.
+        QStringLiteral("GIT_DIR"), QStringLiteral("GIT_WORK_TREE"),
+        QStringLiteral("GIT_INDEX_FILE"), QStringLiteral("GIT_OBJECT_DIRECTORY"),
+        QStringLiteral("GIT_ALTERNATE_OBJECT_DIRECTORIES"), QStringLiteral("GIT_COMMON_DIR"),
+        QStringLiteral("GIT_NAMESPACE"), QStringLiteral("GIT_PREFIX"),
+        QStringLiteral("GIT_IMPLICIT_WORK_TREE"), QStringLiteral("GIT_GRAFT_FILE"),
+        QStringLiteral("GIT_SHALLOW_FILE"), QStringLiteral("GIT_QUARANTINE_PATH"),
+        // Settings from a parent git's "-c" would rank above the pinned ones.
+        QStringLiteral("GIT_CONFIG"), QStringLiteral("GIT_CONFIG_PARAMETERS"),
+        // Programs to start, or options that change the diff text.
+        QStringLiteral("GIT_EXTERNAL_DIFF"), QStringLiteral("GIT_DIFF_OPTS"),
+        QStringLiteral("GIT_SSH"), QStringLiteral("PAGER"),
+        // Pathspec magic the literal pathspecs above replace.
+        QStringLiteral("GIT_GLOB_PATHSPECS"), QStringLiteral("GIT_NOGLOB_PATHSPECS"),
+        QStringLiteral("GIT_ICASE_PATHSPECS"),
+        // The terminal width, which --stat output would follow.
+        QStringLiteral("COLUMNS"),
+    };
 }
 
 ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
                             const OutputSink &sink, const std::optional<QByteArray> &input,
-                            const QStringList &configuration)
+                            const GitSettings &settings)
 {
-    return runProcess(gitExecutable(), gitArguments(repository, arguments, configuration),
-                      ProcessOptions {gitEnvironment(), sink, input});
+    return runProcess(gitExecutable(), gitArguments(repository, arguments),
+                      ProcessOptions {gitEnvironment(settings), sink, input, gitRemovedEnvironment()});
 }
 
 } // namespace strataloom

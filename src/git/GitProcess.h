@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -34,6 +35,7 @@ struct ProcessOptions
     QStringList environment; ///< NAME=value entries added to (or replacing) the inherited ones
     OutputSink sink; ///< when set, standard output goes here as it arrives, not kept
     std::optional<QByteArray> input; ///< written to standard input; /dev/null when absent
+    QStringList removedEnvironment; ///< NAMEs of inherited variables the child must not see
 };
 
 /**
@@ -53,23 +55,45 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
 /// @brief The git executable: $STRATALOOM_GIT when set, else /usr/bin/git.
 QString gitExecutable();
 
+/// @brief One configuration setting given to a single git run. Key and value may hold any
+/// character (a driver named "a=b", a value with "=" or a newline): they reach git unsplit.
+struct GitSetting
+{
+    QString key;
+    QString value;
+
+    bool operator==(const GitSetting &) const = default;
+};
+using GitSettings = QList<GitSetting>;
+
+/**
+ * @brief The settings every git run gets, whatever the repository's or the user's configuration
+ * says: each one would otherwise start a program on a read path or change what a loader or the
+ * indexer parses. GitProcess.cpp lists every one with its reason.
+ */
+const GitSettings &pinnedGitSettings();
+
 /**
  * @brief The full argument list for one git run on @p repository.
  *
- * Adds the options that keep a hostile repository's configuration from starting programs
- * (fsmonitor, textconv, external diff drivers) and that print paths as their owners named them.
+ * Adds the options that keep commands from starting programs the configuration names (textconv,
+ * external diff drivers, a pager) and that keep decorations at git's default set of refs.
  */
-QStringList gitArguments(const QString &repository, const QStringList &arguments,
-                         const QStringList &configuration = {});
+QStringList gitArguments(const QString &repository, const QStringList &arguments);
 
-/// @brief Environment entries set for every git child (no optional locks, no prompts).
-QStringList gitEnvironment();
+/// @brief Environment entries set for every git child: the pinned settings followed by
+/// @p settings (a later entry wins), no optional locks, no prompts, literal pathspecs.
+QStringList gitEnvironment(const GitSettings &settings = {});
 
-/// @brief Runs git on @p repository with the safe options; the caller interprets the result.
-/// @p configuration: further "key=value" settings for this run only.
+/// @brief Inherited variables no git child sees: they would point git at another repository,
+/// index or configuration, or name a program for it to start.
+QStringList gitRemovedEnvironment();
+
+/// @brief Runs git on @p repository under the policy above; the caller interprets the result.
+/// @p settings: further settings for this run only, applied after the pinned ones.
 ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
                             const OutputSink &sink = {},
                             const std::optional<QByteArray> &input = std::nullopt,
-                            const QStringList &configuration = {});
+                            const GitSettings &settings = {});
 
 } // namespace strataloom

@@ -17,7 +17,9 @@ struct RepositorySummary
     QString name;
     QString currentBranch;
     std::optional<QString> remoteURL;
-    bool isClean = true;
+    bool isClean = true; ///< false as well when the state is not known
+    /// @brief Why the clean/modified state is not known (a filter that did not run), if so.
+    std::optional<QString> statusUnavailableReason;
     int commitCount = 0;
     int branchCount = 0;
     int tagCount = 0;

@@ -3,8 +3,13 @@
 #include "git/GitProcess.h"
 
 #include <QDir>
+#include <QFileInfo>
+#include <QHash>
+#include <QSet>
 #include <QRegularExpression>
 #include <QTimeZone>
+
+#include <functional>
 
 namespace strataloom {
 
@@ -26,10 +31,9 @@ QString GitError::description() const
 }
 
 QString GitService::run(const QStringList &arguments, const QString &repository,
-                        const QStringList &configuration) const
+                        const GitSettings &settings) const
 {
-    const ProcessResult result
-        = runGitProcess(repository, arguments, {}, std::nullopt, configuration);
+    const ProcessResult result = runGitProcess(repository, arguments, {}, std::nullopt, settings);
     if (result.exitStatus != 0) {
         const QString message = QString::fromUtf8(result.standardError).trimmed();
         throw GitError::commandFailed(message.isEmpty() ? QStringLiteral("Git command failed")
@@ -38,28 +42,135 @@ QString GitService::run(const QStringList &arguments, const QString &repository,
     return QString::fromUtf8(result.standardOutput);
 }
 
-QStringList GitService::repositoryFilterOverrides(const QString &repository) const
+namespace {
+
+// Filter settings and the hooks folder as one repository's configuration files give them.
+struct ProgramSettings
 {
-    // Reading the configuration starts no program. Lines read "<scope>\tfilter.<driver>.<key>".
+    QHash<QString, QString> user; ///< key -> value of the global or system files (last wins)
+    QSet<QString> repositoryKeys; ///< filter keys the repository's own files set
+    QStringList repositoryDrivers;
+    std::optional<QString> userHooksPath;
+};
+
+ProgramSettings readProgramSettings(const QString &repository)
+{
+    // Reading the configuration starts no program. With -z, entries read
+    // "<scope>\0<key>\n<value>\0"; a driver's name may hold any character but a newline.
     const ProcessResult result = runGitProcess(
         repository,
-        {QStringLiteral("config"), QStringLiteral("--show-scope"), QStringLiteral("--name-only"),
-         QStringLiteral("--get-regexp"), QStringLiteral("^filter\\..+\\.(clean|smudge|process)$")});
-    QStringList overrides;
-    for (const QString &line : nonEmptyLines(QString::fromUtf8(result.standardOutput))) {
-        const qsizetype tab = line.indexOf(QLatin1Char('\t'));
-        const QString scope = line.left(tab);
-        if (tab < 0 || scope == QLatin1String("global") || scope == QLatin1String("system"))
+        {QStringLiteral("config"), QStringLiteral("--show-scope"), QStringLiteral("-z"),
+         QStringLiteral("--get-regexp"),
+         QStringLiteral("^(filter\\..+\\.(clean|smudge|process|required)|core\\.hookspath)$")});
+    ProgramSettings settings;
+    const QList<QByteArray> fields = result.standardOutput.split('\0');
+    for (qsizetype i = 0; i + 1 < fields.size(); i += 2) {
+        const QString scope = QString::fromUtf8(fields.at(i));
+        const QString entry = QString::fromUtf8(fields.at(i + 1));
+        const qsizetype newline = entry.indexOf(QLatin1Char('\n'));
+        const QString key = newline < 0 ? entry : entry.left(newline);
+        const QString value = newline < 0 ? QString() : entry.mid(newline + 1);
+        const bool isUsers = scope == QLatin1String("global") || scope == QLatin1String("system");
+        // "command" settings are this run's own (the pinned ones); every other scope (local,
+        // worktree, and the files they include) is the repository's.
+        if (scope == QLatin1String("command"))
             continue;
-        const QString key = line.mid(tab + 1).trimmed();
-        const QString driver = key.mid(7, key.lastIndexOf(QLatin1Char('.')) - 7); // after "filter."
-        for (const char *program : {"clean", "smudge", "process"}) {
-            const QString setting
-                = QStringLiteral("filter.%1.%2=").arg(driver, QLatin1String(program));
-            if (!overrides.contains(setting))
-                overrides << setting;
+        if (key == QLatin1String("core.hookspath")) {
+            if (isUsers)
+                settings.userHooksPath = value;
+            continue;
         }
+        if (isUsers) {
+            settings.user.insert(key, value);
+            continue;
+        }
+        settings.repositoryKeys.insert(key);
+        const QString driver = key.mid(7, key.lastIndexOf(QLatin1Char('.')) - 7); // "filter."
+        if (!settings.repositoryDrivers.contains(driver))
+            settings.repositoryDrivers << driver;
     }
+    return settings;
+}
+
+// Paths of the submodules checked out below @p topLevel, from the index's gitlink entries.
+QStringList checkedOutSubmodules(const QString &topLevel)
+{
+    const ProcessResult result = runGitProcess(
+        topLevel, {QStringLiteral("ls-files"), QStringLiteral("-z"), QStringLiteral("--stage")});
+    QStringList paths;
+    for (const QByteArray &entry : result.standardOutput.split('\0')) {
+        if (!entry.startsWith("160000 "))
+            continue;
+        const QString path = QString::fromUtf8(entry.mid(entry.indexOf('\t') + 1));
+        if (QFileInfo::exists(topLevel + QLatin1Char('/') + path + QStringLiteral("/.git")))
+            paths << path;
+    }
+    return paths;
+}
+
+} // namespace
+
+GitService::ProgramOverrides GitService::repositoryFilterOverrides(const QString &repository) const
+{
+    ProgramOverrides overrides;
+    overrides.topLevel
+        = run({QStringLiteral("rev-parse"), QStringLiteral("--show-toplevel")}, repository).trimmed();
+    QSet<QString> overridden;
+
+    // Adds the overrides for one repository; true when one of its drivers is left with nothing.
+    const auto coverRepository = [&](const QString &path) {
+        const ProgramSettings settings = readProgramSettings(path);
+        if (!overrides.userHooksPath)
+            overrides.userHooksPath = settings.userHooksPath;
+        bool switchedOff = false;
+        for (const QString &driver : settings.repositoryDrivers) {
+            const QString prefix = QStringLiteral("filter.") + driver + QLatin1Char('.');
+            bool driverOff = false;
+            GitSettings driverSettings;
+            for (const char *program : {"clean", "smudge", "process"}) {
+                const QString key = prefix + QLatin1String(program);
+                if (!settings.repositoryKeys.contains(key))
+                    continue;
+                // The user's own program for this very setting runs; the repository's never does.
+                const auto user = settings.user.constFind(key);
+                driverOff = driverOff || user == settings.user.cend();
+                driverSettings.append({key, user == settings.user.cend() ? QString() : *user});
+            }
+            // A required filter with no program would fail every command that needs it.
+            if (driverOff)
+                driverSettings.append({prefix + QStringLiteral("required"), QStringLiteral("false")});
+            for (const GitSetting &setting : std::as_const(driverSettings)) {
+                if (!overridden.contains(setting.key)) {
+                    overridden.insert(setting.key);
+                    overrides.settings.append(setting);
+                }
+            }
+            if (driverOff && !overrides.switchedOffDrivers.contains(driver))
+                overrides.switchedOffDrivers << driver;
+            switchedOff = switchedOff || driverOff;
+        }
+        return switchedOff;
+    };
+
+    coverRepository(repository);
+    // Status looks into every checked-out submodule with a git of its own, which reads that
+    // submodule's configuration but inherits these settings; nested submodules likewise.
+    const std::function<bool(const QString &, int)> coverSubmodules
+        = [&](const QString &topLevel, int depth) {
+              bool any = false;
+              if (depth > 8)
+                  return any;
+              for (const QString &path : checkedOutSubmodules(topLevel)) {
+                  const QString submodule = topLevel + QLatin1Char('/') + path;
+                  const bool off = coverRepository(submodule);
+                  const bool nestedOff = coverSubmodules(submodule, depth + 1);
+                  if ((off || nestedOff) && depth == 0)
+                      overrides.affectedSubmodules << path;
+                  any = any || off || nestedOff;
+              }
+              return any;
+          };
+    coverSubmodules(overrides.topLevel, 0);
     return overrides;
 }
 

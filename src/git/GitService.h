@@ -1,5 +1,6 @@
 #pragma once
 
+#include "git/GitProcess.h"
 #include "git/GitRecords.h"
 
 #include <QString>
@@ -85,14 +86,29 @@ public:
 
 private:
     QString run(const QStringList &arguments, const QString &repository,
-                const QStringList &configuration = {}) const;
+                const GitSettings &settings = {}) const;
+
+    /// @brief Per-run settings for the commands that read or write work-tree files (status,
+    /// switch), and what they leave unknowable.
+    struct ProgramOverrides
+    {
+        QString topLevel; ///< the work tree's top level, where status paths start
+        GitSettings settings;
+        QStringList switchedOffDrivers; ///< filter drivers left with no program to run
+        QStringList affectedSubmodules; ///< top-level submodule paths whose own filters are off
+        std::optional<QString> userHooksPath; ///< core.hooksPath of the global or system file
+    };
     /**
-     * @brief Settings that switch off the content filters (clean, smudge, process) that the
-     * repository's own configuration defines. Commands that read or write work-tree files
-     * (status, switch) would otherwise start those programs. Filters of the user's global and
-     * system configuration (Git LFS, say) are the user's own choice and stay.
+     * @brief Switches off the content filters (clean, smudge, process) that the repository's own
+     * configuration defines, in files it includes and in every checked-out submodule: status and
+     * switch would otherwise start those programs. Where the user's global or system configuration
+     * defines the same setting (Git LFS, say), the user's program stays.
      */
-    QStringList repositoryFilterOverrides(const QString &repository) const;
+    ProgramOverrides repositoryFilterOverrides(const QString &repository) const;
+    /// @brief `status --porcelain -z` with the repository's own filters off: empty when clean.
+    /// Sets @p unavailableReason when every change it shows may come from a switched-off filter.
+    QString workTreeChanges(const QString &repository,
+                            std::optional<QString> *unavailableReason) const;
     bool hasHead(const QString &repository) const;
 };
 

@@ -66,9 +66,12 @@ QList<TagRecord> GitService::loadTags(const QString &repository) const
 
 void GitService::checkout(const BranchRecord &branch, const QString &repository) const
 {
-    // Switching writes work-tree files: the repository's own filters and hooks stay switched off.
-    QStringList configuration = repositoryFilterOverrides(repository);
-    configuration << QStringLiteral("core.hooksPath=/dev/null");
+    // Switching writes work-tree files and runs hooks as plain git would, with the user's own
+    // filters and hooks (global or system configuration) and never the repository's own.
+    const ProgramOverrides overrides = repositoryFilterOverrides(repository);
+    GitSettings configuration = overrides.settings;
+    configuration.append({QStringLiteral("core.hooksPath"),
+                          overrides.userHooksPath.value_or(QStringLiteral("/dev/null"))});
     // For a remote branch git makes a local branch of the same short name that tracks it.
     if (branch.isRemote)
         run({QStringLiteral("switch"), QStringLiteral("--track"), branch.name}, repository,

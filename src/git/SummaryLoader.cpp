@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <QHash>
+#include <QSet>
 
 #include <algorithm>
 #include <cmath>
@@ -80,6 +81,72 @@ private:
 
 } // namespace
 
+QString GitService::workTreeChanges(const QString &repository,
+                                    std::optional<QString> *unavailableReason) const
+{
+    const ProgramOverrides overrides = repositoryFilterOverrides(repository);
+    const QString output = run({QStringLiteral("status"), QStringLiteral("--porcelain"),
+                                QStringLiteral("-z")},
+                               repository, overrides.settings);
+    if (output.isEmpty() || overrides.switchedOffDrivers.isEmpty())
+        return output;
+
+    // Entries read "XY path", a rename or copy followed by its old path. A change in the index, an
+    // untracked file or a deletion is a change whatever the filters say; a work-tree file whose
+    // filter was switched off only looks modified (its bytes were never cleaned).
+    QStringList uncertain;
+    const QStringList entries = output.split(QChar(0));
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        const QString &entry = entries.at(i);
+        if (entry.size() < 4)
+            continue;
+        const QChar index = entry.at(0);
+        const QChar workTree = entry.at(1);
+        if (index == QLatin1Char('R') || index == QLatin1Char('C'))
+            ++i;
+        if (index != QLatin1Char(' ') || workTree != QLatin1Char('M'))
+            return output;
+        uncertain << entry.mid(3);
+    }
+    QStringList plainFiles;
+    for (const QString &path : std::as_const(uncertain)) {
+        if (!overrides.affectedSubmodules.contains(path))
+            plainFiles << path;
+    }
+    QSet<QString> filtered;
+    // A changed submodule may owe it to any of them.
+    QStringList drivers = plainFiles.size() < uncertain.size() ? overrides.switchedOffDrivers
+                                                                : QStringList();
+    if (!plainFiles.isEmpty()) {
+        // Output reads "<path>\0filter\0<value>\0" per path.
+        const ProcessResult result = runGitProcess(
+            overrides.topLevel,
+            {QStringLiteral("check-attr"), QStringLiteral("-z"), QStringLiteral("--stdin"),
+             QStringLiteral("filter")},
+            {}, (plainFiles.join(QChar(0)) + QChar(0)).toUtf8());
+        const QStringList answer = QString::fromUtf8(result.standardOutput).split(QChar(0));
+        for (qsizetype i = 0; i + 2 < answer.size(); i += 3) {
+            if (overrides.switchedOffDrivers.contains(answer.at(i + 2))) {
+                filtered.insert(answer.at(i));
+                if (!drivers.contains(answer.at(i + 2)))
+                    drivers << answer.at(i + 2);
+            }
+        }
+    }
+    for (const QString &path : std::as_const(plainFiles)) {
+        if (!filtered.contains(path))
+            return output; // modified for certain
+    }
+    for (QString &driver : drivers)
+        driver = QStringLiteral("\u201c%1\u201d").arg(driver);
+    *unavailableReason = QStringLiteral(
+        "Whether files changed is not known: it takes the %1 filter, which this repository's own "
+        "configuration names, and programs named by a repository's configuration never run.")
+                             .arg(drivers.join(QStringLiteral(", ")));
+    // Not clean either: the summary says the state is unknown.
+    return output;
+}
+
 RepositorySummary GitService::loadSummary(const QString &repository) const
 {
     validateRepository(repository);
@@ -99,14 +166,14 @@ RepositorySummary GitService::loadSummary(const QString &repository) const
     const ConcurrentRuns::Run headExists
         = [this, &repository] { return hasHead(repository) ? QStringLiteral("true") : QString(); };
 
+    std::optional<QString> statusUnavailableReason;
     ConcurrentRuns first({
         command({QStringLiteral("rev-parse"), QStringLiteral("--show-toplevel")}),
         command({QStringLiteral("branch"), QStringLiteral("--show-current")}),
         swallowing({QStringLiteral("config"), QStringLiteral("--get"),
                     QStringLiteral("remote.origin.url")}),
-        [this, &repository] {
-            return run({QStringLiteral("status"), QStringLiteral("--porcelain")}, repository,
-                       repositoryFilterOverrides(repository));
+        [this, &repository, &statusUnavailableReason] {
+            return workTreeChanges(repository, &statusUnavailableReason);
         },
         command({QStringLiteral("for-each-ref"), QStringLiteral("--format=%(refname:short)"),
                  QStringLiteral("refs/heads/")}),
@@ -121,7 +188,8 @@ RepositorySummary GitService::loadSummary(const QString &repository) const
     summary.name = QFileInfo(summary.path).fileName();
     summary.currentBranch = nilIfEmpty(first.take(1)).value_or(QStringLiteral("detached HEAD"));
     summary.remoteURL = nilIfEmpty(first.take(2));
-    summary.isClean = first.take(3).trimmed().isEmpty();
+    summary.isClean = first.take(3).isEmpty(); // false as well when the state is unknown
+    summary.statusUnavailableReason = statusUnavailableReason;
     summary.branchCount = nonEmptyLines(first.take(4)).size();
     summary.tagCount = nonEmptyLines(first.take(5)).size();
     const QStringList trackedFiles = nonEmptyLines(first.take(6));

@@ -27,11 +27,21 @@ Rectangle {
         SymbolLabel {
             objectName: "workingTreeState"
             readonly property bool clean: bar.repository ? bar.repository.isClean : true
-            symbol: clean ? "checkmark.circle" : "exclamationmark.triangle"
-            text: clean ? "Clean" : "Modified"
-            symbolColor: clean ? Theme.success : Theme.warning
+            // Set when a filter the repository's own configuration names had to stay switched off.
+            readonly property string unavailableReason:
+                bar.repository && bar.repository.statusUnavailableReason
+                    ? bar.repository.statusUnavailableReason : ""
+            readonly property bool known: unavailableReason === ""
+            symbol: !known ? "info.circle" : clean ? "checkmark.circle" : "exclamationmark.triangle"
+            text: !known ? "Status unavailable" : clean ? "Clean" : "Modified"
+            symbolColor: !known ? Theme.secondaryText : clean ? Theme.success : Theme.warning
             font.weight: Font.Medium
             Layout.fillWidth: false
+
+            HoverHandler { id: stateHover }
+            ToolTip.visible: stateHover.hovered && !known
+            ToolTip.text: unavailableReason
+            ToolTip.delay: 300
         }
 
         Rectangle { width: 1; height: 20; color: Theme.separator }
