@@ -1,5 +1,7 @@
 #include "git/GitService.h"
 
+#include "git/GitProcess.h"
+
 namespace strataloom {
 
 namespace {
@@ -11,7 +13,36 @@ QString formatArgument(const QStringList &atoms)
     return QStringLiteral("--format=") + atoms.join(unitSeparator);
 }
 
+// A glob that matches @p name only: --exclude reads its value as a pattern.
+QString literalGlob(const QString &name)
+{
+    QString escaped;
+    for (const QChar c : name) {
+        if (c == QLatin1Char('*') || c == QLatin1Char('?') || c == QLatin1Char('[')
+            || c == QLatin1Char('\\'))
+            escaped += QLatin1Char('\\');
+        escaped += c;
+    }
+    return escaped;
+}
+
 } // namespace
+
+QStringList GitService::allRefs(const QString &repository) const
+{
+    // for-each-ref names each refused ref in a warning on standard error, the full ref name last
+    // on its line (in every language git speaks); its exit status stays 0.
+    const ProcessResult result = runGitProcess(
+        repository, {QStringLiteral("for-each-ref"), QStringLiteral("--format=")});
+    QStringList arguments;
+    for (const QString &line : nonEmptyLines(QString::fromUtf8(result.standardError))) {
+        const qsizetype start = line.indexOf(QLatin1String(" refs/"));
+        if (start >= 0)
+            arguments << QStringLiteral("--exclude=") + literalGlob(line.mid(start + 1));
+    }
+    arguments << QStringLiteral("--all");
+    return arguments;
+}
 
 QList<BranchRecord> GitService::loadBranches(const QString &repository) const
 {
@@ -19,7 +50,7 @@ QList<BranchRecord> GitService::loadBranches(const QString &repository) const
         = run({QStringLiteral("for-each-ref"), QStringLiteral("--sort=-authordate"),
                formatArgument({QStringLiteral("%(refname)"), QStringLiteral("%(refname:short)"),
                                QStringLiteral("%(HEAD)"), QStringLiteral("%(objectname:short)"),
-                               QStringLiteral("%(authordate:iso-strict)"),
+                               QStringLiteral("%(authordate:unix)"),
                                QStringLiteral("%(authorname)")}),
                QStringLiteral("refs/heads"), QStringLiteral("refs/remotes")},
               repository);
@@ -33,7 +64,7 @@ QList<BranchRecord> GitService::loadBranches(const QString &repository) const
         branch.isCurrent = fields.at(2) == QLatin1String("*");
         branch.isRemote = fields.at(0).startsWith(QLatin1String("refs/remotes/"));
         branch.lastCommitHash = fields.at(3);
-        branch.lastCommitDate = parseISODate(fields.at(4));
+        branch.lastCommitDate = parseUnixDate(fields.at(4));
         branch.lastAuthor = fields.at(5);
         branches.append(branch);
     }
@@ -46,7 +77,7 @@ QList<TagRecord> GitService::loadTags(const QString &repository) const
         = run({QStringLiteral("for-each-ref"), QStringLiteral("--sort=-creatordate"),
                formatArgument(
                    {QStringLiteral("%(refname:short)"), QStringLiteral("%(objectname:short)"),
-                    QStringLiteral("%(creatordate:iso-strict)"), QStringLiteral("%(subject)")}),
+                    QStringLiteral("%(creatordate:unix)"), QStringLiteral("%(subject)")}),
                QStringLiteral("refs/tags")},
               repository);
     QList<TagRecord> tags;
@@ -57,7 +88,7 @@ QList<TagRecord> GitService::loadTags(const QString &repository) const
         TagRecord tag;
         tag.name = fields.at(0);
         tag.objectHash = fields.at(1);
-        tag.date = parseISODate(fields.at(2));
+        tag.date = parseUnixDate(fields.at(2));
         tag.subject = fields.at(3);
         tags.append(tag);
     }
