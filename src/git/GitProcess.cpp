@@ -2,6 +2,7 @@
 
 #include <QSet>
 
+#include <algorithm>
 #include <atomic>
 
 #include <cerrno>
@@ -141,6 +142,20 @@ bool ScopedProcessCancellation::isCancellationRequested()
             return true;
     }
     return false;
+}
+
+std::function<bool()> ScopedProcessCancellation::current()
+{
+    std::vector<std::function<bool()>> checks;
+    for (const ScopedProcessCancellation *c = currentCancellation; c; c = c->m_outer) {
+        if (c->m_isCancelled)
+            checks.push_back(c->m_isCancelled);
+    }
+    if (checks.empty())
+        return {};
+    return [checks] {
+        return std::any_of(checks.begin(), checks.end(), [](const auto &check) { return check(); });
+    };
 }
 
 void signalLiveProcessGroups(int signal)

@@ -49,6 +49,9 @@ public:
 
     /// @brief True when this thread's installed checks ask to stop.
     static bool isCancellationRequested();
+    /// @brief This thread's checks as one, for work that this thread hands to another thread
+    /// (install it there with a ScopedProcessCancellation of its own).
+    static std::function<bool()> current();
 
 private:
     std::function<bool()> m_isCancelled;

@@ -25,11 +25,21 @@ QString GitError::description() const
     return m_message;
 }
 
+QString GitService::noFetchSetting()
+{
+    return QStringLiteral("protocol.allow=never");
+}
+
 QString GitService::run(const QStringList &arguments, const QString &repository,
                         const QStringList &configuration) const
 {
-    const ProcessResult result
-        = runGitProcess(repository, arguments, {}, std::nullopt, configuration);
+    // Reading never fetches: a partial clone's missing objects would otherwise be fetched from
+    // its promisor remote, over the network, by every command that meets one. Switching
+    // branches is a write the user asked for and may fetch as plain git does.
+    QStringList settings = configuration;
+    if (arguments.value(0) != QLatin1String("switch"))
+        settings.prepend(noFetchSetting());
+    const ProcessResult result = runGitProcess(repository, arguments, {}, std::nullopt, settings);
     if (result.exitStatus != 0) {
         const QString message = QString::fromUtf8(result.standardError).trimmed();
         throw GitError::commandFailed(message.isEmpty() ? QStringLiteral("Git command failed")

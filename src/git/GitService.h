@@ -94,6 +94,10 @@ public:
      */
     QStringList allRefs(const QString &repository) const;
 
+    /// @brief A "key=value" setting under which git transfers nothing (no lazy fetch of a
+    /// partial clone's missing objects).
+    static QString noFetchSetting();
+
     /// @brief The most files the files screen shows.
     static constexpr int fileListLimit = 2000;
 

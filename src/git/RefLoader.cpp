@@ -2,6 +2,8 @@
 
 #include "git/GitProcess.h"
 
+#include <algorithm>
+
 namespace strataloom {
 
 namespace {
@@ -26,6 +28,23 @@ QString literalGlob(const QString &name)
     return escaped;
 }
 
+/**
+ * The lines of for-each-ref's output (in ref name order) sorted by the seconds in field
+ * @p dateField, latest first, ties in ref name order: what --sort=-<date> gives, except that
+ * git's own sort fails the whole run on a date it cannot convert ("Timestamp too large").
+ * Seconds compare as git compares them, unsigned; no seconds count as 0.
+ */
+QStringList newestFirst(QStringList lines, int dateField)
+{
+    const auto seconds = [dateField](const QString &line) {
+        return line.section(unitSeparator, dateField, dateField).toULongLong();
+    };
+    std::stable_sort(lines.begin(), lines.end(), [&seconds](const QString &a, const QString &b) {
+        return seconds(a) > seconds(b);
+    });
+    return lines;
+}
+
 } // namespace
 
 QStringList GitService::allRefs(const QString &repository) const
@@ -47,7 +66,7 @@ QStringList GitService::allRefs(const QString &repository) const
 QList<BranchRecord> GitService::loadBranches(const QString &repository) const
 {
     const QString output
-        = run({QStringLiteral("for-each-ref"), QStringLiteral("--sort=-authordate"),
+        = run({QStringLiteral("for-each-ref"),
                formatArgument({QStringLiteral("%(refname)"), QStringLiteral("%(refname:short)"),
                                QStringLiteral("%(HEAD)"), QStringLiteral("%(objectname:short)"),
                                QStringLiteral("%(authordate:unix)"),
@@ -55,7 +74,7 @@ QList<BranchRecord> GitService::loadBranches(const QString &repository) const
                QStringLiteral("refs/heads"), QStringLiteral("refs/remotes")},
               repository);
     QList<BranchRecord> branches;
-    for (const QString &line : nonEmptyLines(output)) {
+    for (const QString &line : newestFirst(nonEmptyLines(output), 4)) {
         const QStringList fields = line.split(unitSeparator);
         if (fields.size() < 6)
             continue;
@@ -74,14 +93,14 @@ QList<BranchRecord> GitService::loadBranches(const QString &repository) const
 QList<TagRecord> GitService::loadTags(const QString &repository) const
 {
     const QString output
-        = run({QStringLiteral("for-each-ref"), QStringLiteral("--sort=-creatordate"),
+        = run({QStringLiteral("for-each-ref"),
                formatArgument(
                    {QStringLiteral("%(refname:short)"), QStringLiteral("%(objectname:short)"),
                     QStringLiteral("%(creatordate:unix)"), QStringLiteral("%(subject)")}),
                QStringLiteral("refs/tags")},
               repository);
     QList<TagRecord> tags;
-    for (const QString &line : nonEmptyLines(output)) {
+    for (const QString &line : newestFirst(nonEmptyLines(output), 2)) {
         const QStringList fields = line.split(unitSeparator);
         if (fields.size() < 4)
             continue;
