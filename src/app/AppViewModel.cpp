@@ -228,7 +228,8 @@ void AppViewModel::openRepository(const QString &location)
     const GitService git = m_git;
     runInBackground<Outcome<RepositoryLoad>>(
         [git, path, superseded] {
-            const ScopedProcessCancellation cancellation([superseded] { return superseded->load(); });
+            const ScopedProcessCancellation cancellation(
+                [superseded] { return superseded->load(); });
             auto work = [&] { return loadRepository<RepositoryLoad>(git, path); };
             return attempt(work);
         },

@@ -11,9 +11,9 @@
 
 #include <csignal>
 #include <cstdio>
-#include <unistd.h>
 #include <functional>
 #include <optional>
+#include <unistd.h>
 
 using namespace strataloom;
 using strataloom::cli::Json;
@@ -251,7 +251,7 @@ extern "C" void endWithChildren(int signal)
 
 void endChildrenOnTermination()
 {
-    struct sigaction action {};
+    struct sigaction action = {};
     action.sa_handler = endWithChildren;
     sigemptyset(&action.sa_mask);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})

@@ -140,14 +140,13 @@ QList<AuthorStat> GitService::loadAuthorStats(const QString &repository) const
 AuthorDetails GitService::loadAuthorDetails(const QString &repository, const QString &author) const
 {
     // The name is matched literally ("dependabot[bot]") against "name <e-mail>", anywhere in it.
-    const QString output
-        = run(QStringList {QStringLiteral("log")} + allRefs(repository)
-                  + QStringList {QStringLiteral("--fixed-strings"),
-                                 QStringLiteral("--author=") + author, QStringLiteral("--numstat"),
-                                 QStringLiteral("--format=") + recordSeparator
-                                     + QStringLiteral("%at") + unitSeparator
-                                     + QStringLiteral("%ae")},
-              repository);
+    const QString output = run(
+        QStringList {QStringLiteral("log")} + allRefs(repository)
+            + QStringList {QStringLiteral("--fixed-strings"), QStringLiteral("--author=") + author,
+                           QStringLiteral("--numstat"),
+                           QStringLiteral("--format=") + recordSeparator + QStringLiteral("%at")
+                               + unitSeparator + QStringLiteral("%ae")},
+        repository);
 
     AuthorDetails details;
     details.name = author;

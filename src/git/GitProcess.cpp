@@ -59,7 +59,6 @@ ProcessResult finishedResult(ProcessResult result, int status)
     return result;
 }
 
-
 // How often a running child's caller is asked whether to stop.
 constexpr int cancellationPollMilliseconds = 50;
 
@@ -334,7 +333,6 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
     }
     return finishedResult(std::move(result), reap());
 }
-
 
 QString gitExecutable()
 {

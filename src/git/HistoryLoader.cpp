@@ -152,14 +152,13 @@ QList<CommitRecord> GitService::searchCommits(const QString &repository, const Q
     if (!hasHead(repository))
         return {};
     // The query goes to git as typed: surrounding blanks take part in the match.
-    const QString output
-        = run(QStringList {QStringLiteral("log")} + allRefs(repository)
-                  + QStringList {QStringLiteral("--regexp-ignore-case"),
-                                 QStringLiteral("--grep=") + query,
-                                 QStringLiteral("--format=") + recordSeparator
-                                     + commitFieldsFormat(),
-                                 QStringLiteral("-n"), QStringLiteral("100")},
-              repository);
+    const QString output = run(
+        QStringList {QStringLiteral("log")} + allRefs(repository)
+            + QStringList {QStringLiteral("--regexp-ignore-case"),
+                           QStringLiteral("--grep=") + query,
+                           QStringLiteral("--format=") + recordSeparator + commitFieldsFormat(),
+                           QStringLiteral("-n"), QStringLiteral("100")},
+        repository);
     QList<CommitRecord> commits;
     for (const QString &record : output.split(recordSeparator)) {
         if (std::optional<CommitRecord> commit

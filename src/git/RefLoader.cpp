@@ -51,8 +51,8 @@ QStringList GitService::allRefs(const QString &repository) const
 {
     // for-each-ref names each refused ref in a warning on standard error, the full ref name last
     // on its line (in every language git speaks); its exit status stays 0.
-    const ProcessResult result = runGitProcess(
-        repository, {QStringLiteral("for-each-ref"), QStringLiteral("--format=")});
+    const ProcessResult result
+        = runGitProcess(repository, {QStringLiteral("for-each-ref"), QStringLiteral("--format=")});
     QStringList arguments;
     for (const QString &line : nonEmptyLines(QString::fromUtf8(result.standardError))) {
         const qsizetype start = line.indexOf(QLatin1String(" refs/"));
@@ -65,14 +65,13 @@ QStringList GitService::allRefs(const QString &repository) const
 
 QList<BranchRecord> GitService::loadBranches(const QString &repository) const
 {
-    const QString output
-        = run({QStringLiteral("for-each-ref"),
-               formatArgument({QStringLiteral("%(refname)"), QStringLiteral("%(refname:short)"),
-                               QStringLiteral("%(HEAD)"), QStringLiteral("%(objectname:short)"),
-                               QStringLiteral("%(authordate:unix)"),
-                               QStringLiteral("%(authorname)")}),
-               QStringLiteral("refs/heads"), QStringLiteral("refs/remotes")},
-              repository);
+    const QString output = run(
+        {QStringLiteral("for-each-ref"),
+         formatArgument({QStringLiteral("%(refname)"), QStringLiteral("%(refname:short)"),
+                         QStringLiteral("%(HEAD)"), QStringLiteral("%(objectname:short)"),
+                         QStringLiteral("%(authordate:unix)"), QStringLiteral("%(authorname)")}),
+         QStringLiteral("refs/heads"), QStringLiteral("refs/remotes")},
+        repository);
     QList<BranchRecord> branches;
     for (const QString &line : newestFirst(nonEmptyLines(output), 4)) {
         const QStringList fields = line.split(unitSeparator);
@@ -92,13 +91,12 @@ QList<BranchRecord> GitService::loadBranches(const QString &repository) const
 
 QList<TagRecord> GitService::loadTags(const QString &repository) const
 {
-    const QString output
-        = run({QStringLiteral("for-each-ref"),
-               formatArgument(
-                   {QStringLiteral("%(refname:short)"), QStringLiteral("%(objectname:short)"),
-                    QStringLiteral("%(creatordate:unix)"), QStringLiteral("%(subject)")}),
-               QStringLiteral("refs/tags")},
-              repository);
+    const QString output = run(
+        {QStringLiteral("for-each-ref"),
+         formatArgument({QStringLiteral("%(refname:short)"), QStringLiteral("%(objectname:short)"),
+                         QStringLiteral("%(creatordate:unix)"), QStringLiteral("%(subject)")}),
+         QStringLiteral("refs/tags")},
+        repository);
     QList<TagRecord> tags;
     for (const QString &line : newestFirst(nonEmptyLines(output), 2)) {
         const QStringList fields = line.split(unitSeparator);

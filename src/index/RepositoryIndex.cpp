@@ -203,10 +203,14 @@ std::optional<QString> RepositoryIndex::damageOf(const QString &databasePath)
     };
     const quint64 pageSize = word(16, 2) == 1 ? 65536 : word(16, 2);
     const quint64 pageCount = word(28, 4);
-    // The page count is trustworthy only when its change counter matches (SQLite 3.7.0 on).
-    const bool countValid = pageCount > 0 && word(24, 4) == word(92, 4);
+    // The page count is trustworthy only when its change counter matches (SQLite 3.7.0 on), and
+    // only without a write-ahead log, from which SQLite completes an interrupted checkpoint.
+    const bool countValid = pageCount > 0 && word(24, 4) == word(92, 4)
+        && QFileInfo(databasePath + QStringLiteral("-wal")).size() == 0;
     if (countValid && quint64(size) < pageCount * pageSize)
-        return QStringLiteral("file is truncated: %1 of %2 bytes").arg(size).arg(pageCount * pageSize);
+        return QStringLiteral("file is truncated: %1 of %2 bytes")
+            .arg(size)
+            .arg(pageCount * pageSize);
     return std::nullopt;
 }
 

@@ -24,8 +24,8 @@ RepositoryIndexer::RepositoryIndexer(RepositoryIndex &index)
 QString RepositoryIndexer::run(const QStringList &arguments, const QString &repository,
                                const std::optional<QByteArray> &input) const
 {
-    const ProcessResult result = runGitProcess(repository, arguments, {}, input,
-                                               {GitService::noFetchSetting()});
+    const ProcessResult result
+        = runGitProcess(repository, arguments, {}, input, {GitService::noFetchSetting()});
     if (result.exitStatus != 0) {
         throw GitError::commandFailed(nilIfEmpty(QString::fromUtf8(result.standardError))
                                           .value_or(QStringLiteral("Git indexing command failed")));
@@ -140,8 +140,8 @@ qint64 RepositoryIndexer::importCommits(const QString &repository, const QString
         ProcessResult degraded
             = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(true));
         if (degraded.exitStatus != 0 || next == failing)
-            degraded = runLog(failing, failing + 1,
-                              CommitLogParser::logArgumentsWithoutContent(false));
+            degraded
+                = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(false));
         if (degraded.exitStatus != 0 || next == failing) {
             throw GitError::commandFailed(
                 nilIfEmpty(QString::fromUtf8(result.standardError))
@@ -166,8 +166,9 @@ RepositorySynchronization RepositoryIndexer::synchronize(const QString &reposito
     }
 }
 
-RepositorySynchronization RepositoryIndexer::synchronizeLocked(
-    const QString &repository, const SynchronizationOptions &options)
+RepositorySynchronization
+RepositoryIndexer::synchronizeLocked(const QString &repository,
+                                     const SynchronizationOptions &options)
 {
 
     const QList<IndexedRef> refs = parseRefs(run(
@@ -181,9 +182,8 @@ RepositorySynchronization RepositoryIndexer::synchronizeLocked(
         = m_index.metadata(QStringLiteral("ref_fingerprint"));
 
     // rev-list prints newest first; reversed, it is the order `git log --all --reverse` shows.
-    const QStringList reachableNewestFirst = nonEmptyLines(
-        run(QStringList {QStringLiteral("rev-list")} + GitService().allRefs(repository),
-            repository));
+    const QStringList reachableNewestFirst = nonEmptyLines(run(
+        QStringList {QStringLiteral("rev-list")} + GitService().allRefs(repository), repository));
     QSet<QString> reachable;
     reachable.reserve(reachableNewestFirst.size());
     for (const QString &sha : reachableNewestFirst)

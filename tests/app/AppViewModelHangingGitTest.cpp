@@ -60,10 +60,14 @@ void AppViewModelHangingGitTest::supersededLoadsOfAHangingGitEndAndDoNotBlockThe
         QFile file(script);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("#!/bin/sh\n"
-                   "case \"$*\" in *\"" + hanging.path().toUtf8() + "\"*)\n"
-                   "    echo $$ >> \"" + pids.toUtf8() + "\"; exec sleep 300;;\n"
-                   "esac\n"
-                   "exec /usr/bin/git \"$@\"\n");
+                   "case \"$*\" in *\""
+                   + hanging.path().toUtf8()
+                   + "\"*)\n"
+                     "    echo $$ >> \""
+                   + pids.toUtf8()
+                   + "\"; exec sleep 300;;\n"
+                     "esac\n"
+                     "exec /usr/bin/git \"$@\"\n");
         file.setPermissions(file.permissions() | QFile::ExeOwner);
     }
     qputenv("STRATALOOM_GIT", QFile::encodeName(script));
@@ -86,8 +90,8 @@ void AppViewModelHangingGitTest::supersededLoadsOfAHangingGitEndAndDoNotBlockThe
     QVERIFY(!model.isLoading());
     const QList<qint64> started = pidsIn(pids);
     QVERIFY(!started.isEmpty());
-    QVERIFY(QTest::qWaitFor(
-        [&] { return std::none_of(started.begin(), started.end(), isRunning); }, 5000));
+    QVERIFY(QTest::qWaitFor([&] { return std::none_of(started.begin(), started.end(), isRunning); },
+                            5000));
 }
 
 STRATALOOM_MODEL_TEST_MAIN(AppViewModelHangingGitTest)

@@ -1,6 +1,6 @@
 // The command line with odd arguments and with a git that never answers.
-#include "git/GitProcess.h"
 #include "TestRepository.h"
+#include "git/GitProcess.h"
 
 #include <QDir>
 #include <QElapsedTimer>

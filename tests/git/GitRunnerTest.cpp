@@ -203,7 +203,8 @@ TEST(GitRunner, CancellationEndsTheChildAndEverythingItStarted)
                         QStringLiteral("sh"), pidFile});
         });
         qint64 sleeper = 0;
-        while (sleeper == 0 && std::chrono::steady_clock::now() - started < std::chrono::seconds(10)) {
+        while (sleeper == 0
+               && std::chrono::steady_clock::now() - started < std::chrono::seconds(10)) {
             QFile file(pidFile);
             if (file.open(QIODevice::ReadOnly))
                 sleeper = file.readAll().trimmed().toLongLong();
@@ -226,8 +227,9 @@ TEST(GitRunner, RunsWithoutCancellationOrWithAnUnsetOneFinishNormally)
         std::optional<ScopedProcessCancellation> cancellation;
         if (install)
             cancellation.emplace(std::function<bool()>());
-        const ProcessResult result = runProcess(
-            QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("sleep 0.2; echo done")});
+        const ProcessResult result
+            = runProcess(QStringLiteral("/bin/sh"),
+                         {QStringLiteral("-c"), QStringLiteral("sleep 0.2; echo done")});
         EXPECT_EQ(result.exitStatus, 0) << install;
         EXPECT_EQ(result.standardOutput, QByteArray("done\n")) << install;
     }

@@ -1,9 +1,9 @@
 // Histories that git itself accepts but that are unusual: dates it cannot format, paths it would
 // quote, names that look like patterns and refs whose names it refuses.
-#include "git/GitProcess.h"
-#include "git/GitService.h"
 #include "OddHistory.h"
 #include "TestRepository.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
 
 #include <QDir>
 #include <QFile>
@@ -159,9 +159,10 @@ TEST(OddHistory, ActivityReachesBackBefore1970)
 TEST(OddHistory, PathsComeOutAsNamedInFilesChangesAndFile)
 {
     TestRepository repository;
-    const QStringList names {QStringLiteral("new\nline.txt"), QStringLiteral("tab\there.txt"),
-                             QStringLiteral("q\"uote.txt"), QStringLiteral("back\\slash.txt"),
-                             QStringLiteral("caf\u00e9 \u2192.txt"), QStringLiteral("plain.txt")};
+    const QStringList names {
+        QStringLiteral("new\nline.txt"),        QStringLiteral("tab\there.txt"),
+        QStringLiteral("q\"uote.txt"),          QStringLiteral("back\\slash.txt"),
+        QStringLiteral("caf\u00e9 \u2192.txt"), QStringLiteral("plain.txt")};
     for (qsizetype i = 0; i < names.size(); ++i)
         repository.write(names[i], QByteArray::number(i) + " some text that stays the same\n");
     const QString added = repository.commit(QStringLiteral("add"));
@@ -238,9 +239,9 @@ TEST(OddHistory, FilePathsAreLiteralNotPathspecs)
     {
         QString path;
         int commits;
-    } files[] = {{QStringLiteral("[ab].txt"), 1},     {QStringLiteral("a.txt"), 2},
-                 {QStringLiteral(":x"), 1},           {QStringLiteral(":(glob)**/*.c"), 1},
-                 {QStringLiteral("lib/deep.c"), 1},   {QStringLiteral("--output=o"), 1},
+    } files[] = {{QStringLiteral("[ab].txt"), 1},   {QStringLiteral("a.txt"), 2},
+                 {QStringLiteral(":x"), 1},         {QStringLiteral(":(glob)**/*.c"), 1},
+                 {QStringLiteral("lib/deep.c"), 1}, {QStringLiteral("--output=o"), 1},
                  {QStringLiteral("*.c"), 1}};
     int serial = 0;
     for (const auto &file : files) {

@@ -1,10 +1,10 @@
 // Histories and index files that used to stop indexing for good: odd dates, refused ref names,
 // missing objects, damaged or read-only index files.
-#include "index/RepositoryIndexer.h"
-#include "git/GitProcess.h"
-#include "insights/RepositoryInsights.h"
 #include "OddHistory.h"
 #include "TestRepository.h"
+#include "git/GitProcess.h"
+#include "index/RepositoryIndexer.h"
+#include "insights/RepositoryInsights.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -91,9 +91,12 @@ TEST(IndexFaults, OddDatesAndRefusedRefsAreIndexedAndReadable)
     {
         const char *raw;
         qint64 stored; ///< 0: no date
-    } dates[] = {{"1700000000 +0100", 1700000000}, {"253402300800 +0000", 0},
-                 {"-1 +0000", 0},                  {"0 -1400", 0},
-                 {"1700000000 +9999", 1700000000}, {"99999999999999 +0000", 0}};
+    } dates[] = {{"1700000000 +0100", 1700000000},
+                 {"253402300800 +0000", 0},
+                 {"-1 +0000", 0},
+                 {"0 -1400", 0},
+                 {"1700000000 +9999", 1700000000},
+                 {"99999999999999 +0000", 0}};
     QStringList raw;
     QStringList expected;
     for (const auto &date : dates) {
@@ -145,10 +148,12 @@ TEST(IndexFaults, PartialCloneIsIndexedWithoutFetchingAndCountsUnreadableDiffs)
     const qint64 diffsNeedingBlobs = 2;
     QTemporaryDir folder;
     const QString bare = folder.filePath(QStringLiteral("served.git"));
-    runGitIn(folder.path(), {QStringLiteral("clone"), QStringLiteral("-q"), QStringLiteral("--bare"),
-                             source.path(), bare});
-    runGitIn(bare, {QStringLiteral("config"), QStringLiteral("uploadpack.allowFilter"),
-                    QStringLiteral("true")});
+    runGitIn(folder.path(),
+             {QStringLiteral("clone"), QStringLiteral("-q"), QStringLiteral("--bare"),
+              source.path(), bare});
+    runGitIn(bare,
+             {QStringLiteral("config"), QStringLiteral("uploadpack.allowFilter"),
+              QStringLiteral("true")});
 
     RepositoryIndex complete(folder.filePath(QStringLiteral("complete/index.sqlite")));
     RepositoryIndexer(complete).synchronize(source.path());
@@ -157,16 +162,15 @@ TEST(IndexFaults, PartialCloneIsIndexedWithoutFetchingAndCountsUnreadableDiffs)
         "JOIN commits c ON c.id = cf.commit_id JOIN files f ON f.id = cf.file_id ORDER BY 1");
 
     // The promisor remote unreachable, or reachable: either way nothing may be fetched.
-    const QString promisors[] = {QStringLiteral("http://127.0.0.1:9/x"),
-                                 QStringLiteral("file://") + bare};
+    const QString promisors[]
+        = {QStringLiteral("http://127.0.0.1:9/x"), QStringLiteral("file://") + bare};
     int run = 0;
     for (const QString &promisor : promisors) {
         SCOPED_TRACE(promisor.toStdString());
         const QString clone = folder.filePath(QStringLiteral("clone%1").arg(++run));
-        runGitIn(folder.path(), {QStringLiteral("clone"), QStringLiteral("-q"),
-                                 QStringLiteral("--no-checkout"),
-                                 QStringLiteral("--filter=blob:none"),
-                                 QStringLiteral("file://") + bare, clone});
+        runGitIn(folder.path(),
+                 {QStringLiteral("clone"), QStringLiteral("-q"), QStringLiteral("--no-checkout"),
+                  QStringLiteral("--filter=blob:none"), QStringLiteral("file://") + bare, clone});
         runGitIn(clone, {QStringLiteral("config"), QStringLiteral("remote.origin.url"), promisor});
         for (const QByteArray &blob : {QByteArray("a\nb\n"), QByteArray("b\n")}) {
             QFile file(folder.filePath(QStringLiteral("blob")));
@@ -175,7 +179,8 @@ TEST(IndexFaults, PartialCloneIsIndexedWithoutFetchingAndCountsUnreadableDiffs)
             file.close();
             runGitIn(clone, {QStringLiteral("hash-object"), QStringLiteral("-w"), file.fileName()});
         }
-        const QString objectsBefore = runGitIn(clone, {QStringLiteral("count-objects"), QStringLiteral("-v")});
+        const QString objectsBefore
+            = runGitIn(clone, {QStringLiteral("count-objects"), QStringLiteral("-v")});
 
         RepositoryIndex index(folder.filePath(QStringLiteral("partial%1/index.sqlite").arg(run)));
         QElapsedTimer timer;
@@ -246,9 +251,9 @@ TEST(IndexFaults, DamagedIndexFileIsMovedAsideAndRebuiltOnce)
             EXPECT_TRUE(result.notice->contains(path)) << result.notice->toStdString();
             EXPECT_FALSE(RepositoryIndexer(index).synchronize(repository.path()).notice);
         }
-        const QStringList aside = QDir(QFileInfo(path).path())
-                                      .entryList({QStringLiteral("index.sqlite.corrupt-*")},
-                                                 QDir::Files);
+        const QStringList aside
+            = QDir(QFileInfo(path).path())
+                  .entryList({QStringLiteral("index.sqlite.corrupt-*")}, QDir::Files);
         ASSERT_EQ(aside.size(), 1) << aside.join(QLatin1Char(',')).toStdString();
         EXPECT_EQ(contents(QFileInfo(path).path() + QLatin1Char('/') + aside[0]), damage.bytes);
 

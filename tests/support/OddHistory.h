@@ -3,9 +3,9 @@
 // Fixture pieces for histories that git reads but would never write itself: commit objects with
 // any raw date, and ref files with names git refuses.
 
-#include "git/GitProcess.h"
 #include "TestGit.h"
 #include "TestRepository.h"
+#include "git/GitProcess.h"
 
 #include <QDir>
 #include <QFile>
@@ -31,7 +31,8 @@ inline QString writeRawCommit(const TestRepository &repository, const QString &t
         QStringLiteral("/usr/bin/git"),
         testGitArguments(repository.path(),
                          {QStringLiteral("hash-object"), QStringLiteral("-t"),
-                          QStringLiteral("commit"), QStringLiteral("--stdin"), QStringLiteral("-w")}),
+                          QStringLiteral("commit"), QStringLiteral("--stdin"),
+                          QStringLiteral("-w")}),
         options);
     EXPECT_EQ(result.exitStatus, 0) << result.standardError.toStdString();
     return QString::fromUtf8(result.standardOutput).trimmed();
@@ -47,7 +48,8 @@ inline QStringList writeRawDateHistory(TestRepository &repository, const QString
         repository.write(QStringLiteral("notes.txt"), QByteArray::number(i) + '\n');
         repository.git({QStringLiteral("add"), QStringLiteral("notes.txt")});
         const QString tree = repository.git({QStringLiteral("write-tree")}).trimmed();
-        parent = writeRawCommit(repository, tree, parent, dates[i], QStringLiteral("odd %1").arg(i));
+        parent
+            = writeRawCommit(repository, tree, parent, dates[i], QStringLiteral("odd %1").arg(i));
         commits << parent;
         repository.git({QStringLiteral("branch"), QStringLiteral("b%1").arg(i), parent});
     }
