@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -174,4 +175,38 @@ TEST(CliFaults, TerminationEndsAHangingGitAndWhatItStarted)
         EXPECT_FALSE(isRunning(git));
         EXPECT_FALSE(isRunning(child));
     }
+}
+
+TEST(CliFaults, DamagedIndexIsReportedOnceOnStandardErrorAndRebuilt)
+{
+    TestRepository repository;
+    repository.write(QStringLiteral("a.txt"), "a\n");
+    repository.commit(QStringLiteral("first"));
+    QTemporaryDir indexes;
+    const QStringList index {QStringLiteral("index"), repository.path(),
+                             QStringLiteral("--index-dir"), indexes.path()};
+    ASSERT_EQ(cli(index).status, 0);
+    const QStringList files = QDir(indexes.path())
+                                  .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
+                                  .replaceInStrings(QRegularExpression(QStringLiteral("^")),
+                                                    indexes.path() + QLatin1Char('/'));
+    ASSERT_EQ(files.size(), 1);
+    const QString file = files[0] + QStringLiteral("/index.sqlite");
+    {
+        QFile damaged(file);
+        ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        damaged.write(QByteArray(5000, '\x7f'));
+    }
+
+    const CliRun rebuilt = cli(index);
+    ASSERT_EQ(rebuilt.status, 0) << rebuilt.err.toStdString();
+    EXPECT_EQ(rebuilt.err.count(QLatin1Char('\n')), 1) << rebuilt.err.toStdString();
+    EXPECT_TRUE(rebuilt.err.contains(file)) << rebuilt.err.toStdString();
+    EXPECT_EQ(rebuilt.json.object().value(QStringLiteral("importedCommits")).toInt(), 1);
+    EXPECT_EQ(rebuilt.json.object().value(QStringLiteral("unreadableDiffs")).toInt(-1), 0);
+
+    const CliRun again = cli(index);
+    EXPECT_EQ(again.status, 0);
+    EXPECT_TRUE(again.err.isEmpty()) << again.err.toStdString();
+    EXPECT_TRUE(again.json.object().value(QStringLiteral("wasUpToDate")).toBool());
 }
