@@ -1,6 +1,7 @@
 #include "app/AppViewModel.h"
 
 #include "app/DesktopActions.h"
+#include "git/GitProcess.h"
 #include "index/RepositoryIndexer.h"
 
 #include <QDir>
@@ -32,6 +33,8 @@ template<typename Work> auto attempt(Work &work) -> Outcome<decltype(work())>
     try {
         return {work(), {}, false};
     } catch (const SynchronizationCancelled &) {
+        return {std::nullopt, {}, true};
+    } catch (const ProcessCancelled &) {
         return {std::nullopt, {}, true};
     } catch (const std::exception &error) {
         return {std::nullopt, userMessage(error), false};
@@ -77,7 +80,13 @@ namespace {
  */
 template<typename Load> Load loadRepository(const GitService &git, const QString &path)
 {
-    const auto start = [](auto work) { return std::async(std::launch::async, std::move(work)); };
+    // The caller's cancellation reaches each loader's thread and the git it waits for.
+    const auto start = [isCancelled = ScopedProcessCancellation::current()](auto work) {
+        return std::async(std::launch::async, [isCancelled, work = std::move(work)] {
+            const ScopedProcessCancellation cancellation(isCancelled);
+            return work();
+        });
+    };
     auto summary = start([=] { return git.loadSummary(path); });
     auto commits = start([=] { return git.loadCommits(path, AppViewModel::historyLimit); });
     auto branches = start([=] { return git.loadBranches(path); });
@@ -209,9 +218,18 @@ void AppViewModel::openRepository(const QString &location)
     setLoading(true);
     setErrorMessage(std::nullopt);
 
+    // A newer load supersedes this one: its git children are ended, so that a hanging git
+    // neither keeps a pool thread nor delays anything.
+    if (m_loadSuperseded)
+        m_loadSuperseded->store(true);
+    const auto superseded = std::make_shared<std::atomic_bool>(false);
+    m_loadSuperseded = superseded;
+
     const GitService git = m_git;
     runInBackground<Outcome<RepositoryLoad>>(
-        [git, path] {
+        [git, path, superseded] {
+            const ScopedProcessCancellation cancellation(
+                [superseded] { return superseded->load(); });
             auto work = [&] { return loadRepository<RepositoryLoad>(git, path); };
             return attempt(work);
         },

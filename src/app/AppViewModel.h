@@ -390,6 +390,8 @@ private:
     QVariant m_analyticsInsightsValue;
 
     std::optional<QUuid> m_activeLoadID;
+    /// @brief Set when a newer load starts: ends the git children of the running one.
+    std::shared_ptr<std::atomic_bool> m_loadSuperseded;
     std::optional<QUuid> m_activeSearchID;
     std::optional<QUuid> m_activeRepositoryScanID;
     /// Set to cancel the current index task; shared with that task's thread.

@@ -51,7 +51,10 @@ public:
             GitService().commonDirectory(repository),
             indexDirectory.isEmpty() ? std::nullopt : std::optional<QString>(indexDirectory)))
         , m_result(RepositoryIndexer(m_index).synchronize(repository, terminalProgress()))
-    { }
+    {
+        if (m_result.notice)
+            std::fprintf(stderr, "strataloom-cli: %s\n", m_result.notice->toUtf8().constData());
+    }
     RepositoryIndex &index() { return m_index; }
     const RepositorySynchronization &result() const { return m_result; }
 
@@ -70,6 +73,7 @@ Json indexCommand(const QString &repository, const QString &indexDirectory)
         {QStringLiteral("importedCommits"), result.importedCommits},
         {QStringLiteral("wasUpToDate"), result.wasUpToDate},
         {QStringLiteral("snapshot"), toJson(result.snapshot)},
+        {QStringLiteral("unreadableDiffs"), result.unreadableDiffs},
     };
 }
 

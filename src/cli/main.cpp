@@ -9,9 +9,11 @@
 #include <QFileInfo>
 #include <QHash>
 
+#include <csignal>
 #include <cstdio>
 #include <functional>
 #include <optional>
+#include <unistd.h>
 
 using namespace strataloom;
 using strataloom::cli::Json;
@@ -41,6 +43,9 @@ Commands:
   index    <repo> [--index-dir DIR]  bring the repository's analytics index up to date
   insights <repo> [--index-dir DIR]  synchronise the index, then print the repository's insights
   scan     [<home>]                  repositories under a home folder (default: your home)
+
+A value that begins with "-" follows "--": everything after "--" is an argument, not an
+option (strataloom-cli search <repo> -- --fixup).
 
 Every command prints JSON on standard output, except diff, which prints git's text.
 Errors are one line on standard error with exit status 1; wrong usage exits with status 2.
@@ -183,7 +188,11 @@ Invocation parse(const Command &command, const QStringList &words)
     QStringList positional;
     for (qsizetype i = 0; i < words.size(); ++i) {
         const QString &word = words[i];
-        if (word.startsWith(QLatin1String("--")) && word.size() > 2) {
+        if (word == QLatin1String("--")) {
+            positional << words.mid(i + 1);
+            break;
+        }
+        if (word.startsWith(QLatin1String("--"))) {
             const bool isNumber = command.numberOptions.contains(word);
             if (!isNumber && !command.textOptions.contains(word))
                 throw UsageError("unknown option " + word.toStdString());
@@ -232,10 +241,28 @@ void fail(const QString &message)
     std::fprintf(stderr, "strataloom-cli: %s\n", firstLine(message).toUtf8().constData());
 }
 
+// Ends the git children with us: they lead process groups of their own, so a terminal's Ctrl+C
+// or a kill of this process alone would leave them running.
+extern "C" void endWithChildren(int signal)
+{
+    signalLiveProcessGroups(SIGKILL);
+    ::_exit(128 + signal);
+}
+
+void endChildrenOnTermination()
+{
+    struct sigaction action = {};
+    action.sa_handler = endWithChildren;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        ::sigaction(signal, &action, nullptr);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    endChildrenOnTermination();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("strataloom-cli"));
     QCoreApplication::setApplicationVersion(QStringLiteral(STRATALOOM_VERSION));

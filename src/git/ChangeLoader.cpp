@@ -7,21 +7,26 @@ QList<CommitFileChange> GitService::loadCommitChanges(const QString &repository,
 {
     // The empty format is given twice; harmless, and it suppresses the commit header.
     // --end-of-options: a "commit" such as --output=file must never be read as an option.
+    // -z: status and paths are NUL-terminated and every path comes out as named, never C-quoted.
     const QString output
         = run({QStringLiteral("show"), QStringLiteral("--format="), QStringLiteral("--name-status"),
-               QStringLiteral("--find-renames"), QStringLiteral("--format="),
+               QStringLiteral("--find-renames"), QStringLiteral("--format="), QStringLiteral("-z"),
                QStringLiteral("--end-of-options"), commit},
               repository);
+    const QStringList tokens = output.split(QChar(0));
     QList<CommitFileChange> changes;
-    for (const QString &line : nonEmptyLines(output)) {
-        const QStringList parts = line.split(QLatin1Char('\t'));
-        if (parts.size() < 2)
-            continue;
+    for (qsizetype i = 0; i + 1 < tokens.size(); i += 2) {
+        const QString status = tokens.at(i).trimmed();
+        if (status.isEmpty())
+            break;
+        QString path = tokens.at(i + 1);
         // Renames and copies carry the old and the new path.
-        QString path = parts.size() == 2 ? parts.at(1)
-                                         : parts.at(1) + QStringLiteral(" \u2192 ") + parts.at(2);
+        const bool twoPaths
+            = status.startsWith(QLatin1Char('R')) || status.startsWith(QLatin1Char('C'));
+        if (twoPaths && i + 2 < tokens.size())
+            path += QStringLiteral(" \u2192 ") + tokens.at(++i + 1);
         path.remove(QChar(0x1F));
-        changes.append({parts.at(0), path});
+        changes.append({status, path});
     }
     return changes;
 }

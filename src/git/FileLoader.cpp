@@ -44,12 +44,31 @@ QList<ActivityPoint> pointsPerDay(const std::map<QDate, int> &counts)
     return points;
 }
 
+// The day of "<seconds> <+hhmm>" in the zone it names, as git's own short dates count it;
+// nothing for a date that cannot be represented.
+std::optional<QDate> authorDay(const QString &raw)
+{
+    const QStringList parts = raw.trimmed().split(QLatin1Char(' '));
+    if (parts.size() != 2 || !GitService::parseUnixDate(parts.at(0)))
+        return std::nullopt;
+    bool ok = false;
+    const int zone = parts.at(1).toInt(&ok);
+    if (!ok)
+        return std::nullopt;
+    const qint64 offset = (zone / 100) * 3600 + (zone % 100) * 60;
+    const qint64 local = parts.at(0).toLongLong() + offset;
+    return QDate(1970, 1, 1).addDays(local >= 0 ? local / 86400 : (local - 86399) / 86400);
+}
+
 } // namespace
 
 QList<FileRecord> GitService::loadFiles(const QString &repository) const
 {
     // No HEAD guard: files staged before the first commit are listed too.
-    const QStringList paths = nonEmptyLines(run({QStringLiteral("ls-files")}, repository));
+    // -z: a path holding a newline, tab, quote or backslash comes out as named, not C-quoted.
+    QStringList paths
+        = run({QStringLiteral("ls-files"), QStringLiteral("-z")}, repository).split(QChar(0));
+    paths.removeAll(QString());
     QList<FileRecord> files;
     const qsizetype count = std::min<qsizetype>(paths.size(), fileListLimit);
     files.reserve(count);
@@ -61,7 +80,7 @@ QList<FileRecord> GitService::loadFiles(const QString &repository) const
 FileDetails GitService::loadFileDetails(const QString &repository, const QString &path) const
 {
     const QString output = run({QStringLiteral("log"), QStringLiteral("--follow"),
-                                QStringLiteral("--format=") + unitSeparator + QStringLiteral("%aI")
+                                QStringLiteral("--format=") + unitSeparator + QStringLiteral("%at")
                                     + unitSeparator + QStringLiteral("%an"),
                                 QStringLiteral("--"), path},
                                repository);
@@ -70,18 +89,19 @@ FileDetails GitService::loadFileDetails(const QString &repository, const QString
     details.path = path;
     QSet<QString> authors;
     for (const QString &line : nonEmptyLines(output)) {
-        const QStringList parts = line.split(unitSeparator, Qt::SkipEmptyParts);
-        if (parts.size() < 2)
+        // "<0x1F><seconds><0x1F><author>"; git prints no seconds for a date it cannot read.
+        const QStringList parts = line.split(unitSeparator);
+        if (parts.size() < 3)
             continue;
-        const OptionalDate date = parseISODate(parts.at(0));
-        if (!date)
-            continue;
-        const QString &author = parts.at(1);
+        const OptionalDate date = parseUnixDate(parts.at(1));
+        const QString &author = parts.at(2);
         // git prints newest first.
         if (details.commitCount == 0)
             details.lastAuthor = author;
         ++details.commitCount;
         authors.insert(author);
+        if (!date)
+            continue;
         if (!details.firstCommitDate || *date < *details.firstCommitDate)
             details.firstCommitDate = date;
         if (!details.lastCommitDate || *date > *details.lastCommitDate)
@@ -119,13 +139,14 @@ QList<AuthorStat> GitService::loadAuthorStats(const QString &repository) const
 
 AuthorDetails GitService::loadAuthorDetails(const QString &repository, const QString &author) const
 {
-    // git reads the name as a regular expression against "name <e-mail>"; that is kept.
-    const QString output
-        = run({QStringLiteral("log"), QStringLiteral("--all"), QStringLiteral("--author=") + author,
-               QStringLiteral("--numstat"),
-               QStringLiteral("--format=") + recordSeparator + QStringLiteral("%aI") + unitSeparator
-                   + QStringLiteral("%ae")},
-              repository);
+    // The name is matched literally ("dependabot[bot]") against "name <e-mail>", anywhere in it.
+    const QString output = run(
+        QStringList {QStringLiteral("log")} + allRefs(repository)
+            + QStringList {QStringLiteral("--fixed-strings"), QStringLiteral("--author=") + author,
+                           QStringLiteral("--numstat"),
+                           QStringLiteral("--format=") + recordSeparator + QStringLiteral("%at")
+                               + unitSeparator + QStringLiteral("%ae")},
+        repository);
 
     AuthorDetails details;
     details.name = author;
@@ -138,16 +159,16 @@ AuthorDetails GitService::loadAuthorDetails(const QString &repository, const QSt
         const QStringList header = lines.first().split(unitSeparator);
         if (header.size() < 2)
             continue;
-        const OptionalDate date = parseISODate(header.at(0));
-        if (!date)
-            continue;
+        const OptionalDate date = parseUnixDate(header.at(0));
         ++details.commits;
         emails.insert(header.at(1));
-        ++commitsPerDay[date->toLocalTime().date()];
-        if (!details.firstCommitDate || *date < *details.firstCommitDate)
-            details.firstCommitDate = date;
-        if (!details.lastCommitDate || *date > *details.lastCommitDate)
-            details.lastCommitDate = date;
+        if (date) {
+            ++commitsPerDay[date->toLocalTime().date()];
+            if (!details.firstCommitDate || *date < *details.firstCommitDate)
+                details.firstCommitDate = date;
+            if (!details.lastCommitDate || *date > *details.lastCommitDate)
+                details.lastCommitDate = date;
+        }
         for (qsizetype i = 1; i < lines.size(); ++i) {
             const QStringList parts = lines.at(i).split(QLatin1Char('\t'));
             if (parts.size() < 2)
@@ -166,16 +187,21 @@ QList<ActivityPoint> GitService::loadActivity(const QString &repository, int mon
 {
     if (!hasHead(repository))
         return {};
-    const QString output = run(
-        {QStringLiteral("log"), QStringLiteral("--since=%1 months ago").arg(months),
-         QStringLiteral("--date=short"), QStringLiteral("--format=%ad"), QStringLiteral("HEAD")},
-        repository);
-    // git prints each author date as year-month-day in the author's own time zone.
+    QStringList arguments {QStringLiteral("log")};
+    // git's date arithmetic ends at 1970: a start before that matches nothing at all, where the
+    // whole history is meant.
+    if (QDate::currentDate().addMonths(-qint64(months)) >= QDate(1970, 1, 2))
+        arguments << QStringLiteral("--since=%1 months ago").arg(months);
+    // Raw dates ("<seconds> <+hhmm>") are the one form git prints for every commit; the others
+    // fail the whole run on some instants.
+    arguments << QStringLiteral("--date=raw") << QStringLiteral("--format=%ad")
+              << QStringLiteral("HEAD");
+    const QString output = run(arguments, repository);
+    // Each commit counts on its calendar day in the author's own time zone.
     std::map<QDate, int> commitsPerDay;
     for (const QString &line : nonEmptyLines(output)) {
-        const QDate day = QDate::fromString(line, QStringLiteral("yyyy-MM-dd"));
-        if (day.isValid())
-            ++commitsPerDay[day];
+        if (const std::optional<QDate> day = authorDay(line))
+            ++commitsPerDay[*day];
     }
     return pointsPerDay(commitsPerDay);
 }

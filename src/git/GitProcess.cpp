@@ -2,6 +2,9 @@
 
 #include <QSet>
 
+#include <algorithm>
+#include <atomic>
+
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -21,7 +24,43 @@ ProcessLaunchError::ProcessLaunchError(const QString &message)
     : std::runtime_error(message.toStdString())
 { }
 
+ProcessCancelled::ProcessCancelled()
+    : std::runtime_error("The operation was cancelled")
+{ }
+
 namespace {
+
+thread_local ScopedProcessCancellation *currentCancellation = nullptr;
+
+// The children running now, for signalLiveProcessGroups(): lock-free slots, so that a signal
+// handler may read them. A child that finds no free slot is simply not listed.
+constexpr int liveSlotCount = 256;
+std::atomic<pid_t> liveChildren[liveSlotCount];
+
+int registerLiveChild(pid_t pid)
+{
+    for (int i = 0; i < liveSlotCount; ++i) {
+        pid_t expected = 0;
+        if (liveChildren[i].compare_exchange_strong(expected, pid))
+            return i;
+    }
+    return -1;
+}
+
+// The exit status of a reaped child as ProcessResult reports it.
+ProcessResult finishedResult(ProcessResult result, int status)
+{
+    if (WIFEXITED(status))
+        result.exitStatus = WEXITSTATUS(status);
+    else if (WIFSIGNALED(status))
+        result.exitStatus = 128 + WTERMSIG(status);
+    else
+        result.exitStatus = -1;
+    return result;
+}
+
+// How often a running child's caller is asked whether to stop.
+constexpr int cancellationPollMilliseconds = 50;
 
 class FileDescriptor
 {
@@ -85,6 +124,50 @@ std::vector<QByteArray> buildEnvironment(const QStringList &extra, const QString
 
 } // namespace
 
+ScopedProcessCancellation::ScopedProcessCancellation(std::function<bool()> isCancelled)
+    : m_isCancelled(std::move(isCancelled))
+    , m_outer(currentCancellation)
+{
+    currentCancellation = this;
+}
+
+ScopedProcessCancellation::~ScopedProcessCancellation()
+{
+    currentCancellation = m_outer;
+}
+
+bool ScopedProcessCancellation::isCancellationRequested()
+{
+    for (const ScopedProcessCancellation *c = currentCancellation; c; c = c->m_outer) {
+        if (c->m_isCancelled && c->m_isCancelled())
+            return true;
+    }
+    return false;
+}
+
+std::function<bool()> ScopedProcessCancellation::current()
+{
+    std::vector<std::function<bool()>> checks;
+    for (const ScopedProcessCancellation *c = currentCancellation; c; c = c->m_outer) {
+        if (c->m_isCancelled)
+            checks.push_back(c->m_isCancelled);
+    }
+    if (checks.empty())
+        return {};
+    return [checks] {
+        return std::any_of(checks.begin(), checks.end(), [](const auto &check) { return check(); });
+    };
+}
+
+void signalLiveProcessGroups(int signal)
+{
+    for (std::atomic<pid_t> &slot : liveChildren) {
+        const pid_t pid = slot.load();
+        if (pid > 0)
+            ::kill(-pid, signal);
+    }
+}
+
 ProcessResult runProcess(const QString &program, const QStringList &arguments,
                          const QStringList &extraEnvironment)
 {
@@ -140,7 +223,10 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
     sigemptyset(&defaults);
     sigaddset(&defaults, SIGPIPE);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    // A group of its own: cancelling kills git together with anything it started (a fetch, a
+    // filter, a pager), and a terminal's Ctrl+C reaches us, who end the group, not git alone.
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
 
     pid_t pid = -1;
     const int spawnError = ::posix_spawn(&pid, argStorage.front().constData(), &actions,
@@ -155,11 +241,20 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
             QStringLiteral("Unable to run %1: %2")
                 .arg(program, QString::fromLocal8Bit(std::strerror(spawnError))));
 
-    const auto reap = [pid] {
+    const int liveSlot = registerLiveChild(pid);
+    const auto reap = [pid, liveSlot] {
+        siginfo_t info {};
+        while (::waitid(P_PID, id_t(pid), &info, WEXITED | WNOWAIT) < 0 && errno == EINTR) { }
+        // Whatever the child started and left behind in its group ends with it. The leader is
+        // not reaped yet, so its pid, the group's id, cannot have been given to anyone else.
+        ::kill(-pid, SIGKILL);
         int status = 0;
         while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) { }
+        if (liveSlot >= 0)
+            liveChildren[liveSlot].store(0);
         return status;
     };
+    const bool cancellable = currentCancellation != nullptr;
 
     ProcessResult result;
     try {
@@ -174,11 +269,16 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
         int open = 2;
         char buffer[1 << 16];
         while (open > 0 || fds[2].fd >= 0) {
-            if (::poll(fds, 3, -1) < 0) {
+            const int ready = ::poll(fds, 3, cancellable ? cancellationPollMilliseconds : -1);
+            if (cancellable && ScopedProcessCancellation::isCancellationRequested())
+                throw ProcessCancelled();
+            if (ready < 0) {
                 if (errno == EINTR)
                     continue;
                 break;
             }
+            if (ready == 0)
+                continue;
             if (fds[2].fd >= 0 && fds[2].revents != 0) {
                 const ssize_t n = (fds[2].revents & POLLOUT)
                     ? ::write(fds[2].fd, options.input->constData() + written,
@@ -210,19 +310,30 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
             }
         }
     } catch (...) {
-        ::kill(pid, SIGKILL);
+        ::kill(-pid, SIGKILL);
         reap();
         throw;
     }
 
-    const int status = reap();
-    if (WIFEXITED(status))
-        result.exitStatus = WEXITSTATUS(status);
-    else if (WIFSIGNALED(status))
-        result.exitStatus = 128 + WTERMSIG(status);
-    else
-        result.exitStatus = -1;
-    return result;
+    // Both pipes closed, yet the child may still run (it closed them itself): wait for it under
+    // the same cancellation.
+    while (cancellable) {
+        siginfo_t info {};
+        if (::waitid(P_PID, id_t(pid), &info, WEXITED | WNOHANG | WNOWAIT) < 0) {
+            if (errno == EINTR)
+                continue;
+            break;
+        }
+        if (info.si_pid == pid)
+            break;
+        if (ScopedProcessCancellation::isCancellationRequested()) {
+            ::kill(-pid, SIGKILL);
+            reap();
+            throw ProcessCancelled();
+        }
+        ::usleep(cancellationPollMilliseconds * 1000);
+    }
+    return finishedResult(std::move(result), reap());
 }
 
 QString gitExecutable()
@@ -447,8 +558,14 @@ ProcessResult runGitProcess(const QString &repository, const QStringList &argume
                             const OutputSink &sink, const std::optional<QByteArray> &input,
                             const GitSettings &settings)
 {
+    // Reading never transfers anything: a partial clone's missing objects would otherwise be
+    // fetched from its promisor remote, over the network, by every command that meets one.
+    // Switching branches is a write the user asked for and may fetch as plain git does.
+    GitSettings all = settings;
+    if (arguments.value(0) != QLatin1String("switch"))
+        all.prepend({QStringLiteral("protocol.allow"), QStringLiteral("never")});
     return runProcess(gitExecutable(), gitArguments(repository, arguments),
-                      ProcessOptions {gitEnvironment(settings), sink, input, gitRemovedEnvironment()});
+                      ProcessOptions {gitEnvironment(all), sink, input, gitRemovedEnvironment()});
 }
 
 } // namespace strataloom

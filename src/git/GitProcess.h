@@ -27,6 +27,44 @@ public:
     QString message() const { return QString::fromUtf8(what()); }
 };
 
+/// @brief A run stopped by its caller's cancellation; the child's process group was killed.
+class ProcessCancelled : public std::runtime_error
+{
+public:
+    ProcessCancelled();
+};
+
+/**
+ * @brief Lets the caller stop every process that runProcess() starts on this thread while the
+ * object lives: the runner asks @p isCancelled several times a second, and when it answers true,
+ * kills the child's process group and throws ProcessCancelled. Nested objects stack; the inner
+ * one and every outer one are asked.
+ */
+class ScopedProcessCancellation
+{
+public:
+    explicit ScopedProcessCancellation(std::function<bool()> isCancelled);
+    ~ScopedProcessCancellation();
+    ScopedProcessCancellation(const ScopedProcessCancellation &) = delete;
+    ScopedProcessCancellation &operator=(const ScopedProcessCancellation &) = delete;
+
+    /// @brief True when this thread's installed checks ask to stop.
+    static bool isCancellationRequested();
+    /// @brief This thread's checks as one, for work that this thread hands to another thread
+    /// (install it there with a ScopedProcessCancellation of its own).
+    static std::function<bool()> current();
+
+private:
+    std::function<bool()> m_isCancelled;
+    ScopedProcessCancellation *m_outer;
+};
+
+/**
+ * @brief Sends @p signal to the process group of every child that runProcess() is running.
+ * Async-signal-safe: meant for a signal handler that ends the program.
+ */
+void signalLiveProcessGroups(int signal);
+
 /// @brief Receives standard output chunk by chunk as the child writes it.
 using OutputSink = std::function<void(const char *data, qsizetype size)>;
 
@@ -44,8 +82,10 @@ struct ProcessOptions
  * dead-lock.
  *
  * Safe to call from any number of threads at once: pipes are close-on-exec, so one child never
- * holds another's pipe open. When the sink throws, the child is killed and reaped before the
- * exception leaves this function.
+ * holds another's pipe open. Each child leads a process group of its own, so that whatever it
+ * starts in turn is ended with it. When the sink throws or the run is cancelled (see
+ * ScopedProcessCancellation), the group is killed and the child reaped before the exception
+ * leaves this function.
  */
 ProcessResult runProcess(const QString &program, const QStringList &arguments,
                          const ProcessOptions &options);

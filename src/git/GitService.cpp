@@ -217,6 +217,17 @@ OptionalDate GitService::parseISODate(const QString &text)
     return parsed.toUTC();
 }
 
+OptionalDate GitService::parseUnixDate(const QString &seconds)
+{
+    // git formats every other date kind through the author's zone and gives up ("Timestamp
+    // before Unix epoch") on some instants: seconds are the only form it always prints.
+    bool ok = false;
+    const qint64 value = seconds.trimmed().toLongLong(&ok);
+    if (!ok || value < 1 || value > latestUnixDate)
+        return std::nullopt;
+    return QDateTime::fromSecsSinceEpoch(value, Qt::UTC);
+}
+
 QStringList nonEmptyLines(const QString &text)
 {
     static const QRegularExpression newline(

@@ -75,11 +75,25 @@ public:
 
     /// @brief Strict internet date-time (2024-03-01T10:20:30+01:00 or ...Z); nothing otherwise.
     static OptionalDate parseISODate(const QString &text);
+    /**
+     * @brief Whole seconds since 1970 as git prints them for %at or --date=unix. Instants before
+     * 1970-01-01T00:00:01Z or from year 10000 on, and text that is no number, are no date.
+     */
+    static OptionalDate parseUnixDate(const QString &seconds);
+    /// @brief The latest second that parseUnixDate() takes: 9999-12-31T23:59:59Z.
+    static constexpr qint64 latestUnixDate = 253402300799;
 
     /// @brief Bytes of the work-tree files at @p paths below @p root; unreadable paths add nothing.
     static qint64 trackedFilesSize(const QStringList &paths, const QString &root);
     /// @brief Loose plus packed object bytes from the text of `count-objects -v`.
     static qint64 gitDirectorySize(const QString &countObjectsOutput);
+
+    /**
+     * @brief What stands for "every ref" in a revision walk: "--all", preceded by an --exclude
+     * for each ref whose name git refuses (a space, "main~", "x..y"). git skips those in
+     * for-each-ref with a warning but fails a walk over --all on them.
+     */
+    QStringList allRefs(const QString &repository) const;
 
     /// @brief The most files the files screen shows.
     static constexpr int fileListLimit = 2000;

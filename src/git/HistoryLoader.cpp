@@ -8,31 +8,29 @@ const QChar recordSeparator(0x1E);
 const QChar unitSeparator(0x1F);
 const QChar groupSeparator(0x1D);
 
-// Hash, short hash, author, e-mail, author date, subject, body.
+// Hash, short hash, author, e-mail, author date in seconds, subject, body.
 QString commitFieldsFormat()
 {
     return QStringList {QStringLiteral("%H"),  QStringLiteral("%h"),  QStringLiteral("%an"),
-                        QStringLiteral("%ae"), QStringLiteral("%aI"), QStringLiteral("%s"),
+                        QStringLiteral("%ae"), QStringLiteral("%at"), QStringLiteral("%s"),
                         QStringLiteral("%b")}
         .join(unitSeparator);
 }
 
 constexpr int commitFieldCount = 7;
 
-// Fields as commitFieldsFormat() lists them; nothing when there are too few or the date is bad.
+// Fields as commitFieldsFormat() lists them; nothing when there are too few. A date that cannot
+// be represented leaves the commit without one (an invalid date), never drops it.
 std::optional<CommitRecord> commitFromFields(const QStringList &fields)
 {
     if (fields.size() < commitFieldCount)
-        return std::nullopt;
-    const OptionalDate date = GitService::parseISODate(fields.at(4));
-    if (!date)
         return std::nullopt;
     CommitRecord commit;
     commit.id = fields.at(0);
     commit.shortHash = fields.at(1);
     commit.author = fields.at(2);
     commit.email = fields.at(3);
-    commit.date = *date;
+    commit.date = GitService::parseUnixDate(fields.at(4)).value_or(QDateTime());
     commit.subject = fields.at(5);
     commit.body = fields.at(6);
     return commit;
@@ -109,9 +107,11 @@ QList<GraphCommitRecord> GitService::loadGraph(const QString &repository, int li
                                         QStringLiteral("%d")}
                                .join(unitSeparator);
     const QString output
-        = run({QStringLiteral("log"), QStringLiteral("--graph"), QStringLiteral("--abbrev-commit"),
-               QStringLiteral("--decorate"), QStringLiteral("--all"),
-               QStringLiteral("--format=") + format, QStringLiteral("-n"), QString::number(limit)},
+        = run(QStringList {QStringLiteral("log"), QStringLiteral("--graph"),
+                           QStringLiteral("--abbrev-commit"), QStringLiteral("--decorate")}
+                  + allRefs(repository)
+                  + QStringList {QStringLiteral("--format=") + format, QStringLiteral("-n"),
+                                 QString::number(limit)},
               repository);
 
     QList<GraphCommitRecord> records;
@@ -152,12 +152,13 @@ QList<CommitRecord> GitService::searchCommits(const QString &repository, const Q
     if (!hasHead(repository))
         return {};
     // The query goes to git as typed: surrounding blanks take part in the match.
-    const QString output
-        = run({QStringLiteral("log"), QStringLiteral("--all"),
-               QStringLiteral("--regexp-ignore-case"), QStringLiteral("--grep=") + query,
-               QStringLiteral("--format=") + recordSeparator + commitFieldsFormat(),
-               QStringLiteral("-n"), QStringLiteral("100")},
-              repository);
+    const QString output = run(
+        QStringList {QStringLiteral("log")} + allRefs(repository)
+            + QStringList {QStringLiteral("--regexp-ignore-case"),
+                           QStringLiteral("--grep=") + query,
+                           QStringLiteral("--format=") + recordSeparator + commitFieldsFormat(),
+                           QStringLiteral("-n"), QStringLiteral("100")},
+        repository);
     QList<CommitRecord> commits;
     for (const QString &record : output.split(recordSeparator)) {
         if (std::optional<CommitRecord> commit

@@ -1,5 +1,7 @@
 #include "git/GitService.h"
 
+#include "git/GitProcess.h"
+
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
@@ -62,8 +64,14 @@ public:
 
     explicit ConcurrentRuns(const std::vector<Run> &runs)
     {
-        for (const Run &run : runs)
-            m_futures.push_back(std::async(std::launch::async, run));
+        // The caller's cancellation (a superseded load) reaches the commands on other threads.
+        const std::function<bool()> isCancelled = ScopedProcessCancellation::current();
+        for (const Run &run : runs) {
+            m_futures.push_back(std::async(std::launch::async, [run, isCancelled] {
+                const ScopedProcessCancellation cancellation(isCancelled);
+                return run();
+            }));
+        }
     }
     ~ConcurrentRuns()
     {
@@ -204,9 +212,11 @@ RepositorySummary GitService::loadSummary(const QString &repository) const
     ConcurrentRuns history({
         command({QStringLiteral("rev-list"), QStringLiteral("--count"), QStringLiteral("HEAD")}),
         command({QStringLiteral("shortlog"), QStringLiteral("-sne"), QStringLiteral("HEAD")}),
+        // Dates as seconds: git fails a whole run that formats certain dates (before 1970 in
+        // the author's zone) any other way.
         command({QStringLiteral("log"), QStringLiteral("--max-parents=0"),
-                 QStringLiteral("--format=%aI"), QStringLiteral("HEAD")}),
-        command({QStringLiteral("log"), QStringLiteral("-1"), QStringLiteral("--format=%aI"),
+                 QStringLiteral("--format=%at"), QStringLiteral("HEAD")}),
+        command({QStringLiteral("log"), QStringLiteral("-1"), QStringLiteral("--format=%at"),
                  QStringLiteral("HEAD")}),
         command({QStringLiteral("log"), QStringLiteral("--reverse"), QStringLiteral("--format=%ct"),
                  QStringLiteral("HEAD")}),
@@ -221,11 +231,11 @@ RepositorySummary GitService::loadSummary(const QString &repository) const
     summary.authorCount = nonEmptyLines(history.take(1)).size();
 
     for (const QString &line : nonEmptyLines(history.take(2))) {
-        const OptionalDate date = parseISODate(line);
+        const OptionalDate date = parseUnixDate(line);
         if (date && (!summary.firstCommitDate || *date < *summary.firstCommitDate))
             summary.firstCommitDate = date;
     }
-    summary.latestCommitDate = parseISODate(history.take(3));
+    summary.latestCommitDate = parseUnixDate(history.take(3));
 
     std::vector<double> times;
     for (const QString &line : nonEmptyLines(history.take(4))) {

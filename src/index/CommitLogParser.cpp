@@ -1,5 +1,7 @@
 #include "index/CommitLogParser.h"
 
+#include "git/GitService.h"
+
 #include <QHash>
 
 namespace strataloom {
@@ -35,6 +37,14 @@ struct LineCounts
     bool isBinary = false;
 };
 
+// Seconds since 1970 as stored; 0, "no date", for what git prints for a date it cannot read
+// (nothing, or a wrapped-around number) and for instants no calendar day can name.
+qint64 storedTime(const QString &seconds)
+{
+    const OptionalDate date = GitService::parseUnixDate(seconds);
+    return date ? date->toSecsSinceEpoch() : 0;
+}
+
 } // namespace
 
 QStringList CommitLogParser::logArguments()
@@ -54,6 +64,18 @@ QStringList CommitLogParser::logArguments()
             QStringLiteral("--ignore-submodules=none"),
             QStringLiteral("--format=%x1e%H%x1f%P%x1f%an%x1f%ae%x1f%cn%x1f%ce%x1f%at%x1f%ct%x1f%s"
                            "%x1f%B%x1d")};
+}
+
+QStringList CommitLogParser::logArgumentsWithoutContent(bool findRenames)
+{
+    // The same records with the raw entries only: no line counts, for which git would have to
+    // read the blobs. Finding renames reads them too, unless a rename is exact.
+    QStringList arguments = logArguments();
+    arguments.removeAll(QStringLiteral("--numstat"));
+    if (!findRenames)
+        arguments.replace(arguments.indexOf(QStringLiteral("--find-renames")),
+                          QStringLiteral("--no-renames"));
+    return arguments;
 }
 
 CommitLogParser::CommitLogParser(CommitHandler handler)
@@ -109,8 +131,8 @@ void CommitLogParser::parseRecord(const QByteArray &record)
     commit.authorEmail = fields[3];
     commit.committerName = fields[4];
     commit.committerEmail = fields[5];
-    commit.authorTime = fields[6].toLongLong();
-    commit.committerTime = fields[7].toLongLong();
+    commit.authorTime = storedTime(fields[6]);
+    commit.committerTime = storedTime(fields[7]);
     commit.subject = fields[8];
     commit.body = fields[9];
 

@@ -25,6 +25,12 @@ public:
     /// @brief The log arguments whose output this parser reads (after "log").
     static QStringList logArguments();
 
+    /**
+     * @brief logArguments() without the options that read file contents: for commits whose blobs
+     * are missing. With @p findRenames false, renames come out as a deletion and an addition.
+     */
+    static QStringList logArgumentsWithoutContent(bool findRenames);
+
     explicit CommitLogParser(CommitHandler handler);
 
     void feed(const char *data, qsizetype size);

@@ -2,6 +2,9 @@
 
 #include "index/IndexFileLock.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <charconv>
 #include <cmath>
 
@@ -129,13 +132,86 @@ CREATE INDEX IF NOT EXISTS author_aliases_author_idx ON author_aliases(author_id
 RepositoryIndex::RepositoryIndex(const QString &databasePath)
     : m_databasePath(databasePath)
 {
+    const QFileInfo file(databasePath);
+    // An index that we may not write (a shared or archived copy) is still read; writing it
+    // fails with SQLite's own "readonly database" error.
+    if (file.exists() && (!file.isWritable() || !QFileInfo(file.absolutePath()).isWritable())) {
+        m_database = std::make_unique<SQLiteDatabase>(databasePath, SQLiteDatabase::Mode::ReadOnly);
+        m_readOnly = true;
+        return;
+    }
     // Opening also creates the folder, where the lock file goes. Switching a new file to WAL
     // fails at once, without SQLite's busy wait, while another process sets up or writes the
     // same index: the setup therefore waits for the other process's lock.
     auto database = std::make_unique<SQLiteDatabase>(databasePath);
     const IndexFileLock lock(databasePath);
     m_database = std::move(database);
+    std::optional<QString> damage = damageOf(databasePath);
+    if (!damage) {
+        try {
+            migrate();
+            return;
+        } catch (const SQLiteError &error) {
+            if (!m_database->lastErrorIsDamage())
+                throw;
+            damage = error.message();
+        }
+    }
+    // A damaged file would fail every later run: it is kept for inspection under another name
+    // and the index is built anew.
+    m_database.reset();
+    const QString aside = databasePath + QStringLiteral(".corrupt-")
+        + QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'"));
+    if (!QFile::rename(databasePath, aside)) {
+        throw SQLiteError::open(QStringLiteral("the index file \"%1\" is damaged (%2) and could "
+                                               "not be moved aside")
+                                    .arg(databasePath, *damage));
+    }
+    for (const char *suffix : {"-wal", "-shm"})
+        QFile::rename(databasePath + QLatin1String(suffix), aside + QLatin1String(suffix));
+    m_notice = QStringLiteral("The index file \"%1\" was damaged (%2); it was moved to \"%3\" "
+                              "and the index is built anew.")
+                   .arg(databasePath, *damage, aside);
+    m_database = std::make_unique<SQLiteDatabase>(databasePath);
     migrate();
+}
+
+std::optional<QString> RepositoryIndex::takeNotice()
+{
+    std::lock_guard lock(m_mutex);
+    return std::exchange(m_notice, std::nullopt);
+}
+
+std::optional<QString> RepositoryIndex::damageOf(const QString &databasePath)
+{
+    // What SQLite's own file header says about the file; a file cut short is otherwise found
+    // only by the query that happens to touch a missing page.
+    QFile file(databasePath);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const qint64 size = file.size();
+    if (size == 0)
+        return std::nullopt; // a new file, set up below
+    const QByteArray header = file.read(100);
+    if (header.size() < 100 || !header.startsWith(QByteArrayView("SQLite format 3\0", 16)))
+        return QStringLiteral("file is not a database");
+    const auto word = [&header](int at, int bytes) {
+        quint64 value = 0;
+        for (int i = 0; i < bytes; ++i)
+            value = (value << 8) | quint8(header[at + i]);
+        return value;
+    };
+    const quint64 pageSize = word(16, 2) == 1 ? 65536 : word(16, 2);
+    const quint64 pageCount = word(28, 4);
+    // The page count is trustworthy only when its change counter matches (SQLite 3.7.0 on), and
+    // only without a write-ahead log, from which SQLite completes an interrupted checkpoint.
+    const bool countValid = pageCount > 0 && word(24, 4) == word(92, 4)
+        && QFileInfo(databasePath + QStringLiteral("-wal")).size() == 0;
+    if (countValid && quint64(size) < pageCount * pageSize)
+        return QStringLiteral("file is truncated: %1 of %2 bytes")
+            .arg(size)
+            .arg(pageCount * pageSize);
+    return std::nullopt;
 }
 
 RepositoryIndex::~RepositoryIndex() = default;

@@ -126,6 +126,16 @@ public:
     RepositoryIndex &operator=(const RepositoryIndex &) = delete;
 
     QString databasePath() const { return m_databasePath; }
+    /// @brief Opened without write access: reads work, writes fail.
+    bool isReadOnly() const { return m_readOnly; }
+    /**
+     * @brief Once: the message that the file was found damaged on open (not a database, or cut
+     * short), moved aside under a ".corrupt-<time>" name and replaced by a new index.
+     */
+    std::optional<QString> takeNotice();
+    /// @brief Why the file at @p databasePath is no usable index, judged by its header; nothing
+    /// for a sound, empty or absent file.
+    static std::optional<QString> damageOf(const QString &databasePath);
 
     /// @brief The value of a metadata key, absent when there is none.
     std::optional<QString> metadata(const QString &key);
@@ -177,6 +187,8 @@ private:
     void migrate();
 
     QString m_databasePath;
+    bool m_readOnly = false;
+    std::optional<QString> m_notice;
     std::recursive_mutex m_mutex;
     std::unique_ptr<SQLiteDatabase> m_database;
 };

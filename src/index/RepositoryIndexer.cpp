@@ -24,7 +24,8 @@ RepositoryIndexer::RepositoryIndexer(RepositoryIndex &index)
 QString RepositoryIndexer::run(const QStringList &arguments, const QString &repository,
                                const std::optional<QByteArray> &input) const
 {
-    const ProcessResult result = runGitProcess(repository, arguments, {}, input);
+    const ProcessResult result
+        = runGitProcess(repository, arguments, {}, input);
     if (result.exitStatus != 0) {
         throw GitError::commandFailed(nilIfEmpty(QString::fromUtf8(result.standardError))
                                           .value_or(QStringLiteral("Git indexing command failed")));
@@ -80,11 +81,94 @@ QString RepositoryIndexer::fingerprint(const QList<IndexedRef> &refs)
     return RepositoryIndexLocation::stableHash(lines.join(QLatin1Char('\n')));
 }
 
+QString RepositoryIndexer::unreadableDiffsKey()
+{
+    return QStringLiteral("unreadable_diffs");
+}
+
+qint64 RepositoryIndexer::importCommits(const QString &repository, const QStringList &oldestFirst,
+                                        const std::function<void(const IndexedCommit &)> &insert,
+                                        const SynchronizationOptions &options,
+                                        qint64 &imported) const
+{
+    const qint64 total = oldestFirst.size();
+    qsizetype next = 0; // the first commit of oldestFirst not handled yet
+    qint64 unreadable = 0;
+
+    // Runs `git log` over oldestFirst[from, to) and hands over each commit it prints whole.
+    // Records come out in the order given (--no-walk=unsorted), so the handled ones are a prefix.
+    const auto runLog = [&](qsizetype from, qsizetype to, const QStringList &logArguments) {
+        QByteArray input;
+        for (qsizetype i = from; i < to; ++i)
+            input.append(oldestFirst[i].toLatin1()).append('\n');
+        CommitLogParser parser([&](IndexedCommit &&commit) {
+            if (options.isCancelled && options.isCancelled())
+                throw SynchronizationCancelled();
+            const qsizetype position = oldestFirst.indexOf(commit.sha, next);
+            if (position < 0 || position >= to)
+                return;
+            next = position + 1;
+            insert(commit);
+            ++imported;
+            if (options.progress)
+                options.progress(imported, total);
+        });
+        QStringList arguments {QStringLiteral("log"), QStringLiteral("--no-walk=unsorted"),
+                               QStringLiteral("--stdin")};
+        arguments << logArguments;
+        const ProcessResult result = runGitProcess(
+            repository, arguments,
+            [&parser](const char *data, qsizetype size) { parser.feed(data, size); }, input);
+        // A failed run may have printed part of the commit it failed on: that one is dropped.
+        if (result.exitStatus == 0)
+            parser.finish();
+        return result;
+    };
+
+    while (next < total) {
+        const ProcessResult result = runLog(next, total, CommitLogParser::logArguments());
+        if (result.exitStatus == 0)
+            break;
+        // git stops at the first commit whose diff it cannot read (a missing blob in a damaged
+        // or partial clone). That commit alone is tried again, then without line counts, then
+        // without rename detection; the rest of the history continues with full diffs.
+        const qsizetype failing = next;
+        if (runLog(failing, failing + 1, CommitLogParser::logArguments()).exitStatus == 0
+            && next > failing)
+            continue;
+        ProcessResult degraded
+            = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(true));
+        if (degraded.exitStatus != 0 || next == failing)
+            degraded
+                = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(false));
+        if (degraded.exitStatus != 0 || next == failing) {
+            throw GitError::commandFailed(
+                nilIfEmpty(QString::fromUtf8(result.standardError))
+                    .value_or(QStringLiteral("Git indexing command failed")));
+        }
+        ++unreadable;
+    }
+    return unreadable;
+}
+
 RepositorySynchronization RepositoryIndexer::synchronize(const QString &repository,
                                                          const SynchronizationOptions &options)
 {
     std::lock_guard guard(m_mutex);
     const IndexFileLock processLock(m_index.databasePath());
+    // A cancelled run also ends the git it is waiting for, however long that would take.
+    const ScopedProcessCancellation cancellation(options.isCancelled);
+    try {
+        return synchronizeLocked(repository, options);
+    } catch (const ProcessCancelled &) {
+        throw SynchronizationCancelled();
+    }
+}
+
+RepositorySynchronization
+RepositoryIndexer::synchronizeLocked(const QString &repository,
+                                     const SynchronizationOptions &options)
+{
 
     const QList<IndexedRef> refs = parseRefs(run(
         {QStringLiteral("for-each-ref"),
@@ -97,26 +181,25 @@ RepositorySynchronization RepositoryIndexer::synchronize(const QString &reposito
         = m_index.metadata(QStringLiteral("ref_fingerprint"));
 
     // rev-list prints newest first; reversed, it is the order `git log --all --reverse` shows.
-    const QStringList reachableNewestFirst
-        = nonEmptyLines(run({QStringLiteral("rev-list"), QStringLiteral("--all")}, repository));
+    const QStringList reachableNewestFirst = nonEmptyLines(run(
+        QStringList {QStringLiteral("rev-list")} + GitService().allRefs(repository), repository));
     QSet<QString> reachable;
     reachable.reserve(reachableNewestFirst.size());
     for (const QString &sha : reachableNewestFirst)
         reachable.insert(sha.trimmed());
     const QSet<QString> stored = m_index.storedCommitHashes();
 
-    QByteArray missingOldestFirst;
-    qint64 missingCount = 0;
+    QStringList missingOldestFirst;
     for (auto it = reachableNewestFirst.crbegin(); it != reachableNewestFirst.crend(); ++it) {
         const QString sha = it->trimmed();
-        if (stored.contains(sha))
-            continue;
-        missingOldestFirst.append(sha.toLatin1()).append('\n');
-        ++missingCount;
+        if (!stored.contains(sha))
+            missingOldestFirst.append(sha);
     }
+    const qint64 storedUnreadable
+        = m_index.metadata(unreadableDiffsKey()).value_or(QString()).toLongLong();
 
-    if (storedFingerprint && *storedFingerprint == newFingerprint && missingCount == 0)
-        return {0, m_index.snapshot(), true};
+    if (storedFingerprint && *storedFingerprint == newFingerprint && missingOldestFirst.isEmpty())
+        return {0, m_index.snapshot(), true, storedUnreadable, m_index.takeNotice()};
 
     RepositoryIndexBatch batch;
     batch.reachableSHAs = reachable;
@@ -125,34 +208,17 @@ RepositorySynchronization RepositoryIndexer::synchronize(const QString &reposito
     batch.indexedAt = QDateTime::currentMSecsSinceEpoch() / 1000.0;
 
     qint64 imported = 0;
+    qint64 unreadable = 0;
     const auto importMissing = [&](const std::function<void(const IndexedCommit &)> &insert) {
-        if (missingCount == 0)
-            return;
-        CommitLogParser parser([&](IndexedCommit &&commit) {
-            if (options.isCancelled && options.isCancelled())
-                throw SynchronizationCancelled();
-            insert(commit);
-            ++imported;
-            if (options.progress)
-                options.progress(imported, missingCount);
-        });
-        QStringList arguments {QStringLiteral("log"), QStringLiteral("--no-walk=unsorted"),
-                               QStringLiteral("--stdin")};
-        arguments << CommitLogParser::logArguments();
-        const ProcessResult result = runGitProcess(
-            repository, arguments,
-            [&parser](const char *data, qsizetype size) { parser.feed(data, size); },
-            missingOldestFirst);
-        if (result.exitStatus != 0) {
-            throw GitError::commandFailed(
-                nilIfEmpty(QString::fromUtf8(result.standardError))
-                    .value_or(QStringLiteral("Git indexing command failed")));
-        }
-        parser.finish();
+        if (!missingOldestFirst.isEmpty())
+            unreadable = importCommits(repository, missingOldestFirst, insert, options, imported);
+        if (unreadable > 0)
+            m_index.setMetadata(QString::number(storedUnreadable + unreadable),
+                                unreadableDiffsKey());
     };
 
     const RepositoryIndexSnapshot snapshot = m_index.apply(batch, importMissing);
-    return {imported, snapshot, false};
+    return {imported, snapshot, false, storedUnreadable + unreadable, m_index.takeNotice()};
 }
 
 } // namespace strataloom

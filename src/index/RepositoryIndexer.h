@@ -9,6 +9,7 @@
 #include <exception>
 #include <functional>
 #include <mutex>
+#include <optional>
 
 namespace strataloom {
 
@@ -18,6 +19,12 @@ struct RepositorySynchronization
     qint64 importedCommits = 0; ///< commits written by this run
     RepositoryIndexSnapshot snapshot;
     bool wasUpToDate = false; ///< nothing changed, nothing was written
+    /// @brief Stored commits whose diff git could not read (missing objects): their changes are
+    /// stored without line counts. Counted over the whole index, not this run only.
+    qint64 unreadableDiffs = 0;
+    /// @brief Said once, by the first run after it happened: the damaged index file that was
+    /// moved aside and where it went.
+    std::optional<QString> notice;
 
     bool operator==(const RepositorySynchronization &) const = default;
 };
@@ -31,7 +38,7 @@ public:
 
 struct SynchronizationOptions
 {
-    /// @brief Asked before each new commit is imported; true stops the run.
+    /// @brief Asked before each new commit is imported and while git runs; true stops the run.
     std::function<bool()> isCancelled;
     /// @brief Told after each imported commit: how many so far, of how many in all.
     std::function<void(qint64 imported, qint64 total)> progress;
@@ -62,10 +69,19 @@ public:
     static QList<IndexedRef> parseRefs(const QString &output);
     /// @brief FNV-1a over the sorted "kind:name:target" lines of @p refs.
     static QString fingerprint(const QList<IndexedRef> &refs);
+    /// @brief The metadata key of RepositorySynchronization::unreadableDiffs.
+    static QString unreadableDiffsKey();
 
 private:
     QString run(const QStringList &arguments, const QString &repository,
                 const std::optional<QByteArray> &input = std::nullopt) const;
+    RepositorySynchronization synchronizeLocked(const QString &repository,
+                                                const SynchronizationOptions &options);
+    /// @brief Streams the commits @p oldestFirst into @p insert; returns how many of them had
+    /// a diff that could not be read.
+    qint64 importCommits(const QString &repository, const QStringList &oldestFirst,
+                         const std::function<void(const IndexedCommit &)> &insert,
+                         const SynchronizationOptions &options, qint64 &imported) const;
 
     RepositoryIndex &m_index;
     std::mutex m_mutex;

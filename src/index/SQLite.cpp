@@ -1,6 +1,7 @@
 #include "index/SQLite.h"
 
 #include <QFileInfo>
+#include <QUrl>
 
 #include <sqlite3.h>
 
@@ -166,18 +167,26 @@ int SQLiteStatement::columnCount() const
 
 // Database
 
-SQLiteDatabase::SQLiteDatabase(const QString &path)
+SQLiteDatabase::SQLiteDatabase(const QString &path, Mode mode)
 {
-    const QString folder = QFileInfo(path).absolutePath();
-    std::error_code error;
-    std::filesystem::create_directories(std::filesystem::path(folder.toStdString()), error);
-    if (error)
-        throw FileSystemError(folder, QString::fromStdString(error.message()));
+    QByteArray name = path.toUtf8();
+    int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+    if (mode == Mode::ReadWrite) {
+        const QString folder = QFileInfo(path).absolutePath();
+        std::error_code error;
+        std::filesystem::create_directories(std::filesystem::path(folder.toStdString()), error);
+        if (error)
+            throw FileSystemError(folder, QString::fromStdString(error.message()));
+    } else {
+        // Immutable: a write-ahead-log database is read without its shared-memory file, which a
+        // folder without write access could not hold.
+        name = "file:" + QUrl::toPercentEncoding(QFileInfo(path).absoluteFilePath(), "/")
+            + "?immutable=1";
+        flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_FULLMUTEX;
+    }
 
     sqlite3 *handle = nullptr;
-    const int result = sqlite3_open_v2(
-        path.toUtf8().constData(), &handle,
-        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);
+    const int result = sqlite3_open_v2(name.constData(), &handle, flags, nullptr);
     if (result != SQLITE_OK) {
         const QString message = handle ? QString::fromUtf8(sqlite3_errmsg(handle))
                                        : QStringLiteral("Unknown SQLite error");
@@ -197,6 +206,12 @@ SQLiteDatabase::~SQLiteDatabase()
 QString SQLiteDatabase::errorMessage() const
 {
     return connectionMessage(m_handle);
+}
+
+bool SQLiteDatabase::lastErrorIsDamage() const
+{
+    const int code = sqlite3_errcode(m_handle) & 0xff;
+    return code == SQLITE_NOTADB || code == SQLITE_CORRUPT;
 }
 
 void SQLiteDatabase::execute(const QString &sql)

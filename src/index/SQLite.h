@@ -125,7 +125,12 @@ private:
 class SQLiteDatabase
 {
 public:
-    explicit SQLiteDatabase(const QString &path);
+    enum class Mode {
+        ReadWrite, ///< read-write, created when absent, its folders too
+        ReadOnly, ///< an existing file that nobody changes meanwhile: nothing is created or locked
+    };
+
+    explicit SQLiteDatabase(const QString &path, Mode mode = Mode::ReadWrite);
     SQLiteDatabase(const SQLiteDatabase &) = delete;
     SQLiteDatabase &operator=(const SQLiteDatabase &) = delete;
     ~SQLiteDatabase();
@@ -136,6 +141,8 @@ public:
     SQLiteStatement statement(const QString &sql);
 
     sqlite3 *handle() const { return m_handle; }
+    /// @brief True when the last failure said the file is no database or a damaged one.
+    bool lastErrorIsDamage() const;
 
 private:
     QString errorMessage() const;

@@ -8,7 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <future>
+#include <optional>
+#include <thread>
 #include <vector>
 
 using namespace strataloom;
@@ -172,4 +176,61 @@ TEST(GitRunner, ThrowingSinkStopsTheChild)
     // `yes` never ends by itself: only killing it lets this call return.
     EXPECT_THROW(runProcess(QStringLiteral("/usr/bin/yes"), {}, options), Enough);
     EXPECT_GT(received, 1024 * 1024);
+}
+
+TEST(GitRunner, CancellationEndsTheChildAndEverythingItStarted)
+{
+    // Each shell writes the pid of a sleeping process it started, then waits in its own way.
+    const struct
+    {
+        const char *name;
+        const char *script;
+    } children[] = {
+        {"waits with its pipes open", "sleep 300 & echo $! > \"$1\"; wait"},
+        {"closed its pipes", "exec >/dev/null 2>&1; sleep 300 & echo $! > \"$1\"; wait"},
+        {"left a grandchild holding the pipes", "sleep 300 & echo $! > \"$1\""},
+    };
+    QTemporaryDir folder;
+    for (const auto &child : children) {
+        SCOPED_TRACE(child.name);
+        const QString pidFile = folder.filePath(QString::fromLatin1(child.name));
+        std::atomic_bool stop = false;
+        const auto started = std::chrono::steady_clock::now();
+        auto run = std::async(std::launch::async, [&] {
+            const ScopedProcessCancellation cancellation([&stop] { return stop.load(); });
+            runProcess(QStringLiteral("/bin/sh"),
+                       {QStringLiteral("-c"), QString::fromLatin1(child.script),
+                        QStringLiteral("sh"), pidFile});
+        });
+        qint64 sleeper = 0;
+        while (sleeper == 0
+               && std::chrono::steady_clock::now() - started < std::chrono::seconds(10)) {
+            QFile file(pidFile);
+            if (file.open(QIODevice::ReadOnly))
+                sleeper = file.readAll().trimmed().toLongLong();
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        ASSERT_GT(sleeper, 0);
+        stop = true;
+        ASSERT_EQ(run.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+        EXPECT_THROW(run.get(), ProcessCancelled);
+        // Killed: gone, or a zombie that init has not reaped yet.
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(sleeper));
+        const QByteArray state = stat.open(QIODevice::ReadOnly) ? stat.readAll() : QByteArray();
+        EXPECT_TRUE(state.isEmpty() || state.contains(") Z")) << state.toStdString();
+    }
+}
+
+TEST(GitRunner, RunsWithoutCancellationOrWithAnUnsetOneFinishNormally)
+{
+    for (const bool install : {false, true}) {
+        std::optional<ScopedProcessCancellation> cancellation;
+        if (install)
+            cancellation.emplace(std::function<bool()>());
+        const ProcessResult result
+            = runProcess(QStringLiteral("/bin/sh"),
+                         {QStringLiteral("-c"), QStringLiteral("sleep 0.2; echo done")});
+        EXPECT_EQ(result.exitStatus, 0) << install;
+        EXPECT_EQ(result.standardOutput, QByteArray("done\n")) << install;
+    }
 }

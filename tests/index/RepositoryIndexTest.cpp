@@ -635,29 +635,6 @@ TEST_F(RepositoryIndexTest, StreamedCommitsAreWrittenLikeListedOnes)
 
 // Bad storage
 
-TEST_F(RepositoryIndexTest, GarbageFileIsReportedAndLeftAlone)
-{
-    QByteArray garbage;
-    for (int number = 0; number < 8192; ++number)
-        garbage.append(char((number * 7919) % 251));
-    ASSERT_TRUE(QDir().mkpath(QFileInfo(databasePath()).path()));
-    QFile file(databasePath());
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(garbage);
-    file.close();
-
-    try {
-        RepositoryIndex index(databasePath());
-        FAIL() << "garbage was opened as an index";
-    } catch (const SQLiteError &error) {
-        EXPECT_EQ(error.description(),
-                  QStringLiteral("SQLite execution failed: file is not a database "
-                                 "[PRAGMA journal_mode = WAL]"));
-    }
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), garbage);
-}
-
 TEST_F(RepositoryIndexTest, BaseFolderUnderARegularFileNamesTheFolder)
 {
     QFile blocker(m_folder.filePath("blocker"));

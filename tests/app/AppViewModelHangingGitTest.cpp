@@ -1,0 +1,98 @@
+// Loads whose git never answers: a newer open must not wait for them, and their git ends.
+#include "ModelTestSupport.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace strataloom;
+
+namespace {
+
+// Alive means running: a killed process that nobody has reaped yet is a zombie, not alive.
+bool isRunning(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray text = stat.readAll();
+    const qsizetype state = text.lastIndexOf(')') + 2;
+    return state < text.size() && text[state] != 'Z' && text[state] != 'X';
+}
+
+QList<qint64> pidsIn(const QString &path)
+{
+    QFile file(path);
+    QList<qint64> pids;
+    if (!file.open(QIODevice::ReadOnly))
+        return pids;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (!line.trimmed().isEmpty())
+            pids << line.trimmed().toLongLong();
+    }
+    return pids;
+}
+
+} // namespace
+
+class AppViewModelHangingGitTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void supersededLoadsOfAHangingGitEndAndDoNotBlockTheNextOpen();
+};
+
+void AppViewModelHangingGitTest::supersededLoadsOfAHangingGitEndAndDoNotBlockTheNextOpen()
+{
+    FixtureRepository hanging;
+    hanging.write(QStringLiteral("a.txt"), "a\n");
+    hanging.commit(QStringLiteral("hangs"));
+    FixtureRepository answering;
+    answering.write(QStringLiteral("b.txt"), "b\n");
+    answering.commit(QStringLiteral("answers"));
+
+    // git for the first repository never answers; for every other it is the real one.
+    QTemporaryDir folder;
+    const QString pids = folder.filePath(QStringLiteral("pids"));
+    const QString script = folder.filePath(QStringLiteral("git"));
+    {
+        QFile file(script);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("#!/bin/sh\n"
+                   "case \"$*\" in *\""
+                   + hanging.path().toUtf8()
+                   + "\"*)\n"
+                     "    echo $$ >> \""
+                   + pids.toUtf8()
+                   + "\"; exec sleep 300;;\n"
+                     "esac\n"
+                     "exec /usr/bin/git \"$@\"\n");
+        file.setPermissions(file.permissions() | QFile::ExeOwner);
+    }
+    qputenv("STRATALOOM_GIT", QFile::encodeName(script));
+
+    ModelHarness harness;
+    AppViewModel &model = harness.model();
+    // More superseded loads than the background pool has threads: none of them may keep one.
+    model.openRepository(hanging.path());
+    QVERIFY(QTest::qWaitFor([&] { return !pidsIn(pids).isEmpty(); }, 10000));
+    for (int i = 0; i < 40; ++i)
+        model.openRepository(hanging.path());
+    model.openRepository(answering.path());
+    const bool settled = settle(model, 30000);
+    qunsetenv("STRATALOOM_GIT");
+    QVERIFY(settled);
+
+    QVERIFY(model.repository());
+    QCOMPARE(model.repository()->path, answering.path());
+    QVERIFY(!model.errorMessage());
+    QVERIFY(!model.isLoading());
+    const QList<qint64> started = pidsIn(pids);
+    QVERIFY(!started.isEmpty());
+    QVERIFY(QTest::qWaitFor([&] { return std::none_of(started.begin(), started.end(), isRunning); },
+                            5000));
+}
+
+STRATALOOM_MODEL_TEST_MAIN(AppViewModelHangingGitTest)
+#include "AppViewModelHangingGitTest.moc"

@@ -1,0 +1,288 @@
+// Histories that git itself accepts but that are unusual: dates it cannot format, paths it would
+// quote, names that look like patterns and refs whose names it refuses.
+#include "OddHistory.h"
+#include "TestRepository.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+using namespace strataloom;
+
+namespace {
+
+struct OddDate
+{
+    const char *raw; ///< as stored in the commit object
+    qint64 seconds; ///< the instant shown; 0: no date
+    const char *authorDay; ///< the day in the author's own zone; nullptr: none
+};
+
+// Years from 10000 on, instants before 1970 (also only in the author's zone) and zones beyond
+// what a clock can show.
+const OddDate oddDates[] = {
+    {"1700000000 +0100", 1700000000, "2023-11-14"},
+    {"253402300800 +0000", 0, nullptr},
+    {"253402300799 +0000", 253402300799, "9999-12-31"},
+    {"-1 +0000", 0, nullptr},
+    {"-100000 +0100", 0, nullptr},
+    {"0 -1400", 0, nullptr},
+    {"40000 -1400", 40000, "1969-12-31"},
+    {"1700000000 +9999", 1700000000, "2023-11-19"},
+};
+
+// One commit per odd date on main, each changing notes.txt; a branch b<n> at commit n.
+QStringList buildOddDates(TestRepository &repository)
+{
+    QStringList dates;
+    for (const OddDate &odd : oddDates)
+        dates << QString::fromLatin1(odd.raw);
+    return writeRawDateHistory(repository, dates);
+}
+
+QDateTime expectedDate(const OddDate &odd)
+{
+    return odd.seconds > 0 ? QDateTime::fromSecsSinceEpoch(odd.seconds, Qt::UTC) : QDateTime();
+}
+
+QString seconds(const QDateTime &date)
+{
+    return date.isValid() ? QString::number(date.toSecsSinceEpoch()) : QStringLiteral("none");
+}
+
+} // namespace
+
+TEST(OddHistory, EveryCommitIsListedWithItsDateOrWithoutOne)
+{
+    TestRepository repository;
+    buildOddDates(repository);
+    GitService git;
+
+    const QList<CommitRecord> commits = git.loadCommits(repository.path(), 300);
+    ASSERT_EQ(commits.size(), qsizetype(std::size(oddDates)));
+    for (size_t i = 0; i < std::size(oddDates); ++i) {
+        // Newest first.
+        const CommitRecord &commit = commits[qsizetype(std::size(oddDates) - 1 - i)];
+        EXPECT_EQ(commit.subject, QStringLiteral("odd %1").arg(i));
+        EXPECT_EQ(seconds(commit.date), seconds(expectedDate(oddDates[i]))) << oddDates[i].raw;
+        EXPECT_EQ(commit.filesChanged, 1) << oddDates[i].raw;
+    }
+
+    const QList<BranchRecord> branches = git.loadBranches(repository.path());
+    for (size_t i = 0; i < std::size(oddDates); ++i) {
+        const auto branch = std::find_if(branches.cbegin(), branches.cend(), [i](const auto &b) {
+            return b.name == QStringLiteral("b%1").arg(i);
+        });
+        ASSERT_NE(branch, branches.cend()) << oddDates[i].raw;
+        EXPECT_EQ(seconds(branch->lastCommitDate.value_or(QDateTime())),
+                  seconds(expectedDate(oddDates[i])))
+            << oddDates[i].raw;
+    }
+}
+
+TEST(OddHistory, DetailsCountCommitsWithoutDateButDateOnlyTheOthers)
+{
+    TestRepository repository;
+    buildOddDates(repository);
+    GitService git;
+    qint64 first = std::numeric_limits<qint64>::max();
+    qint64 last = 0;
+    int dated = 0;
+    for (const OddDate &odd : oddDates) {
+        if (odd.seconds > 0) {
+            first = std::min(first, odd.seconds);
+            last = std::max(last, odd.seconds);
+            ++dated;
+        }
+    }
+
+    const FileDetails file = git.loadFileDetails(repository.path(), QStringLiteral("notes.txt"));
+    EXPECT_EQ(file.commitCount, int(std::size(oddDates)));
+    EXPECT_EQ(seconds(file.firstCommitDate.value_or(QDateTime())), QString::number(first));
+    EXPECT_EQ(seconds(file.lastCommitDate.value_or(QDateTime())), QString::number(last));
+
+    const AuthorDetails author = git.loadAuthorDetails(repository.path(), QStringLiteral("Odd"));
+    EXPECT_EQ(author.commits, int(std::size(oddDates)));
+    EXPECT_EQ(author.emails, QStringList {QStringLiteral("odd@example.com")});
+    int counted = 0;
+    for (const ActivityPoint &point : author.activity)
+        counted += point.count;
+    EXPECT_EQ(counted, dated);
+
+    const RepositorySummary summary = git.loadSummary(repository.path());
+    EXPECT_EQ(summary.commitCount, int(std::size(oddDates)));
+    EXPECT_EQ(seconds(summary.latestCommitDate.value_or(QDateTime())),
+              seconds(expectedDate(oddDates[std::size(oddDates) - 1])));
+}
+
+TEST(OddHistory, ActivityCountsEachDatedCommitOnItsAuthorsDay)
+{
+    TestRepository repository;
+    buildOddDates(repository);
+    // Far enough back for every dated commit; the count of months alone must not empty the list.
+    const QList<ActivityPoint> points = GitService().loadActivity(repository.path(), 100000);
+    QMap<QString, int> expected;
+    for (const OddDate &odd : oddDates) {
+        if (odd.authorDay)
+            ++expected[QString::fromLatin1(odd.authorDay)];
+    }
+    QMap<QString, int> actual;
+    for (const ActivityPoint &point : points)
+        actual[point.date.toLocalTime().date().toString(Qt::ISODate)] += point.count;
+    EXPECT_EQ(actual, expected);
+}
+
+TEST(OddHistory, ActivityReachesBackBefore1970)
+{
+    TestRepository repository;
+    repository.setDate(QStringLiteral("1990-05-01T12:00:00Z"));
+    repository.write(QStringLiteral("a.txt"), "a\n");
+    repository.commit(QStringLiteral("old"));
+    const struct
+    {
+        int months;
+        int expectedCommits;
+    } cases[] = {{12, 0}, {700, 1}, {5000, 1}, {2147483647, 1}};
+    for (const auto &c : cases) {
+        int commits = 0;
+        for (const ActivityPoint &point : GitService().loadActivity(repository.path(), c.months))
+            commits += point.count;
+        EXPECT_EQ(commits, c.expectedCommits) << c.months << " months";
+    }
+}
+
+TEST(OddHistory, PathsComeOutAsNamedInFilesChangesAndFile)
+{
+    TestRepository repository;
+    const QStringList names {
+        QStringLiteral("new\nline.txt"),        QStringLiteral("tab\there.txt"),
+        QStringLiteral("q\"uote.txt"),          QStringLiteral("back\\slash.txt"),
+        QStringLiteral("caf\u00e9 \u2192.txt"), QStringLiteral("plain.txt")};
+    for (qsizetype i = 0; i < names.size(); ++i)
+        repository.write(names[i], QByteArray::number(i) + " some text that stays the same\n");
+    const QString added = repository.commit(QStringLiteral("add"));
+    repository.git({QStringLiteral("mv"), names[1], QStringLiteral("moved\ttab.txt")});
+    const QString moved = repository.commit(QStringLiteral("move"));
+    GitService git;
+
+    QStringList listed;
+    for (const FileRecord &file : git.loadFiles(repository.path()))
+        listed << file.path;
+    QStringList expectedNow = names;
+    expectedNow.replace(1, QStringLiteral("moved\ttab.txt"));
+    std::sort(expectedNow.begin(), expectedNow.end());
+    std::sort(listed.begin(), listed.end());
+    EXPECT_EQ(listed, expectedNow);
+
+    QStringList changed;
+    for (const CommitFileChange &change : git.loadCommitChanges(repository.path(), added)) {
+        EXPECT_EQ(change.status, QStringLiteral("A"));
+        changed << change.path;
+    }
+    QStringList expectedAdded = names;
+    std::sort(expectedAdded.begin(), expectedAdded.end());
+    std::sort(changed.begin(), changed.end());
+    EXPECT_EQ(changed, expectedAdded);
+
+    const QList<CommitFileChange> renamed = git.loadCommitChanges(repository.path(), moved);
+    ASSERT_EQ(renamed.size(), 1);
+    EXPECT_TRUE(renamed[0].status.startsWith(QLatin1Char('R')));
+    EXPECT_EQ(renamed[0].path, names[1] + QStringLiteral(" \u2192 moved\ttab.txt"));
+
+    // The moved file's history follows it back through the rename.
+    for (const QString &name : expectedNow) {
+        const int commits = name == QStringLiteral("moved\ttab.txt") ? 2 : 1;
+        EXPECT_EQ(git.loadFileDetails(repository.path(), name).commitCount, commits)
+            << name.toStdString();
+    }
+}
+
+TEST(OddHistory, AuthorNamesAreMatchedLiterally)
+{
+    TestRepository repository;
+    const struct
+    {
+        QString name;
+        int commits;
+    } authors[] = {{QStringLiteral("dependabot[bot]"), 2},
+                   {QStringLiteral("dependabotb"), 1},
+                   {QStringLiteral("a.b+c*"), 1},
+                   {QStringLiteral("axxbbbc"), 3},
+                   {QStringLiteral("-n"), 1}};
+    int serial = 0;
+    for (const auto &author : authors) {
+        for (int i = 0; i < author.commits; ++i) {
+            repository.write(QStringLiteral("f.txt"), QByteArray::number(++serial));
+            repository.commit(QStringLiteral("c%1").arg(serial), author.name,
+                              QStringLiteral("bot%1@example.com").arg(serial));
+        }
+    }
+    for (const auto &author : authors) {
+        EXPECT_EQ(GitService().loadAuthorDetails(repository.path(), author.name).commits,
+                  author.commits)
+            << author.name.toStdString();
+    }
+}
+
+TEST(OddHistory, FilePathsAreLiteralNotPathspecs)
+{
+    // The runner's environment makes every path literal for git; set here as well so that this
+    // table checks the loaders' part whatever the environment of the process.
+    qputenv("GIT_LITERAL_PATHSPECS", "1");
+    TestRepository repository;
+    const struct
+    {
+        QString path;
+        int commits;
+    } files[] = {{QStringLiteral("[ab].txt"), 1},   {QStringLiteral("a.txt"), 2},
+                 {QStringLiteral(":x"), 1},         {QStringLiteral(":(glob)**/*.c"), 1},
+                 {QStringLiteral("lib/deep.c"), 1}, {QStringLiteral("--output=o"), 1},
+                 {QStringLiteral("*.c"), 1}};
+    int serial = 0;
+    for (const auto &file : files) {
+        for (int i = 0; i < file.commits; ++i) {
+            // "./": Qt reads a name that begins with ":" as one of its resources.
+            repository.write(QStringLiteral("./") + file.path, QByteArray::number(++serial));
+            repository.commit(QStringLiteral("c%1").arg(serial));
+        }
+    }
+    for (const auto &file : files) {
+        EXPECT_EQ(GitService().loadFileDetails(repository.path(), file.path).commitCount,
+                  file.commits)
+            << file.path.toStdString();
+    }
+    qunsetenv("GIT_LITERAL_PATHSPECS");
+}
+
+TEST(OddHistory, RefsWithRefusedNamesAreSkippedEverywhere)
+{
+    for (const QString &refused : refusedRefNames()) {
+        SCOPED_TRACE(refused.toStdString());
+        TestRepository repository;
+        repository.write(QStringLiteral("a.txt"), "a\n");
+        const QString commit = repository.commit(QStringLiteral("findable subject"));
+        repository.git({QStringLiteral("tag"), QStringLiteral("v1")});
+        writeRefFile(repository, refused, commit);
+        GitService git;
+
+        const QList<GraphCommitRecord> graph = git.loadGraph(repository.path(), 500);
+        ASSERT_EQ(graph.size(), 1);
+        EXPECT_EQ(graph[0].shortHash, commit.left(graph[0].shortHash.size()));
+        EXPECT_TRUE(graph[0].decorations.contains(QStringLiteral("v1")));
+        EXPECT_EQ(git.searchCommits(repository.path(), QStringLiteral("findable")).size(), 1);
+        EXPECT_EQ(git.loadAuthorDetails(repository.path(), QStringLiteral("Ada")).commits, 1);
+        QStringList branches;
+        for (const BranchRecord &branch : git.loadBranches(repository.path()))
+            branches << branch.name;
+        EXPECT_EQ(branches, QStringList {QStringLiteral("main")});
+        QStringList tags;
+        for (const TagRecord &tag : git.loadTags(repository.path()))
+            tags << tag.name;
+        EXPECT_EQ(tags, QStringList {QStringLiteral("v1")});
+    }
+}

@@ -1,0 +1,78 @@
+#pragma once
+
+// Fixture pieces for histories that git reads but would never write itself: commit objects with
+// any raw date, and ref files with names git refuses.
+
+#include "TestGit.h"
+#include "TestRepository.h"
+#include "git/GitProcess.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+/// @brief Writes a commit of @p tree (after @p parent, when given) whose author and committer
+/// date is the raw "<seconds> <zone>" @p date, byte for byte; returns its hash.
+inline QString writeRawCommit(const TestRepository &repository, const QString &tree,
+                              const QString &parent, const QString &date, const QString &subject)
+{
+    QByteArray object = "tree " + tree.toUtf8() + '\n';
+    if (!parent.isEmpty())
+        object += "parent " + parent.toUtf8() + '\n';
+    object += "author Odd Date <odd@example.com> " + date.toUtf8() + '\n';
+    object += "committer Odd Date <odd@example.com> " + date.toUtf8() + "\n\n";
+    object += subject.toUtf8() + '\n';
+    strataloom::ProcessOptions options;
+    options.environment = testGitEnvironment(QStringLiteral("2024-01-01T10:00:00Z"));
+    options.input = object;
+    const strataloom::ProcessResult result = strataloom::runProcess(
+        QStringLiteral("/usr/bin/git"),
+        testGitArguments(repository.path(),
+                         {QStringLiteral("hash-object"), QStringLiteral("-t"),
+                          QStringLiteral("commit"), QStringLiteral("--stdin"),
+                          QStringLiteral("-w")}),
+        options);
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError.toStdString();
+    return QString::fromUtf8(result.standardOutput).trimmed();
+}
+
+/// @brief A commit per raw date on main, oldest first, each changing notes.txt, with a branch
+/// "b<n>" at the n-th; returns the hashes.
+inline QStringList writeRawDateHistory(TestRepository &repository, const QStringList &dates)
+{
+    QStringList commits;
+    QString parent;
+    for (qsizetype i = 0; i < dates.size(); ++i) {
+        repository.write(QStringLiteral("notes.txt"), QByteArray::number(i) + '\n');
+        repository.git({QStringLiteral("add"), QStringLiteral("notes.txt")});
+        const QString tree = repository.git({QStringLiteral("write-tree")}).trimmed();
+        parent
+            = writeRawCommit(repository, tree, parent, dates[i], QStringLiteral("odd %1").arg(i));
+        commits << parent;
+        repository.git({QStringLiteral("branch"), QStringLiteral("b%1").arg(i), parent});
+    }
+    repository.git({QStringLiteral("update-ref"), QStringLiteral("refs/heads/main"), parent});
+    return commits;
+}
+
+/// @brief Writes the ref file @p ref (such as "refs/heads/bad name") pointing at @p commit
+/// straight into the git directory, as git itself never would.
+inline void writeRefFile(const TestRepository &repository, const QString &ref,
+                         const QString &commit)
+{
+    const QString file = repository.filePath(QStringLiteral(".git/") + ref);
+    QDir().mkpath(QFileInfo(file).absolutePath());
+    QFile out(file);
+    ASSERT_TRUE(out.open(QIODevice::WriteOnly)) << file.toStdString();
+    out.write(commit.toLatin1() + '\n');
+}
+
+/// @brief Ref names that git refuses: a space, a "~", "..", glob characters, outside heads/tags.
+inline QStringList refusedRefNames()
+{
+    return {QStringLiteral("refs/heads/bad name"), QStringLiteral("refs/heads/main~"),
+            QStringLiteral("refs/tags/x..y"), QStringLiteral("refs/heads/star*[x]"),
+            QStringLiteral("refs/notes/a b")};
+}
