@@ -25,10 +25,8 @@ QString RepositoryIndexer::run(const QStringList &arguments, const QString &repo
                                const std::optional<QByteArray> &input) const
 {
     const ProcessResult result = runGitProcess(repository, arguments, {}, input);
-    if (result.exitStatus != 0) {
-        throw GitError::commandFailed(nilIfEmpty(QString::fromUtf8(result.standardError))
-                                          .value_or(QStringLiteral("Git indexing command failed")));
-    }
+    if (result.exitStatus != 0)
+        throw GitError::commandFailed(result);
     return QString::fromUtf8(result.standardOutput);
 }
 
@@ -143,11 +141,8 @@ RepositorySynchronization RepositoryIndexer::synchronize(const QString &reposito
             repository, arguments,
             [&parser](const char *data, qsizetype size) { parser.feed(data, size); },
             missingOldestFirst);
-        if (result.exitStatus != 0) {
-            throw GitError::commandFailed(
-                nilIfEmpty(QString::fromUtf8(result.standardError))
-                    .value_or(QStringLiteral("Git indexing command failed")));
-        }
+        if (result.exitStatus != 0)
+            throw GitError::commandFailed(result);
         parser.finish();
     };
 
