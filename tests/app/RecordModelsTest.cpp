@@ -13,14 +13,14 @@ namespace {
 
 const QDateTime someDate(QDate(2024, 3, 1), QTime(9, 20, 30), Qt::UTC);
 
-// Two distinct records of each kind: the second leaves every optional field absent.
+// Two distinct records of each kind; the second leaves its optional fields absent, which QML
+// must see as null and hand back as absent.
 template<typename Model, typename Record>
 void exercise(const QList<Record> &records, const char *displayField)
 {
     Model model;
     QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
     QSignalSpy count(&model, &RecordListModel::countChanged);
-    QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
 
     QVERIFY(model.setRecords(records));
     QVERIFY(!model.setRecords(records));
@@ -28,14 +28,12 @@ void exercise(const QList<Record> &records, const char *displayField)
     const QList<Record> reversed(records.crbegin(), records.crend());
     QVERIFY(model.setRecords(reversed));
     QCOMPARE(count.count(), 1);
-    QCOMPARE(reset.count(), 2);
     QCOMPARE(model.count(), records.size());
 
     const QHash<int, QByteArray> names = model.roleNames();
     QCOMPARE(QSet<QByteArray>(names.cbegin(), names.cend()).size(), names.size());
     for (int row = 0; row < model.count(); ++row) {
         const QVariantMap map = model.get(row);
-        QCOMPARE(map.size(), names.size());
         QCOMPARE(map, toVariantMap(reversed.at(row)));
         // What QML hands back is the record the row shows, absent values included.
         QCOMPARE(fromVariantMap<Record>(map), reversed.at(row));
@@ -62,8 +60,7 @@ private Q_SLOTS:
 
 void RecordModelsTest::everyListModelShowsAndHandsBackItsRecords()
 {
-    const QString a = QStringLiteral("a");
-    const QString b = QStringLiteral("b");
+    const QString a = QStringLiteral("a"), b = QStringLiteral("b");
     exercise<CommitListModel>(
         QList<CommitRecord> {{a, a, a, a, someDate, a, a, 1, 2, 3}, {b, b, b, b, {}, b, b, 0, 0, 0}},
         "subject");
@@ -85,27 +82,19 @@ void RecordModelsTest::everyListModelShowsAndHandsBackItsRecords()
 void RecordModelsTest::computedAndAbsentValues()
 {
     GraphListModel graph;
-    graph.setRecords({{QStringLiteral("a1"), {}, QStringLiteral("a"), {}, {}, {}, {}},
-                      {{}, QStringLiteral("|\\"), {}, {}, {}, {}, {}}});
+    graph.setRecords({{QStringLiteral("a1"), {}, QStringLiteral("a"), {}, {}, {}, {}}, {}});
     QCOMPARE(graph.get(0).value(QStringLiteral("isConnector")), QVariant(false));
     QCOMPARE(graph.get(1).value(QStringLiteral("isConnector")), QVariant(true));
 
-    RepositorySummary summary;
-    summary.latestCommitDate = someDate;
-    const QVariantMap map = toVariantMap(summary);
-    QVERIFY(map.value(QStringLiteral("firstCommitDate")).isNull());
-    QVERIFY(map.value(QStringLiteral("remoteURL")).isNull());
-    QCOMPARE(fromVariantMap<RepositorySummary>(map), summary);
-
+    // Insights reach QML as nested maps and lists: an optional record, a period's churn.
     RepositoryAnalyticsInsights insights;
     insights.peakDay = IndexedActivityInsight {QStringLiteral("2024-03-01"), someDate, 3, 10, 2};
     insights.topAuthors = {{QStringLiteral("Ada"), 4, 10, 2, 1.0, someDate, std::nullopt}};
-    const QVariantMap insightMap = toVariantMap(insights);
-    QVERIFY(insightMap.value(QStringLiteral("firstCommitAt")).isNull());
-    QCOMPARE(insightMap.value(QStringLiteral("peakDay")).toMap().value(QStringLiteral("churn")),
+    const QVariantMap map = toVariantMap(insights);
+    QVERIFY(map.value(QStringLiteral("firstCommitAt")).isNull());
+    QCOMPARE(map.value(QStringLiteral("peakDay")).toMap().value(QStringLiteral("churn")),
              QVariant(qint64(12)));
-    const QVariantMap author
-        = insightMap.value(QStringLiteral("topAuthors")).toList().constFirst().toMap();
+    const QVariantMap author = map.value(QStringLiteral("topAuthors")).toList()[0].toMap();
     QCOMPARE(author.value(QStringLiteral("firstCommitAt")).toDateTime(), someDate);
     QVERIFY(author.value(QStringLiteral("lastCommitAt")).isNull());
 }
