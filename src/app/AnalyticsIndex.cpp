@@ -1,10 +1,9 @@
 #include "app/AnalyticsIndex.h"
 
-#include "git/GitProcess.h"
 #include "git/GitService.h"
 #include "index/RepositoryIndexer.h"
 #include "insights/RepositoryInsights.h"
-#include "index/SQLite.h"
+#include "app/RecordModels.h"
 
 namespace strataloom {
 
@@ -37,15 +36,7 @@ QVariantMap AnalyticsIndexState::snapshotMap() const
 {
     if (m_kind != Kind::Ready)
         return {};
-    return {
-        {QStringLiteral("commits"), m_snapshot.commits},
-        {QStringLiteral("authors"), m_snapshot.authors},
-        {QStringLiteral("files"), m_snapshot.files},
-        {QStringLiteral("changes"), m_snapshot.changes},
-        {QStringLiteral("refs"), m_snapshot.refs},
-        {QStringLiteral("lastIndexedAt"),
-         m_snapshot.lastIndexedAt ? QVariant(*m_snapshot.lastIndexedAt) : QVariant()},
-    };
+    return toVariantMap(m_snapshot);
 }
 
 RepositoryIndexingResult indexRepository(const QString &repository,
@@ -72,19 +63,6 @@ RepositoryIndexingResult indexRepository(const QString &repository,
     result.wasUpToDate = synchronization.wasUpToDate;
     result.insights = insights(index);
     return result;
-}
-
-QString userMessage(const std::exception &error)
-{
-    if (const auto *git = dynamic_cast<const GitError *>(&error))
-        return git->description();
-    if (const auto *sqlite = dynamic_cast<const SQLiteError *>(&error))
-        return sqlite->description();
-    if (const auto *launch = dynamic_cast<const ProcessLaunchError *>(&error))
-        return launch->message();
-    if (const auto *fileSystem = dynamic_cast<const FileSystemError *>(&error))
-        return fileSystem->message();
-    return QString::fromUtf8(error.what());
 }
 
 } // namespace strataloom

@@ -2,6 +2,7 @@
 
 #include "insights/InsightRecords.h"
 #include "index/RepositoryIndex.h"
+#include "app/ErrorText.h"
 
 #include <QObject>
 #include <QString>
@@ -91,8 +92,5 @@ using CancellationCheck = std::function<bool()>;
 RepositoryIndexingResult indexRepository(const QString &repository,
                                          const std::optional<QString> &baseDirectory,
                                          const CancellationCheck &isCancelled);
-
-/// @brief The text shown to the user for an exception thrown by the git, index or insight layers.
-QString userMessage(const std::exception &error);
 
 } // namespace strataloom

@@ -1,25 +1,140 @@
 #pragma once
 
-#include "git/GitRecords.h"
-#include "insights/InsightRecords.h"
+#include "git/GitRecordFields.h"
+#include "index/IndexRecordFields.h"
+#include "insights/InsightFields.h"
 #include "app/RepositoryRecords.h"
 
 #include <QAbstractListModel>
 #include <QByteArray>
 #include <QHash>
 #include <QList>
+#include <QStringList>
 #include <QVariant>
+#include <QVariantList>
 #include <QVariantMap>
 
 #include <optional>
+#include <type_traits>
 
 namespace strataloom {
+
+// Records as QML values, derived from their field lists (visitFields): a record is a map keyed
+// by field name (computed fields included), a list a list, an absent value null.
+
+/// @brief T has a field list.
+template<typename T>
+concept HasFields = requires(const T &value) {
+    visitFields(value, [](const char *, const auto &) {});
+};
+
+namespace detail {
+template<typename T> constexpr bool isList = false;
+template<typename T> constexpr bool isList<QList<T>> = true;
+template<typename T> constexpr bool isOptional = false;
+template<typename T> constexpr bool isOptional<std::optional<T>> = true;
+} // namespace detail
+
+template<typename T> QVariant toVariant(const T &value)
+{
+    if constexpr (HasFields<T>) {
+        QVariantMap map;
+        const auto put = [&map](const char *name, const auto &field) {
+            map.insert(QString::fromLatin1(name), toVariant(field));
+        };
+        visitFields(value, put);
+        visitComputedFields(value, put);
+        return map;
+    } else if constexpr (detail::isOptional<T>) {
+        return value ? toVariant(*value) : QVariant();
+    } else if constexpr (std::is_same_v<T, QList<QString>>) {
+        return QVariant(QStringList(value));
+    } else if constexpr (detail::isList<T>) {
+        QVariantList list;
+        list.reserve(value.size());
+        for (const auto &item : value)
+            list.append(toVariant(item));
+        return list;
+    } else {
+        return QVariant::fromValue(value);
+    }
+}
+
+template<HasFields Record> QVariantMap toVariantMap(const Record &record)
+{
+    return toVariant(record).toMap();
+}
+
+/**
+ * @brief The value of type T that @p value holds, the inverse of toVariant().
+ *
+ * A record is read field by field from a map (a row of one of the models below, or a map of
+ * that shape): a missing key leaves the field's empty value; null or missing gives an absent
+ * optional.
+ */
+template<typename T> T fromVariant(const QVariant &value)
+{
+    if constexpr (HasFields<T>) {
+        T record {};
+        const QVariantMap map = value.toMap();
+        visitFields(record, [&map](const char *name, auto &field) {
+            field = fromVariant<std::remove_cvref_t<decltype(field)>>(
+                map.value(QString::fromLatin1(name)));
+        });
+        return record;
+    } else if constexpr (detail::isOptional<T>) {
+        if (!value.isValid() || value.isNull())
+            return std::nullopt;
+        return fromVariant<typename T::value_type>(value);
+    } else if constexpr (std::is_same_v<T, QList<QString>>) {
+        return value.toStringList();
+    } else if constexpr (detail::isList<T>) {
+        T list;
+        for (const QVariant &item : value.toList())
+            list.append(fromVariant<typename T::value_type>(item));
+        return list;
+    } else {
+        return value.value<T>();
+    }
+}
+
+template<HasFields Record> Record fromVariantMap(const QVariantMap &map)
+{
+    return fromVariant<Record>(map);
+}
+
+// Records handed back from QML by the application's operations.
+inline CommitRecord commitFromVariantMap(const QVariantMap &map)
+{
+    return fromVariantMap<CommitRecord>(map);
+}
+inline BranchRecord branchFromVariantMap(const QVariantMap &map)
+{
+    return fromVariantMap<BranchRecord>(map);
+}
+inline FileRecord fileFromVariantMap(const QVariantMap &map)
+{
+    return fromVariantMap<FileRecord>(map);
+}
+inline AuthorStat authorFromVariantMap(const QVariantMap &map)
+{
+    return fromVariantMap<AuthorStat>(map);
+}
+inline RecentRepository recentFromVariantMap(const QVariantMap &map)
+{
+    return fromVariantMap<RecentRepository>(map);
+}
+inline DiscoveredRepository discoveredFromVariantMap(const QVariantMap &map)
+{
+    return fromVariantMap<DiscoveredRepository>(map);
+}
 
 /**
  * @brief A list of records shown by QML views: one row per record, one role per field.
  *
- * The role names are the records' field names; get() gives a whole row as a map with the same
- * keys, which is also what the model's operations accept back from QML.
+ * One role per field (visitFields, then visitComputedFields), named after it, in the record's
+ * order; get() gives a whole row as a map with the same keys, which is also what the
+ * application's operations accept back from QML.
  */
 class RecordListModel : public QAbstractListModel
 {
@@ -39,19 +154,16 @@ protected:
 };
 
 /// @brief A RecordListModel over a list of @p Record values.
-template<typename Record> class RecordList : public RecordListModel
+template<HasFields Record> class RecordList : public RecordListModel
 {
 public:
-    struct Role
-    {
-        QByteArray name;
-        QVariant (*value)(const Record &);
-    };
-
-    RecordList(QList<Role> roles, QObject *parent)
+    /// @p displayField names the field Qt::DisplayRole shows.
+    RecordList(const char *displayField, QObject *parent)
         : RecordListModel(parent)
-        , m_roles(std::move(roles))
-    { }
+        , m_display(int(fieldNames().indexOf(displayField)))
+    {
+        Q_ASSERT(m_display >= 0);
+    }
 
     const QList<Record> &records() const { return m_records; }
 
@@ -69,15 +181,6 @@ public:
         return true;
     }
 
-    /// @brief @p record as a map from role name to value.
-    QVariantMap toMap(const Record &record) const
-    {
-        QVariantMap map;
-        for (const Role &role : m_roles)
-            map.insert(QString::fromLatin1(role.name), role.value(record));
-        return map;
-    }
-
     int rowCount(const QModelIndex &parent = {}) const override
     {
         return parent.isValid() ? 0 : int(m_records.size());
@@ -87,187 +190,116 @@ public:
     {
         if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
             return {};
-        const int field = role == Qt::DisplayRole ? 0 : role - Qt::UserRole - 1;
-        if (field < 0 || field >= m_roles.size())
-            return {};
-        return m_roles.at(field).value(m_records.at(index.row()));
+        const int field = role == Qt::DisplayRole ? m_display : role - Qt::UserRole - 1;
+        QVariant value;
+        int position = 0;
+        const auto pick = [&](const char *, const auto &fieldValue) {
+            if (position++ == field)
+                value = toVariant(fieldValue);
+        };
+        const Record &record = m_records.at(index.row());
+        visitFields(record, pick);
+        visitComputedFields(record, pick);
+        return value;
     }
 
     QHash<int, QByteArray> roleNames() const override
     {
         QHash<int, QByteArray> names;
-        for (int field = 0; field < m_roles.size(); ++field)
-            names.insert(Qt::UserRole + 1 + field, m_roles.at(field).name);
+        const QList<QByteArray> &fields = fieldNames();
+        for (int field = 0; field < fields.size(); ++field)
+            names.insert(Qt::UserRole + 1 + field, fields.at(field));
         return names;
     }
 
 private:
-    QList<Role> m_roles;
+    static const QList<QByteArray> &fieldNames()
+    {
+        static const QList<QByteArray> names = [] {
+            QList<QByteArray> list;
+            const auto add = [&list](const char *name, const auto &) { list.append(name); };
+            const Record record {};
+            visitFields(record, add);
+            visitComputedFields(record, add);
+            return list;
+        }();
+        return names;
+    }
+
+    int m_display;
     QList<Record> m_records;
 };
 
-/**
- * @brief Commits, in git's order (the history and the search results). Display: subject.
- * Roles:
- * - subject: first line of the message
- * - id: full hash
- * - shortHash: abbreviated hash
- * - author: author name
- * - email: author e-mail
- * - date: author date (date-time)
- * - body: message after the subject
- * - additions: lines added
- * - deletions: lines deleted
- * - filesChanged: files touched
- */
+// The application's lists. Roles: the record's fields; display: the field named below.
+
+/// @brief Commits, in git's order (the history and the search results). Display: subject.
 class CommitListModel : public RecordList<CommitRecord>
 {
 public:
     explicit CommitListModel(QObject *parent = nullptr);
 };
 
-/**
- * @brief Lines of the commit graph, newest first. Display: subject.
- * Roles:
- * - subject: commit subject; empty on connector lines
- * - id: full hash; empty on connector lines
- * - graph: the drawing prefix, untrimmed
- * - shortHash: abbreviated hash; empty on connector lines
- * - relativeDate: git's relative date text
- * - author: author name
- * - decorations: ref names pointing at the commit
- * - isConnector: true for a line of drawing only
- */
+/// @brief Lines of the commit graph, newest first, with isConnector. Display: subject.
 class GraphListModel : public RecordList<GraphCommitRecord>
 {
 public:
     explicit GraphListModel(QObject *parent = nullptr);
 };
 
-/**
- * @brief Local and remote branches. Display: name.
- * Roles:
- * - name: short name ("main", "origin/main")
- * - isCurrent: checked out in the work tree
- * - isRemote: a remote-tracking branch
- * - lastCommitHash: tip's abbreviated hash
- * - lastCommitDate: tip's date, null when unknown
- * - lastAuthor: tip's author
- */
+/// @brief Local and remote branches. Display: name.
 class BranchListModel : public RecordList<BranchRecord>
 {
 public:
     explicit BranchListModel(QObject *parent = nullptr);
 };
 
-/**
- * @brief Tags. Display: name.
- * Roles:
- * - name: tag name
- * - objectHash: abbreviated hash of the tagged object
- * - date: tag or commit date, null when unknown
- * - subject: tag or commit subject
- */
+/// @brief Tags. Display: name.
 class TagListModel : public RecordList<TagRecord>
 {
 public:
     explicit TagListModel(QObject *parent = nullptr);
 };
 
-/**
- * @brief Tracked files. Display: path.
- * Roles:
- * - path: path relative to the work tree
- * - status: work-tree status letters, empty when unchanged
- * - lastCommitDate: date of the last commit touching it, null when unknown
- * - lastAuthor: author of that commit
- */
+/// @brief Tracked files. Display: path.
 class FileListModel : public RecordList<FileRecord>
 {
 public:
     explicit FileListModel(QObject *parent = nullptr);
 };
 
-/**
- * @brief Commits per day. Display: count.
- * Roles:
- * - count: commits on that day
- * - date: start of the day (date-time)
- */
+/// @brief Commits per day. Display: count.
 class ActivityListModel : public RecordList<ActivityPoint>
 {
 public:
     explicit ActivityListModel(QObject *parent = nullptr);
 };
 
-/**
- * @brief Authors with their commit counts, most commits first. Display: name.
- * Roles:
- * - name: author name
- * - commits: commits by that author
- */
+/// @brief Authors with their commit counts, most commits first. Display: name.
 class AuthorStatListModel : public RecordList<AuthorStat>
 {
 public:
     explicit AuthorStatListModel(QObject *parent = nullptr);
 };
 
-/**
- * @brief Files changed by the selected commit. Display: path.
- * Roles:
- * - path: path, "old → new" for renames and copies
- * - status: A, M, D, T, or R/C with a score such as R100
- */
+/// @brief Files changed by the selected commit. Display: path.
 class CommitChangeListModel : public RecordList<CommitFileChange>
 {
 public:
     explicit CommitChangeListModel(QObject *parent = nullptr);
 };
 
-/**
- * @brief Recently opened repositories, newest first. Display: name.
- * Roles:
- * - name: repository name when it was opened
- * - path: standardized path of the work tree
- * - lastOpened: when it was last opened (date-time)
- */
+/// @brief Recently opened repositories, newest first. Display: name.
 class RecentRepositoryListModel : public RecordList<RecentRepository>
 {
 public:
     explicit RecentRepositoryListModel(QObject *parent = nullptr);
 };
 
-/**
- * @brief Repositories found by the home scan, by name. Display: name.
- * Roles:
- * - name: last path component of the folder
- * - path: standardized path of the folder
- */
+/// @brief Repositories found by the home scan, by name. Display: name.
 class DiscoveredRepositoryListModel : public RecordList<DiscoveredRepository>
 {
 public:
     explicit DiscoveredRepositoryListModel(QObject *parent = nullptr);
 };
-
-// Records as QML values: maps keyed by field name; an absent date is a null value.
-
-QVariantMap toVariantMap(const RepositorySummary &summary);
-QVariantMap toVariantMap(const CommitRecord &commit);
-QVariantMap toVariantMap(const BranchRecord &branch);
-QVariantMap toVariantMap(const FileRecord &file);
-QVariantMap toVariantMap(const FileDetails &details);
-QVariantMap toVariantMap(const AuthorStat &author);
-QVariantMap toVariantMap(const AuthorDetails &details);
-/// @brief Every field of @p insights; lists of records become lists of maps.
-QVariantMap toVariantMap(const RepositoryAnalyticsInsights &insights);
-
-// Records handed back from QML (a row of one of the models above, or a map of that shape).
-
-CommitRecord commitFromVariantMap(const QVariantMap &map);
-BranchRecord branchFromVariantMap(const QVariantMap &map);
-FileRecord fileFromVariantMap(const QVariantMap &map);
-AuthorStat authorFromVariantMap(const QVariantMap &map);
-RecentRepository recentFromVariantMap(const QVariantMap &map);
-DiscoveredRepository discoveredFromVariantMap(const QVariantMap &map);
 
 } // namespace strataloom

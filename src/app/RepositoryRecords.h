@@ -1,5 +1,7 @@
 #pragma once
 
+#include "git/GitRecordFields.h"
+
 #include <QDateTime>
 #include <QList>
 #include <QString>
@@ -33,6 +35,22 @@ struct DiscoveredRepositoryCatalog
 
     bool operator==(const DiscoveredRepositoryCatalog &) const = default;
 };
+
+// The fields of each record in order, as git/GitRecordFields.h lists the git records'.
+
+template<RecordOf<RecentRepository> R, typename Visit> void visitFields(R &record, Visit &&visit)
+{
+    visit("name", record.name);
+    visit("path", record.path);
+    visit("lastOpened", record.lastOpened);
+}
+
+template<RecordOf<DiscoveredRepository> R, typename Visit>
+void visitFields(R &record, Visit &&visit)
+{
+    visit("name", record.name);
+    visit("path", record.path);
+}
 
 /// The recents never hold more than this many entries.
 inline constexpr qsizetype maximumRecentRepositories = 12;

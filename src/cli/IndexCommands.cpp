@@ -2,6 +2,7 @@
 
 #include "git/GitService.h"
 #include "cli/InsightJson.h"
+#include "index/IndexRecordFields.h"
 #include "index/RepositoryIndexer.h"
 #include "insights/RepositoryInsights.h"
 
@@ -11,18 +12,6 @@
 namespace strataloom::cli {
 
 namespace {
-
-Json toJson(const RepositoryIndexSnapshot &snapshot)
-{
-    return Json::Object {
-        {QStringLiteral("commits"), snapshot.commits},
-        {QStringLiteral("authors"), snapshot.authors},
-        {QStringLiteral("files"), snapshot.files},
-        {QStringLiteral("changes"), snapshot.changes},
-        {QStringLiteral("refs"), snapshot.refs},
-        {QStringLiteral("lastIndexedAt"), snapshot.lastIndexedAt},
-    };
-}
 
 // Progress goes to a terminal only: a script reading stderr wants errors, not a counter.
 SynchronizationOptions terminalProgress()

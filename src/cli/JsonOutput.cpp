@@ -6,21 +6,10 @@
 
 namespace strataloom::cli {
 
-Json::Json(const std::optional<QString> &value)
-{
-    if (value)
-        m_value = *value;
-}
-
 Json::Json(const OptionalDate &value)
 {
     if (value && value->isValid())
         m_value = value->toUTC().toString(Qt::ISODate);
-}
-
-Json Json::strings(const QList<QString> &items)
-{
-    return array(items, [](const QString &item) { return Json(item); });
 }
 
 QByteArray quoted(const QString &text)
@@ -114,133 +103,6 @@ void Json::write(QByteArray &out, int depth) const
         }
         out.append(closing).append('}');
     }
-}
-
-Json toJson(const RepositorySummary &s)
-{
-    return Json::Object {
-        {QStringLiteral("path"), s.path},
-        {QStringLiteral("name"), s.name},
-        {QStringLiteral("currentBranch"), s.currentBranch},
-        {QStringLiteral("remoteURL"), s.remoteURL},
-        {QStringLiteral("isClean"), s.isClean},
-        {QStringLiteral("statusUnavailableReason"), s.statusUnavailableReason},
-        {QStringLiteral("commitCount"), s.commitCount},
-        {QStringLiteral("branchCount"), s.branchCount},
-        {QStringLiteral("tagCount"), s.tagCount},
-        {QStringLiteral("authorCount"), s.authorCount},
-        {QStringLiteral("trackedFileCount"), s.trackedFileCount},
-        {QStringLiteral("firstCommitDate"), s.firstCommitDate},
-        {QStringLiteral("latestCommitDate"), s.latestCommitDate},
-        {QStringLiteral("repositorySizeBytes"), s.repositorySizeBytes},
-        {QStringLiteral("gitSizeBytes"), s.gitSizeBytes},
-        {QStringLiteral("longestInactivityDays"), s.longestInactivityDays},
-        {QStringLiteral("commitsPerMonth"), s.commitsPerMonth},
-        {QStringLiteral("activityTrendPercent"), s.activityTrendPercent},
-    };
-}
-
-Json toJson(const CommitRecord &c)
-{
-    return Json::Object {
-        {QStringLiteral("id"), c.id},
-        {QStringLiteral("shortHash"), c.shortHash},
-        {QStringLiteral("author"), c.author},
-        {QStringLiteral("email"), c.email},
-        {QStringLiteral("date"), c.date},
-        {QStringLiteral("subject"), c.subject},
-        {QStringLiteral("body"), c.body},
-        {QStringLiteral("additions"), c.additions},
-        {QStringLiteral("deletions"), c.deletions},
-        {QStringLiteral("filesChanged"), c.filesChanged},
-    };
-}
-
-Json toJson(const GraphCommitRecord &g)
-{
-    return Json::Object {
-        {QStringLiteral("id"), g.id},
-        {QStringLiteral("graph"), g.graph},
-        {QStringLiteral("shortHash"), g.shortHash},
-        {QStringLiteral("relativeDate"), g.relativeDate},
-        {QStringLiteral("subject"), g.subject},
-        {QStringLiteral("author"), g.author},
-        {QStringLiteral("decorations"), g.decorations},
-    };
-}
-
-Json toJson(const BranchRecord &b)
-{
-    return Json::Object {
-        {QStringLiteral("name"), b.name},
-        {QStringLiteral("isCurrent"), b.isCurrent},
-        {QStringLiteral("isRemote"), b.isRemote},
-        {QStringLiteral("lastCommitHash"), b.lastCommitHash},
-        {QStringLiteral("lastCommitDate"), b.lastCommitDate},
-        {QStringLiteral("lastAuthor"), b.lastAuthor},
-    };
-}
-
-Json toJson(const TagRecord &t)
-{
-    return Json::Object {
-        {QStringLiteral("name"), t.name},
-        {QStringLiteral("objectHash"), t.objectHash},
-        {QStringLiteral("date"), t.date},
-        {QStringLiteral("subject"), t.subject},
-    };
-}
-
-Json toJson(const FileRecord &f)
-{
-    return Json::Object {
-        {QStringLiteral("path"), f.path},
-        {QStringLiteral("status"), f.status},
-        {QStringLiteral("lastCommitDate"), f.lastCommitDate},
-        {QStringLiteral("lastAuthor"), f.lastAuthor},
-    };
-}
-
-Json toJson(const FileDetails &f)
-{
-    return Json::Object {
-        {QStringLiteral("path"), f.path},
-        {QStringLiteral("sizeBytes"), f.sizeBytes},
-        {QStringLiteral("commitCount"), f.commitCount},
-        {QStringLiteral("authors"), Json::strings(f.authors)},
-        {QStringLiteral("firstCommitDate"), f.firstCommitDate},
-        {QStringLiteral("lastCommitDate"), f.lastCommitDate},
-        {QStringLiteral("lastAuthor"), f.lastAuthor},
-    };
-}
-
-Json toJson(const AuthorStat &a)
-{
-    return Json::Object {{QStringLiteral("name"), a.name}, {QStringLiteral("commits"), a.commits}};
-}
-
-Json toJson(const ActivityPoint &p)
-{
-    return Json::Object {{QStringLiteral("date"), p.date}, {QStringLiteral("count"), p.count}};
-}
-
-Json toJson(const AuthorDetails &a)
-{
-    return Json::Object {
-        {QStringLiteral("name"), a.name},
-        {QStringLiteral("emails"), Json::strings(a.emails)},
-        {QStringLiteral("commits"), a.commits},
-        {QStringLiteral("additions"), a.additions},
-        {QStringLiteral("deletions"), a.deletions},
-        {QStringLiteral("firstCommitDate"), a.firstCommitDate},
-        {QStringLiteral("lastCommitDate"), a.lastCommitDate},
-        {QStringLiteral("activity"), toJson(a.activity)},
-    };
-}
-
-Json toJson(const CommitFileChange &c)
-{
-    return Json::Object {{QStringLiteral("status"), c.status}, {QStringLiteral("path"), c.path}};
 }
 
 } // namespace strataloom::cli

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "git/GitRecords.h"
+#include "git/GitRecordFields.h"
 
 #include <QByteArray>
 #include <QList>
@@ -50,7 +50,6 @@ public:
     Json(Object value)
         : m_value(std::move(value))
     { }
-    Json(const std::optional<QString> &value);
     /// @brief An ISO-8601 UTC text with seconds, or null.
     Json(const OptionalDate &value);
     Json(const QDateTime &value)
@@ -65,7 +64,6 @@ public:
             out.push_back(convert(item));
         return out;
     }
-    static Json strings(const QList<QString> &items);
 
     using Value = std::variant<std::monostate, bool, qint64, double, QString, Array, Object>;
     const Value &value() const { return m_value; }
@@ -81,21 +79,36 @@ private:
 
 QByteArray quoted(const QString &text);
 
-Json toJson(const RepositorySummary &summary);
-Json toJson(const CommitRecord &commit);
-Json toJson(const GraphCommitRecord &line);
-Json toJson(const BranchRecord &branch);
-Json toJson(const TagRecord &tag);
-Json toJson(const FileRecord &file);
-Json toJson(const FileDetails &details);
-Json toJson(const AuthorStat &author);
-Json toJson(const AuthorDetails &details);
-Json toJson(const ActivityPoint &point);
-Json toJson(const CommitFileChange &change);
+namespace detail {
+template<typename T> constexpr bool isList = false;
+template<typename T> constexpr bool isList<QList<T>> = true;
+template<typename T> constexpr bool isOptional = false;
+template<typename T> constexpr bool isOptional<std::optional<T>> = true;
+} // namespace detail
 
-template<typename T> Json toJson(const QList<T> &items)
+/**
+ * @brief @p value as JSON: a record (anything with a field list, visitFields) as an object of
+ * its fields in the record's order, a list as an array, an absent value as null, a date as an
+ * ISO-8601 UTC text (null when invalid), numbers, texts and flags as themselves.
+ *
+ * The field lists are found by argument-dependent lookup where the record is converted:
+ * include the record's field header there (git/GitRecordFields.h, insights/InsightFields.h...).
+ */
+template<typename T> Json toJson(const T &value)
 {
-    return Json::array(items, [](const T &item) { return toJson(item); });
+    if constexpr (requires { visitFields(value, [](const char *, const auto &) {}); }) {
+        Json::Object object;
+        visitFields(value, [&object](const char *name, const auto &field) {
+            object.emplace_back(QString::fromLatin1(name), toJson(field));
+        });
+        return object;
+    } else if constexpr (detail::isOptional<T>) {
+        return value ? toJson(*value) : Json();
+    } else if constexpr (detail::isList<T>) {
+        return Json::array(value, [](const auto &item) { return toJson(item); });
+    } else {
+        return Json(value);
+    }
 }
 
 } // namespace strataloom::cli

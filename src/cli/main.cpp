@@ -1,6 +1,6 @@
 // strataloom-cli: every question the application asks of a repository, answered as JSON.
-#include "git/GitProcess.h"
 #include "git/GitService.h"
+#include "app/ErrorText.h"
 #include "cli/IndexCommands.h"
 #include "cli/JsonOutput.h"
 #include "cli/ScanCommand.h"
@@ -305,11 +305,8 @@ int main(int argc, char **argv)
         checkRepositoryFolder(invocation.repository);
         GitService().validateRepository(invocation.repository);
         entry->run(invocation);
-    } catch (const GitError &error) {
-        fail(error.description());
-        return exitFailure;
     } catch (const std::exception &error) {
-        fail(QString::fromUtf8(error.what()));
+        fail(userMessage(error));
         return exitFailure;
     }
     return std::fflush(stdout) == 0 ? 0 : exitFailure;

@@ -19,6 +19,13 @@ GitError::GitError(Kind kind, const QString &message)
     , m_what(description().toUtf8())
 { }
 
+GitError GitError::commandFailed(const ProcessResult &result)
+{
+    const QString message = QString::fromUtf8(result.standardError).trimmed();
+    return {Kind::CommandFailed,
+            message.isEmpty() ? QStringLiteral("Git command failed") : message};
+}
+
 QString GitError::description() const
 {
     switch (m_kind) {
@@ -34,11 +41,8 @@ QString GitService::run(const QStringList &arguments, const QString &repository,
                         const GitSettings &settings) const
 {
     const ProcessResult result = runGitProcess(repository, arguments, {}, std::nullopt, settings);
-    if (result.exitStatus != 0) {
-        const QString message = QString::fromUtf8(result.standardError).trimmed();
-        throw GitError::commandFailed(message.isEmpty() ? QStringLiteral("Git command failed")
-                                                        : message);
-    }
+    if (result.exitStatus != 0)
+        throw GitError::commandFailed(result);
     return QString::fromUtf8(result.standardOutput);
 }
 

@@ -11,13 +11,17 @@
 
 namespace strataloom {
 
+struct ProcessResult;
+
 /// @brief A git command that failed, or a folder that is not a work tree.
 class GitError : public std::exception
 {
 public:
     enum class Kind { CommandFailed, NotRepository };
 
-    static GitError commandFailed(const QString &message) { return {Kind::CommandFailed, message}; }
+    /// @brief A git command that exited with a failure: what git printed on standard error,
+    /// trimmed, or a general text when it printed nothing.
+    static GitError commandFailed(const ProcessResult &result);
     static GitError notRepository() { return {Kind::NotRepository, {}}; }
 
     Kind kind() const { return m_kind; }

@@ -24,12 +24,9 @@ RepositoryIndexer::RepositoryIndexer(RepositoryIndex &index)
 QString RepositoryIndexer::run(const QStringList &arguments, const QString &repository,
                                const std::optional<QByteArray> &input) const
 {
-    const ProcessResult result
-        = runGitProcess(repository, arguments, {}, input);
-    if (result.exitStatus != 0) {
-        throw GitError::commandFailed(nilIfEmpty(QString::fromUtf8(result.standardError))
-                                          .value_or(QStringLiteral("Git indexing command failed")));
-    }
+    const ProcessResult result = runGitProcess(repository, arguments, {}, input);
+    if (result.exitStatus != 0)
+        throw GitError::commandFailed(result);
     return QString::fromUtf8(result.standardOutput);
 }
 
@@ -141,11 +138,8 @@ qint64 RepositoryIndexer::importCommits(const QString &repository, const QString
         if (degraded.exitStatus != 0 || next == failing)
             degraded
                 = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(false));
-        if (degraded.exitStatus != 0 || next == failing) {
-            throw GitError::commandFailed(
-                nilIfEmpty(QString::fromUtf8(result.standardError))
-                    .value_or(QStringLiteral("Git indexing command failed")));
-        }
+        if (degraded.exitStatus != 0 || next == failing)
+            throw GitError::commandFailed(result);
         ++unreadable;
     }
     return unreadable;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "git/GitRecordFields.h"
 #include "insights/InsightRecords.h"
 
 namespace strataloom {
@@ -43,6 +44,13 @@ template<typename Visit> void visitFields(const IndexedActivityInsight &record, 
     visit("commits", record.commits);
     visit("additions", record.additions);
     visit("deletions", record.deletions);
+}
+
+// Shown beside an activity period's fields (see visitComputedFields).
+template<typename Visit>
+void visitComputedFields(const IndexedActivityInsight &record, Visit &&visit)
+{
+    visit("churn", record.churn());
 }
 
 template<typename Visit> void visitFields(const IndexedDirectoryInsight &record, Visit &&visit)

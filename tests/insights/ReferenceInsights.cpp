@@ -2,7 +2,7 @@
 // computes the same values from one read of each table; tests and the benchmark compare the two.
 #include "ReferenceInsights.h"
 
-#include "insights/RepositoryInsights.h"
+#include "insights/InsightAggregates.h"
 
 #include "insights/Classifiers.h"
 #include "index/RepositoryIndex.h"
@@ -336,6 +336,51 @@ LIMIT 12)"));
     return domains;
 }
 
+// Reachable commits and lines per period, oldest first, active periods only; @p grouping is
+// the strftime format of the period key.
+QList<IndexedActivityInsight> loadActivity(SQLiteDatabase &database, const QString &grouping)
+{
+    SQLiteStatement statement
+        = database.statement(QStringLiteral("SELECT strftime('") + grouping
+                             + QStringLiteral(R"(', c.author_time, 'unixepoch') AS period,
+       COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
+FROM commits c LEFT JOIN commit_files cf ON cf.commit_id = c.id
+WHERE c.is_reachable = 1
+GROUP BY period
+ORDER BY period)"));
+    QList<IndexedActivityInsight> points;
+    while (statement.step()) {
+        const QString label = textOr(statement, 0, QStringLiteral("Unknown"));
+        points.append({label, periodDate(label), statement.columnInt64(1), statement.columnInt64(2),
+                       statement.columnInt64(3)});
+    }
+    return points;
+}
+
+// Percentage change in distinct authors from before the middle of the span to from it on.
+double contributorTrend(SQLiteDatabase &database, const std::optional<QDateTime> &firstCommitAt,
+                        const std::optional<QDateTime> &lastCommitAt)
+{
+    if (!firstCommitAt || !lastCommitAt || *lastCommitAt <= *firstCommitAt)
+        return 0;
+    const auto middle = qint64(
+        (double(firstCommitAt->toSecsSinceEpoch()) + double(lastCommitAt->toSecsSinceEpoch())) / 2);
+    SQLiteStatement statement = database.statement(QStringLiteral(R"(
+SELECT COUNT(DISTINCT CASE WHEN c.author_time < ? THEN aa.author_id END),
+       COUNT(DISTINCT CASE WHEN c.author_time >= ? THEN aa.author_id END)
+FROM commits c JOIN author_aliases aa ON aa.id = c.author_alias_id
+WHERE c.is_reachable = 1)"));
+    statement.bind(middle, 1);
+    statement.bind(middle, 2);
+    if (!statement.step())
+        return 0;
+    const qint64 before = statement.columnInt64(0);
+    const qint64 after = statement.columnInt64(1);
+    if (before < 1)
+        return after >= 1 ? 100 : 0;
+    return double(after - before) / double(before) * 100;
+}
+
 } // namespace
 
 QList<IndexedCoChangeInsight> coChanges(SQLiteDatabase &database)
@@ -440,3 +485,15 @@ RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool wit
 }
 
 } // namespace strataloom::reference
+
+namespace strataloom {
+
+QList<IndexedCoChangeInsight> loadCoChanges(SQLiteDatabase &database)
+{
+    RepositoryAnalyticsInsights unused;
+    const aggregates::History history = aggregates::readHistory(database, unused);
+    return aggregates::coChangesOf(history.fileChanges, aggregates::rowsPerCommit(history),
+                                   history.filePaths);
+}
+
+} // namespace strataloom

@@ -6,6 +6,10 @@
 
 namespace strataloom {
 class SQLiteDatabase;
+
+/// @brief The co-change pairs as insights() computes them (from the tables read into memory),
+/// on their own: for comparing that computation alone with the query.
+QList<IndexedCoChangeInsight> loadCoChanges(SQLiteDatabase &database);
 }
 
 namespace strataloom::reference {

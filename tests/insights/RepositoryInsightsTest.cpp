@@ -430,21 +430,6 @@ TEST(RepositoryInsights, ContributorTrendComparesAuthorsBeforeAndFromTheMiddle)
 
     const RepositoryAnalyticsInsights result = insightsOf(history);
     EXPECT_DOUBLE_EQ(result.contributorTrendPercent, 50);
-
-    TemporaryIndex index;
-    index->apply(history.batch());
-    index->read([](SQLiteDatabase &database) {
-        const QDateTime moment = utc("2024-01-01T00:00:00Z");
-        EXPECT_DOUBLE_EQ(contributorTrend(database, moment, moment), 0);
-        EXPECT_DOUBLE_EQ(contributorTrend(database, std::nullopt, moment), 0);
-        // Everyone is at or after a middle before the first commit.
-        EXPECT_DOUBLE_EQ(
-            contributorTrend(database, utc("2023-01-01T00:00:00Z"), utc("2023-06-01T00:00:00Z")),
-            100);
-        EXPECT_DOUBLE_EQ(
-            contributorTrend(database, utc("2024-01-02T00:00:00Z"), utc("2024-01-20T00:00:00Z")),
-            -75);
-    });
 }
 
 TEST(RepositoryInsights, CommitTypesAndWordsSortByCountThenText)

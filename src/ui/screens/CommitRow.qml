@@ -11,6 +11,7 @@ ItemDelegate {
 
     // The row's roles; `id` is no property name in QML, so the hash is read from here.
     required property var model
+    required property int index
     readonly property string commitId: model.id
     required property string shortHash
     required property string subject
@@ -25,11 +26,9 @@ ItemDelegate {
     signal selectRequested(var commit)
     signal diffRequested(var commit)
 
-    // The whole commit, as the model's operations take it back.
+    // The whole commit, every role of the row, as the model's operations take it back.
     function record() {
-        return { id: model.id, shortHash: shortHash, author: author, email: model.email, date: date,
-                 subject: subject, body: model.body, additions: additions, deletions: deletions,
-                 filesChanged: filesChanged }
+        return ListView.view.model.get(index)
     }
 
     width: ListView.view ? ListView.view.width : implicitWidth

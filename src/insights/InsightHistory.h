@@ -1,0 +1,85 @@
+#pragma once
+
+#include "insights/InsightRecords.h"
+
+#include <QDateTime>
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+#include <limits>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace strataloom {
+class SQLiteDatabase;
+class SQLiteStatement;
+}
+
+// The index's tables as the aggregates read them: one pass over each, kept in memory. Run one by
+// one, the aggregate queries scan the 400,000 change rows of a large history about ten times and
+// take seconds; computed from these tables they take a fraction of one.
+
+namespace strataloom::aggregates {
+
+/// The id of an absent row (a NULL reference).
+constexpr qint64 noID = std::numeric_limits<qint64>::min();
+
+/// @brief The UTC instant @p seconds after the epoch; absent for 0 and before, as the index
+/// stores unknown times.
+std::optional<QDateTime> dateFromSeconds(qint64 seconds);
+
+struct CommitRow
+{
+    qint64 id = 0;
+    qint64 aliasID = noID;
+    qint64 time = 0;
+    bool isMerge = false;
+    QString subject;
+    // Over all change rows of the commit.
+    qint64 rows = 0;
+    qint64 additions = 0;
+    qint64 deletions = 0;
+};
+
+struct Alias
+{
+    qint64 authorID = 0;
+    QString email;
+};
+
+// Everything the aggregates need, read in one pass per table.
+struct History
+{
+    std::vector<CommitRow> commits; // reachable only, by id
+    QHash<qint64, qsizetype> commitIndex;
+    std::vector<qint64> fileIDs; // ascending
+    QStringList filePaths; // parallel to fileIDs
+    QHash<qint64, qsizetype> fileIndex;
+    QHash<qint64, Alias> aliases;
+    QHash<qint64, QString> authorNames;
+    // (commit index, file index) of each change row of a reachable commit whose file exists.
+    std::vector<std::pair<qsizetype, qsizetype>> fileChanges;
+    std::vector<std::pair<qint64, qint64>> fileChangeLines; // parallel: additions, deletions
+
+    // The canonical author of a commit: through its alias, absent without one.
+    qint64 authorOf(const CommitRow &commit) const
+    {
+        const auto alias = aliases.constFind(commit.aliasID);
+        return alias == aliases.cend() ? noID : alias->authorID;
+    }
+};
+
+/// @brief Column @p column's text, or @p fallback when it is NULL.
+QString textOr(const SQLiteStatement &statement, int column, const QString &fallback);
+
+/// @brief Every reachable commit, file, alias, author and change row of @p database. The
+/// totals over all change rows of reachable commits (lines, added, deleted and renamed files,
+/// binary files) go to @p result on the way.
+History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &result);
+
+/// @brief The number of change rows of each commit, by commit index.
+std::vector<qint64> rowsPerCommit(const History &history);
+
+} // namespace strataloom::aggregates
