@@ -214,10 +214,16 @@ TEST(GitRunner, CancellationEndsTheChildAndEverythingItStarted)
         stop = true;
         ASSERT_EQ(run.wait_for(std::chrono::seconds(5)), std::future_status::ready);
         EXPECT_THROW(run.get(), ProcessCancelled);
-        // Killed: gone, or a zombie that init has not reaped yet.
-        QFile stat(QStringLiteral("/proc/%1/stat").arg(sleeper));
-        const QByteArray state = stat.open(QIODevice::ReadOnly) ? stat.readAll() : QByteArray();
-        EXPECT_TRUE(state.isEmpty() || state.contains(") Z")) << state.toStdString();
+        // Killed: gone, or a zombie that init has not reaped yet (a signal takes a moment).
+        const auto running = [sleeper] {
+            QFile stat(QStringLiteral("/proc/%1/stat").arg(sleeper));
+            const QByteArray state = stat.open(QIODevice::ReadOnly) ? stat.readAll() : QByteArray();
+            return !state.isEmpty() && !state.contains(") Z");
+        };
+        const auto killed = std::chrono::steady_clock::now();
+        while (running() && std::chrono::steady_clock::now() - killed < std::chrono::seconds(3))
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        EXPECT_FALSE(running());
     }
 }
 
