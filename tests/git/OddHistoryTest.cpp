@@ -231,9 +231,6 @@ TEST(OddHistory, AuthorNamesAreMatchedLiterally)
 
 TEST(OddHistory, FilePathsAreLiteralNotPathspecs)
 {
-    // The runner's environment makes every path literal for git; set here as well so that this
-    // table checks the loaders' part whatever the environment of the process.
-    qputenv("GIT_LITERAL_PATHSPECS", "1");
     TestRepository repository;
     const struct
     {
@@ -256,7 +253,6 @@ TEST(OddHistory, FilePathsAreLiteralNotPathspecs)
                   file.commits)
             << file.path.toStdString();
     }
-    qunsetenv("GIT_LITERAL_PATHSPECS");
 }
 
 TEST(OddHistory, RefsWithRefusedNamesAreSkippedEverywhere)
