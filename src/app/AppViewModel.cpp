@@ -40,6 +40,14 @@ template<typename Work> auto attempt(Work &work) -> Outcome<decltype(work())>
     }
 }
 
+/// @brief Sets @p field and signals even when the value is unchanged.
+template<typename T, typename Model, typename Signal>
+void reselect(Model *model, std::optional<T> &field, const T &value, Signal changed)
+{
+    field = value;
+    Q_EMIT(model->*changed)();
+}
+
 template<typename T> QVariant optionalMap(const std::optional<T> &value)
 {
     return value ? QVariant(toVariantMap(*value)) : QVariant();
@@ -218,7 +226,7 @@ void AppViewModel::openRepository(const QString &location)
         [this, loadID](const Outcome<RepositoryLoad> &outcome) {
             if (m_activeLoadID == loadID) {
                 if (outcome.value)
-                    publish(*outcome.value, loadID);
+                    publish(*outcome.value);
                 else
                     setErrorMessage(outcome.error);
             }
@@ -228,7 +236,7 @@ void AppViewModel::openRepository(const QString &location)
         });
 }
 
-void AppViewModel::publish(const RepositoryLoad &load, const QUuid &loadID)
+void AppViewModel::publish(const RepositoryLoad &load)
 {
     setRepository(load.summary);
     if (m_commits->setRecords(load.commits))
@@ -251,10 +259,12 @@ void AppViewModel::publish(const RepositoryLoad &load, const QUuid &loadID)
     setSelectedFileDetails(std::nullopt);
     setSelectedAuthor(std::nullopt);
     setSelectedAuthorDetails(std::nullopt);
+    setFileDetailsError({});
+    setAuthorDetailsError({});
     setCommitChanges({});
     setSelectedSection(SidebarSection::Overview);
     rememberRepository(load.summary);
-    startAnalyticsIndex(load.summary, loadID);
+    startAnalyticsIndex(load.summary);
 }
 
 void AppViewModel::refresh()
@@ -273,7 +283,7 @@ void AppViewModel::rememberRepository(const RepositorySummary &summary)
 
 // Analytics index
 
-void AppViewModel::startAnalyticsIndex(const RepositorySummary &summary, const QUuid &loadID)
+void AppViewModel::startAnalyticsIndex(const RepositorySummary &summary)
 {
     if (m_indexTaskCancelled)
         m_indexTaskCancelled->store(true);
@@ -294,9 +304,11 @@ void AppViewModel::startAnalyticsIndex(const RepositorySummary &summary, const Q
             };
             return attempt(work);
         },
-        [this, loadID, cancelled](const Outcome<IndexRun> &outcome) {
-            // A cancelled run never writes, whatever it managed to finish.
-            if (outcome.cancelled || cancelled->load() || m_activeLoadID != loadID)
+        [this, cancelled](const Outcome<IndexRun> &outcome) {
+            // A cancelled or superseded run never writes, whatever it managed to finish. The
+            // task's own token decides, not the load identifier: a later open that fails starts
+            // no index of its own, and the repository still shown must not stay "indexing".
+            if (outcome.cancelled || cancelled->load() || m_indexTaskCancelled != cancelled)
                 return;
             if (outcome.value) {
                 setAnalyticsInsights(outcome.value->result.insights, outcome.value->insightsValue);
@@ -389,7 +401,8 @@ void AppViewModel::selectCommit(const QVariantMap &commit)
 
 void AppViewModel::selectCommit(const CommitRecord &commit)
 {
-    setSelectedCommit(commit);
+    // Choosing the commit that is already selected is still a choice: the inspector turns to it.
+    reselect(this, m_selectedCommit, commit, &AppViewModel::selectedCommitChanged);
     setCommitChanges({});
     if (!m_repository)
         return;
@@ -443,8 +456,9 @@ void AppViewModel::selectFile(const QVariantMap &file)
 
 void AppViewModel::selectFile(const FileRecord &file)
 {
-    setSelectedFile(file);
+    reselect(this, m_selectedFile, file, &AppViewModel::selectedFileChanged);
     setSelectedFileDetails(std::nullopt);
+    setFileDetailsError({});
     if (!m_repository)
         return;
     const GitService git = m_git;
@@ -455,10 +469,12 @@ void AppViewModel::selectFile(const FileRecord &file)
             return attempt(work);
         },
         [this](const Outcome<FileDetails> &outcome) {
-            if (outcome.value)
+            if (outcome.value) {
                 setSelectedFileDetails(*outcome.value);
-            else
+            } else {
+                setFileDetailsError(outcome.error);
                 setErrorMessage(outcome.error);
+            }
         });
 }
 
@@ -480,8 +496,9 @@ void AppViewModel::selectAuthor(const QVariantMap &author)
 
 void AppViewModel::selectAuthor(const AuthorStat &author)
 {
-    setSelectedAuthor(author);
+    reselect(this, m_selectedAuthor, author, &AppViewModel::selectedAuthorChanged);
     setSelectedAuthorDetails(std::nullopt);
+    setAuthorDetailsError({});
     if (!m_repository)
         return;
     const GitService git = m_git;
@@ -492,10 +509,12 @@ void AppViewModel::selectAuthor(const AuthorStat &author)
             return attempt(work);
         },
         [this](const Outcome<AuthorDetails> &outcome) {
-            if (outcome.value)
+            if (outcome.value) {
                 setSelectedAuthorDetails(*outcome.value);
-            else
+            } else {
+                setAuthorDetailsError(outcome.error);
                 setErrorMessage(outcome.error);
+            }
         });
 }
 
@@ -656,6 +675,16 @@ void AppViewModel::setCommitChanges(const QList<CommitFileChange> &changes)
 {
     if (m_commitChanges->setRecords(changes))
         Q_EMIT commitChangesChanged();
+}
+
+void AppViewModel::setFileDetailsError(const QString &error)
+{
+    assign(this, m_fileDetailsError, error, &AppViewModel::fileDetailsErrorChanged);
+}
+
+void AppViewModel::setAuthorDetailsError(const QString &error)
+{
+    assign(this, m_authorDetailsError, error, &AppViewModel::authorDetailsErrorChanged);
 }
 
 void AppViewModel::setPresentedDiff(const QString &diff)

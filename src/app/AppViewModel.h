@@ -68,6 +68,10 @@ class AppViewModel : public QObject
                    selectedAuthorDetailsChanged)
     Q_PROPERTY(strataloom::RecordListModel *commitChanges READ commitChangesModel NOTIFY
                    commitChangesChanged)
+    /// Why the selected file's details could not be read; empty while they load or once read.
+    Q_PROPERTY(QString fileDetailsError READ fileDetailsError NOTIFY fileDetailsErrorChanged)
+    /// Why the selected author's details could not be read; empty while they load or once read.
+    Q_PROPERTY(QString authorDetailsError READ authorDetailsError NOTIFY authorDetailsErrorChanged)
 
     // Window-wide presentation.
     Q_PROPERTY(QString presentedDiff READ presentedDiff NOTIFY presentedDiffChanged)
@@ -174,6 +178,8 @@ public:
         return m_selectedAuthorDetails;
     }
     const QList<CommitFileChange> &commitChanges() const { return m_commitChanges->records(); }
+    QString fileDetailsError() const { return m_fileDetailsError; }
+    QString authorDetailsError() const { return m_authorDetailsError; }
     QString presentedDiff() const { return m_presentedDiff; }
     bool isDiffPresented() const { return m_isDiffPresented; }
     const std::optional<BranchRecord> &pendingCheckoutBranch() const
@@ -285,6 +291,8 @@ Q_SIGNALS:
     void selectedAuthorChanged();
     void selectedAuthorDetailsChanged();
     void commitChangesChanged();
+    void fileDetailsErrorChanged();
+    void authorDetailsErrorChanged();
     void presentedDiffChanged();
     void isDiffPresentedChanged();
     void pendingCheckoutBranchChanged();
@@ -311,9 +319,9 @@ private:
     template<typename Result, typename Work>
     void runInBackground(Work work, std::function<void(Result)> done);
 
-    void publish(const RepositoryLoad &load, const QUuid &loadID);
+    void publish(const RepositoryLoad &load);
     void rememberRepository(const RepositorySummary &summary);
-    void startAnalyticsIndex(const RepositorySummary &summary, const QUuid &loadID);
+    void startAnalyticsIndex(const RepositorySummary &summary);
     void openExistingFolder(const QString &path, const QString &missingMessage);
 
     void setRepository(const std::optional<RepositorySummary> &summary);
@@ -323,6 +331,8 @@ private:
     void setSelectedAuthor(const std::optional<AuthorStat> &author);
     void setSelectedAuthorDetails(const std::optional<AuthorDetails> &details);
     void setCommitChanges(const QList<CommitFileChange> &changes);
+    void setFileDetailsError(const QString &error);
+    void setAuthorDetailsError(const QString &error);
     void setPresentedDiff(const QString &diff);
     void setLoading(bool loading);
     void setRecentRepositories(const QList<RecentRepository> &recents);
@@ -372,6 +382,8 @@ private:
     std::optional<AuthorStat> m_selectedAuthor;
     std::optional<AuthorDetails> m_selectedAuthorDetails;
     CommitChangeListModel *m_commitChanges;
+    QString m_fileDetailsError;
+    QString m_authorDetailsError;
     QString m_presentedDiff;
     bool m_isDiffPresented = false;
     std::optional<BranchRecord> m_pendingCheckoutBranch;

@@ -55,6 +55,7 @@ private Q_SLOTS:
     void initTestCase();
 
     void openingWhileIndexingCancelsTheOldTask();
+    void failedOpenLetsTheShownRepositoryFinishIndexing();
     void refreshingAnUnchangedRepositoryImportsNothing();
     void indexFolderThatCannotBeCreatedFailsButKeepsTheRepository();
 
@@ -92,6 +93,31 @@ void AppViewModelIndexTest::openingWhileIndexingCancelsTheOldTask()
     RepositoryIndex index(
         RepositoryIndexLocation::databasePath(GitService().commonDirectory(m_longHistory->path())));
     QCOMPARE(index.snapshot().commits, 0);
+}
+
+void AppViewModelIndexTest::failedOpenLetsTheShownRepositoryFinishIndexing()
+{
+    const auto repository = smallRepository();
+    QTemporaryDir notARepository;
+    ModelHarness harness;
+    AppViewModel &model = harness.model();
+    // The failing open starts while the first repository's index task runs.
+    QMetaObject::Connection started = connect(
+        &model, &AppViewModel::analyticsIndexStateChanged, this, [&] {
+            if (model.analyticsIndexState().isIndexing()) {
+                disconnect(started);
+                model.openRepository(notARepository.path());
+            }
+        });
+
+    model.openRepository(repository->path());
+    QVERIFY(settle(model));
+
+    QVERIFY(model.errorMessage());
+    QCOMPARE(model.repository()->path, repository->path());
+    QVERIFY2(model.analyticsIndexState().isReady(),
+             qPrintable(model.analyticsIndexState().message()));
+    QCOMPARE(model.analyticsInsights()->totalCommits, 2);
 }
 
 void AppViewModelIndexTest::refreshingAnUnchangedRepositoryImportsNothing()
