@@ -20,6 +20,8 @@ Rectangle {
     readonly property var fileDetails: appModel ? appModel.selectedFileDetails : null
     readonly property var author: appModel ? appModel.selectedAuthor : null
     readonly property var authorDetails: appModel ? appModel.selectedAuthorDetails : null
+    readonly property string fileDetailsError: appModel ? appModel.fileDetailsError : ""
+    readonly property string authorDetailsError: appModel ? appModel.authorDetailsError : ""
 
     function paneForSection(section) {
         switch (section) {
@@ -250,9 +252,17 @@ Rectangle {
             EmptyStateView {
                 objectName: "fileLoading"
                 anchors.fill: parent
-                visible: !!inspector.file && !inspector.fileDetails
+                visible: !!inspector.file && !inspector.fileDetails && inspector.fileDetailsError === ""
                 busy: true
                 title: "Reading file history…"
+            }
+            EmptyStateView {
+                objectName: "fileFailed"
+                anchors.fill: parent
+                visible: !!inspector.file && !inspector.fileDetails && inspector.fileDetailsError !== ""
+                symbol: "exclamationmark.triangle"
+                title: "File history unavailable"
+                message: inspector.fileDetailsError
             }
 
             ScrollView {
@@ -367,9 +377,17 @@ Rectangle {
             EmptyStateView {
                 objectName: "authorLoading"
                 anchors.fill: parent
-                visible: !!inspector.author && !inspector.authorDetails
+                visible: !!inspector.author && !inspector.authorDetails && inspector.authorDetailsError === ""
                 busy: true
                 title: "Calculating author statistics…"
+            }
+            EmptyStateView {
+                objectName: "authorFailed"
+                anchors.fill: parent
+                visible: !!inspector.author && !inspector.authorDetails && inspector.authorDetailsError !== ""
+                symbol: "exclamationmark.triangle"
+                title: "Author statistics unavailable"
+                message: inspector.authorDetailsError
             }
 
             ScrollView {

@@ -34,22 +34,95 @@ TestCase {
         return model
     }
 
-    function test_emptyStatesOfTheThreePanes() {
-        const pane = createTemporaryObject(paneComponent, testCase, { appModel: fixtures.newModel() })
-        const cases = [["commit", "commitEmpty", "clock.arrow.circlepath", "No commit selected",
-                        "Select a commit to inspect its changes."],
-                       ["file", "fileEmpty", "doc", "No file selected",
-                        "Select a file to inspect it. Double-click to open it."],
-                       ["author", "authorEmpty", "person.2", "No author selected",
-                        "Select an author to inspect contribution activity."]]
-        for (const [which, name, symbol, title, message] of cases) {
-            pane.pane = which
-            const empty = findChild(pane, name)
-            verify(empty.visible, which)
-            compare(empty.symbol, symbol)
-            compare(empty.title, title)
-            compare(empty.message, message)
+    function descendants(item) {
+        let all = [item]
+        for (let i = 0; i < item.children.length; ++i)
+            all = all.concat(descendants(item.children[i]))
+        return all
+    }
+
+    function rowNamed(list, field, value) {
+        for (let i = 0; i < list.count; ++i) {
+            if (list.get(i)[field] === value)
+                return list.get(i)
         }
+        return null
+    }
+
+    function test_emptyStatesFitTheNarrowestPane_data() {
+        return [{ tag: "commit", name: "commitEmpty" }, { tag: "file", name: "fileEmpty" },
+                { tag: "author", name: "authorEmpty" }]
+    }
+
+    // The inspector's column is 240 pixels at its narrowest: every text wraps inside it.
+    function test_emptyStatesFitTheNarrowestPane(data) {
+        const pane = createTemporaryObject(paneComponent, testCase,
+                                           { appModel: fixtures.newModel(), width: 240 })
+        pane.pane = data.tag
+        const empty = findChild(pane, data.name)
+        verify(empty.visible)
+        waitForRendering(pane)
+        const labels = descendants(empty).filter(item => item.visible && typeof item.text === "string"
+                                                  && item.text !== "")
+        verify(labels.length >= 2)
+        for (const label of labels) {
+            const left = label.mapToItem(pane, 0, 0).x
+            verify(left >= 0 && left + label.width <= pane.width,
+                   label.text + " spans " + left + "…" + (left + label.width))
+            verify(label.contentWidth <= label.width + 1, label.text)
+            verify(!label.truncated, label.text)
+        }
+    }
+
+    function test_choosingTheSelectedRowAgainTurnsThePane_data() {
+        return [
+            { tag: "author", pane: "author", select: m => m.selectAuthor(rowNamed(m.authorStats, "name", "Grace Hopper")) },
+            { tag: "file", pane: "file", select: m => m.selectFile(rowNamed(m.files, "path", "keep.txt")) },
+            { tag: "commit", pane: "commit", select: m => m.selectCommit(m.commits.get(1)) },
+        ]
+    }
+
+    function test_choosingTheSelectedRowAgainTurnsThePane(data) {
+        const model = openModel()
+        const pane = createTemporaryObject(paneComponent, testCase, { appModel: model })
+        data.select(model)
+        compare(pane.pane, data.pane)
+        // Something else, then the same row again.
+        if (data.pane === "author")
+            model.selectCommit(model.commits.get(1))
+        else
+            model.selectAuthor(rowNamed(model.authorStats, "name", "Ada Lovelace"))
+        verify(pane.pane !== data.pane)
+        data.select(model)
+        compare(pane.pane, data.pane)
+    }
+
+    function test_failedDetailsEndTheSpinner_data() {
+        return [
+            { tag: "file", loading: "fileLoading",
+              select: m => m.selectFile(rowNamed(m.files, "path", "keep.txt")) },
+            { tag: "author", loading: "authorLoading",
+              select: m => m.selectAuthor(rowNamed(m.authorStats, "name", "Grace Hopper")) },
+        ]
+    }
+
+    function test_failedDetailsEndTheSpinner(data) {
+        const repo = fixtures.newRepository()
+        fixtures.write(repo, "keep.txt", "keep\n")
+        fixtures.commit(repo, "Start", "Grace Hopper", "grace@example.com")
+        const model = fixtures.newModel()
+        model.openRepository(repo)
+        tryCompare(model, "isLoading", false, 20000)
+        const pane = createTemporaryObject(paneComponent, testCase, { appModel: model })
+        // The repository breaks under the open window: git refuses every later read.
+        fixtures.write(repo, ".git/HEAD", "not a reference\n")
+        data.select(model)
+        verify(findChild(pane, data.loading).visible, "busy at first")
+        tryVerify(() => model.errorMessage !== "", 10000)
+        verify(!findChild(pane, data.loading).visible, "the spinner ends")
+        const failed = findChild(pane, data.tag + "Failed")
+        verify(failed.visible)
+        compare(failed.message, model.errorMessage)
     }
 
     function test_commitPaneShowsTheCommitAndItsChangedFiles() {

@@ -157,7 +157,7 @@ TestCase {
         verify(named(window, "sectionLoader_" + model.selectedSection).item !== null)
     }
 
-    function test_branchChoiceAsksFirstAndCancelChangesNothing() {
+    function test_branchChoiceAsksFirstThenCancelsOrSwitches() {
         const repo = repositoryWithHistory()
         fixtures.git(repo, ["branch", "feature"])
         const model = fixtures.newModel()
@@ -190,6 +190,19 @@ TestCase {
         verify(!model.pendingCheckoutBranch)
         compare(model.isLoading, false)
         compare(fixtures.git(repo, ["branch", "--show-current"]).trim(), "main")
+
+        // Asked again, "Switch to feature" checks the branch out and reloads.
+        mouseClick(named(window, "branchButton"))
+        tryCompare(menu, "opened", true)
+        clickMenuItem(Find.byName(menu, "branch_feature"))
+        tryCompare(dialog, "opened", true)
+        mouseClick(named(window, "checkoutSwitchButton"))
+        tryCompare(dialog, "visible", false)
+        tryVerify(() => model.repository.currentBranch === "feature", 20000, "reloaded on the branch")
+        tryCompare(model, "isLoading", false, 20000)
+        compare(fixtures.git(repo, ["branch", "--show-current"]).trim(), "feature")
+        verify(!model.pendingCheckoutBranch)
+        compare(model.errorMessage, "")
     }
 
     function test_folderThatIsNotARepositoryShowsTheAlertOverTheWelcomeScreen() {
