@@ -63,7 +63,6 @@ private Q_SLOTS:
     void failedDetailsEndTheWait_data();
     void failedDetailsEndTheWait();
     void choosingTheSameRowAgainSignals();
-    void resetKeepsOnlyTheGivenCommit();
     void withoutRepositoryOnlyTheImmediateWrites();
 };
 
@@ -174,26 +173,6 @@ void RepositorySelectionTest::choosingTheSameRowAgainSignals()
     QCOMPARE(authors.count(), 1);
     QCOMPARE(commits.count(), 1);
     QVERIFY(settle(selection));
-}
-
-void RepositorySelectionTest::resetKeepsOnlyTheGivenCommit()
-{
-    Room room;
-    QVERIFY(room.open());
-    RepositorySelection &selection = room.selection;
-    selection.selectFile(room.file(QStringLiteral("conflict.txt")));
-    selection.selectAuthor(room.session.authorStats().constFirst());
-    selection.selectCommit(room.session.commits().constLast());
-    QVERIFY(settle(selection));
-
-    selection.reset(room.session.commits().constFirst());
-
-    QCOMPARE(selection.selectedCommit(), std::optional(room.session.commits().constFirst()));
-    QVERIFY(!selection.selectedFile() && !selection.selectedFileDetails());
-    QVERIFY(!selection.selectedAuthor() && !selection.selectedAuthorDetails());
-    QVERIFY(selection.commitChanges().isEmpty());
-    selection.reset(std::nullopt);
-    QVERIFY(!selection.property("selectedCommit").isValid());
 }
 
 void RepositorySelectionTest::withoutRepositoryOnlyTheImmediateWrites()

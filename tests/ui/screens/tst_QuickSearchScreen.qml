@@ -51,26 +51,4 @@ TestCase {
         tryCompare(findChild(screen, "searchResults"), "count", 2)
         verify(!hint.visible)
     }
-
-    function test_onlyTheNewestSearchWrites() {
-        const model = openModel()
-        const screen = createTemporaryObject(screenComponent, testCase, { appModel: model })
-        const field = findChild(screen, "searchField")
-        field.text = "alpha"
-        screen.panel.search()
-        field.text = "gamma"
-        screen.panel.search()
-        tryCompare(model.session.searchResults, "count", 1, 10000)
-        // Give the older search every chance to land late.
-        wait(500)
-        compare(resultSubjects(model), ["gamma four"])
-    }
-
-    function test_doneClosesTheSheet() {
-        const model = openModel()
-        model.isSearchPresented = true
-        const screen = createTemporaryObject(screenComponent, testCase, { appModel: model })
-        mouseClick(findChild(screen, "doneButton"))
-        compare(model.isSearchPresented, false)
-    }
 }
