@@ -3,7 +3,7 @@
 // Generates a history with the shared history generator (or takes --repository), then runs a
 // 10 ms precise timer on the GUI thread and records the longest gap between two ticks:
 //   * baseline: the event loop with nothing else to do, for as long as the measured phase took;
-//   * measured: AppViewModel::openRepository() on the history, from the call until the
+//   * measured: RepositorySession::openRepository() on the history, from the call until the
 //     background index run is ready (loaders, publishing, a full import into a fresh index,
 //     insights and their publishing).
 // Reports both longest gaps, the stall (longest gap less the timer interval) and the ratio of
@@ -107,22 +107,23 @@ int main(int argc, char **argv)
         strataloom::RepositoryScanner(work.path()));
     double published = 0;
     QElapsedTimer sinceOpen;
-    QObject::connect(&model, &AppViewModel::isLoadingChanged, &model, [&] {
-        if (!model.isLoading())
-            published = double(sinceOpen.nsecsElapsed()) / 1e6;
-    });
+    QObject::connect(model.session(), &strataloom::RepositorySession::isLoadingChanged, &model,
+                     [&] {
+                         if (!model.session()->isLoading())
+                             published = double(sinceOpen.nsecsElapsed()) / 1e6;
+                     });
     const Gaps opened = measure(
         [&] {
-            const auto state = model.analyticsIndexState();
+            const auto state = model.analytics()->analyticsIndexState();
             return state.isReady() || state.isFailed();
         },
         [&] {
             sinceOpen.start();
-            model.openRepository(repository);
+            model.session()->openRepository(repository);
         });
-    if (model.analyticsIndexState().isFailed()) {
+    if (model.analytics()->analyticsIndexState().isFailed()) {
         std::fprintf(stderr, "indexing failed: %s\n",
-                     qPrintable(model.analyticsIndexState().message()));
+                     qPrintable(model.analytics()->analyticsIndexState().message()));
         return 1;
     }
     if (model.errorMessage()) {
@@ -135,8 +136,8 @@ int main(int argc, char **argv)
         [&] { return idle.isValid() && idle.elapsed() >= opened.elapsed; }, [&] { idle.start(); });
 
     std::printf("repository: %s (%d commits indexed, %lld imported)\n", qPrintable(repository),
-                model.analyticsIndexState().indexedCommits(),
-                qlonglong(model.analyticsIndexState().importedCommits()));
+                model.analytics()->analyticsIndexState().indexedCommits(),
+                qlonglong(model.analytics()->analyticsIndexState().importedCommits()));
     std::printf("published after %.0f ms, index ready after %.0f ms\n", published, opened.elapsed);
     std::printf("baseline (idle loop):  %lld ticks, longest gap %.1f ms\n",
                 qlonglong(baseline.ticks), baseline.longest);

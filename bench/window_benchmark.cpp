@@ -173,10 +173,11 @@ int main(int argc, char **argv)
     // Opening. The baseline: the idle window, as long as the opening took.
     QQuickItem *overlay = findNamed(window->contentItem(), QStringLiteral("loadingOverlay"));
     const auto phase = [&] {
-        const auto state = model.analyticsIndexState();
+        const auto state = model.analytics()->analyticsIndexState();
         return QStringLiteral("%1, index %2")
-            .arg(model.isLoading() ? QStringLiteral("loading") : QStringLiteral("loaded"),
-                 state.isReady()        ? QStringLiteral("ready")
+            .arg(model.session()->isLoading() ? QStringLiteral("loading")
+                                              : QStringLiteral("loaded"),
+                 state.isReady()          ? QStringLiteral("ready")
                      : state.isIndexing() ? QStringLiteral("indexing")
                                           : QStringLiteral("idle/failed"));
     };
@@ -195,13 +196,13 @@ int main(int argc, char **argv)
         });
         opening.longestGap = longestGap(
             [&] {
-                const auto state = model.analyticsIndexState();
-                return (state.isReady() || state.isFailed()) && !model.isLoading()
-                    && model.property("analyticsInsights").isValid();
+                const auto state = model.analytics()->analyticsIndexState();
+                return (state.isReady() || state.isFailed()) && !model.session()->isLoading()
+                    && model.analytics()->property("analyticsInsights").isValid();
             },
             [&] {
                 clock.start();
-                model.openRepository(path);
+                model.session()->openRepository(path);
             },
             &opening.elapsed, phase);
         QObject::disconnect(connection);
@@ -210,9 +211,9 @@ int main(int argc, char **argv)
     };
     std::printf("first opening, from the welcome screen:\n");
     const Opening first = open(repository);
-    if (model.analyticsIndexState().isFailed()) {
+    if (model.analytics()->analyticsIndexState().isFailed()) {
         std::fprintf(stderr, "index failed: %s\n",
-                     qPrintable(model.analyticsIndexState().message()));
+                     qPrintable(model.analytics()->analyticsIndexState().message()));
         return 1;
     }
     // The same history again in a second index folder: a full import while a repository is shown.
@@ -226,7 +227,7 @@ int main(int argc, char **argv)
         [&] { return idleClock.elapsed() >= qint64(first.elapsed); }, nullptr, &idleElapsed);
 
     std::printf("repository: %s, %d commits, window %dx%d\n", qPrintable(repository),
-                model.analyticsIndexState().indexedCommits(), width, height);
+                model.analytics()->analyticsIndexState().indexedCommits(), width, height);
     for (const auto &[name, opening] : {std::pair{"first opening", first}, {"second opening", second}}) {
         std::printf("%s: overlay drawn after %.1f ms; index ready after %.1f s; longest GUI-thread "
                     "gap %.1f ms (stall %.1f ms) vs idle window %.1f ms (ratio %.2f)\n",

@@ -1,6 +1,7 @@
 #include "app/RepositoryScanner.h"
 
 #include <QCollator>
+#include <QDir>
 #include <QFile>
 #include <QLocale>
 
@@ -183,7 +184,15 @@ QString lastComponent(const QString &path)
 
 RepositoryScanner::RepositoryScanner(const QString &homeDirectory)
     : m_homeDirectory(standardizedPath(homeDirectory))
-{ }
+{
+    // The freedesktop.org trash; a relative XDG_DATA_HOME is invalid and ignored, as the
+    // specification of base directories asks.
+    const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
+    const QString data = QDir::isAbsolutePath(dataHome)
+        ? dataHome
+        : m_homeDirectory + QStringLiteral("/.local/share");
+    m_trashDirectory = standardizedPath(data + QStringLiteral("/Trash"));
+}
 
 QList<DiscoveredRepository> RepositoryScanner::scan() const
 {
@@ -211,9 +220,13 @@ QList<DiscoveredRepository> RepositoryScanner::scan() const
     // pushed in reverse so that they are visited in the order the folder lists them.
     const std::string prefix = root.ends_with('/') ? root : root + '/';
     std::vector<std::pair<std::string, int>> pending;
+    const std::string trash = QFile::encodeName(m_trashDirectory).toStdString();
     const auto push = [&](const std::string &parent, int depth, const FolderListing &listing) {
-        for (auto name = listing.subfolders.rbegin(); name != listing.subfolders.rend(); ++name)
-            pending.emplace_back(parent + *name, depth);
+        for (auto name = listing.subfolders.rbegin(); name != listing.subfolders.rend(); ++name) {
+            std::string path = parent + *name;
+            if (path != trash)
+                pending.emplace_back(std::move(path), depth);
+        }
     };
     push(prefix, 1, *top);
     while (!pending.empty()) {

@@ -20,6 +20,12 @@ public:
     explicit RepositoryScanner(const QString &homeDirectory);
 
     QString homeDirectory() const { return m_homeDirectory; }
+    /**
+     * @brief The desktop's trash, left out of the walk wherever it lies below the home folder:
+     * $XDG_DATA_HOME/Trash when that variable holds an absolute path, else
+     * ".local/share/Trash" in the home folder.
+     */
+    QString trashDirectory() const { return m_trashDirectory; }
 
     /**
      * @brief Every repository under the home folder, sorted by name, then by path.
@@ -43,6 +49,7 @@ public:
 
 private:
     QString m_homeDirectory;
+    QString m_trashDirectory;
 };
 
 } // namespace strataloom

@@ -148,46 +148,45 @@ void ModelHarness::restart()
     m_testers.clear();
     m_model = std::make_unique<AppViewModel>(recentStore(), discoveredStore(),
                                              RepositoryScanner(m_home), &m_desktop);
-    watchModels();
+    for (QObject *room : std::initializer_list<QObject *> {
+             m_model->session(), m_model->selection(), m_model->catalog(), m_model->analytics()})
+        watchModels(room);
 }
 
-void ModelHarness::watchModels()
+void ModelHarness::watchModels(QObject *room)
 {
-    const QMetaObject *meta = m_model->metaObject();
+    const QMetaObject *meta = room->metaObject();
     for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
-        auto *list = qvariant_cast<RecordListModel *>(meta->property(i).read(m_model.get()));
+        auto *list = qvariant_cast<RecordListModel *>(meta->property(i).read(room));
         if (list)
             m_testers.push_back(std::make_unique<QAbstractItemModelTester>(
                 list, QAbstractItemModelTester::FailureReportingMode::QtTest));
     }
 }
 
-bool settle(AppViewModel &model, int timeoutMilliseconds)
+bool openAndWait(RepositorySession &session, const QString &path)
 {
-    const bool done
-        = QTest::qWaitFor([&] { return model.runningTaskCount() == 0; }, timeoutMilliseconds);
-    QCoreApplication::processEvents();
-    return done;
+    session.openRepository(path);
+    return QTest::qWaitFor([&] { return !session.isLoading(); }, 60000);
 }
 
-bool openAndWait(AppViewModel &model, const QString &path)
+SignalOrder::SignalOrder(const QList<QObject *> &objects)
 {
-    model.openRepository(path);
-    return QTest::qWaitFor([&] { return !model.isLoading(); }, 60000);
-}
-
-SignalOrder::SignalOrder(AppViewModel &model)
-{
-    const QMetaObject *meta = model.metaObject();
     const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot("record()"));
-    for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
-        const QMetaProperty property = meta->property(i);
-        m_names.insert(property.notifySignalIndex(), QString::fromLatin1(property.name()));
-        connect(&model, property.notifySignal(), this, slot);
+    for (QObject *object : objects) {
+        const QMetaObject *meta = object->metaObject();
+        for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
+            const QMetaProperty property = meta->property(i);
+            if (!property.hasNotifySignal())
+                continue;
+            m_names.insert({object, property.notifySignalIndex()},
+                           QString::fromLatin1(property.name()));
+            connect(object, property.notifySignal(), this, slot);
+        }
     }
 }
 
 void SignalOrder::record()
 {
-    fired << m_names.value(senderSignalIndex());
+    fired << m_names.value({sender(), senderSignalIndex()});
 }

@@ -90,7 +90,7 @@ public:
 
 /**
  * @brief An AppViewModel over stores in a temporary settings file, a scanner over @p home and a
- * recording desktop, with QAbstractItemModelTester watching each of its list models.
+ * recording desktop, with QAbstractItemModelTester watching each list model of its rooms.
  */
 class ModelHarness
 {
@@ -99,6 +99,10 @@ public:
     ~ModelHarness();
 
     strataloom::AppViewModel &model() { return *m_model; }
+    strataloom::RepositorySession &session() { return *m_model->session(); }
+    strataloom::RepositorySelection &selection() { return *m_model->selection(); }
+    strataloom::RepositoryCatalog &catalog() { return *m_model->catalog(); }
+    strataloom::AnalyticsIndexController &analytics() { return *m_model->analytics(); }
     RecordingDesktopActions &desktop() { return m_desktop; }
     QString settingsFile() const;
     strataloom::RecentRepositoryStore recentStore() const;
@@ -107,7 +111,7 @@ public:
     void restart();
 
 private:
-    void watchModels();
+    void watchModels(QObject *room);
 
     QTemporaryDir m_settings;
     QTemporaryDir m_emptyHome;
@@ -117,24 +121,35 @@ private:
     std::vector<std::unique_ptr<QAbstractItemModelTester>> m_testers;
 };
 
-/// @brief Lets the event loop run until every background task of @p model has been handled.
-bool settle(strataloom::AppViewModel &model, int timeoutMilliseconds = 120000);
+/// @brief Lets the event loop run until every background task of @p room (the model or one of
+/// its rooms) has been handled.
+template<typename Room> bool settle(const Room &room, int timeoutMilliseconds = 120000)
+{
+    const bool done
+        = QTest::qWaitFor([&] { return room.runningTaskCount() == 0; }, timeoutMilliseconds);
+    QCoreApplication::processEvents();
+    return done;
+}
 
 /// @brief Opens @p path and waits for the load to end; true when it ended in time.
-bool openAndWait(strataloom::AppViewModel &model, const QString &path);
+bool openAndWait(strataloom::RepositorySession &session, const QString &path);
+inline bool openAndWait(strataloom::AppViewModel &model, const QString &path)
+{
+    return openAndWait(*model.session(), path);
+}
 
-/// @brief The names of the model's properties whose NOTIFY signal fired, in firing order.
+/// @brief The names of the properties of @p objects whose NOTIFY signal fired, in firing order.
 class SignalOrder : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit SignalOrder(strataloom::AppViewModel &model);
+    explicit SignalOrder(const QList<QObject *> &objects);
     QStringList fired;
 
 private Q_SLOTS:
     void record();
 
 private:
-    QHash<int, QString> m_names;
+    QHash<QPair<QObject *, int>, QString> m_names;
 };

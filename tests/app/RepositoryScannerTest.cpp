@@ -135,6 +135,34 @@ TEST_F(ScannerTest, LibraryAndTrashArePrunedOnlyDirectlyUnderHome)
     EXPECT_EQ(scanned(), (QStringList {"code/Library/foo", "code/.Trash/kept", "library/lower"}));
 }
 
+TEST_F(ScannerTest, TheDesktopTrashIsPrunedWhereTheDataFolderSaysItIs)
+{
+    const QByteArray saved = qgetenv("XDG_DATA_HOME");
+    struct Case
+    {
+        QByteArray dataHome; // relative to home; "-" unset
+        QStringList expected;
+    };
+    const QList<Case> cases {
+        {"-", {"data/Trash/files/b", ".local/share/projects/kept"}},
+        {"relative/not/valid", {"data/Trash/files/b", ".local/share/projects/kept"}},
+        {"data", {".local/share/Trash/files/a", ".local/share/projects/kept"}},
+    };
+    repository(QStringLiteral(".local/share/Trash/files/a"));
+    repository(QStringLiteral("data/Trash/files/b"));
+    repository(QStringLiteral(".local/share/projects/kept"));
+    for (const Case &test : cases) {
+        if (test.dataHome == "-")
+            qunsetenv("XDG_DATA_HOME");
+        else if (test.dataHome.startsWith("relative"))
+            qputenv("XDG_DATA_HOME", test.dataHome);
+        else
+            qputenv("XDG_DATA_HOME", QFile::encodeName(at(QString::fromUtf8(test.dataHome))));
+        EXPECT_EQ(scanned(), test.expected) << test.dataHome.constData();
+    }
+    qputenv("XDG_DATA_HOME", saved);
+}
+
 TEST_F(ScannerTest, DependencyAndBuildFoldersArePrunedAtAnyDepth)
 {
     repository(QStringLiteral("node_modules/top"));

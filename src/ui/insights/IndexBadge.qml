@@ -13,7 +13,7 @@ Rectangle {
     required property InsightsPresenter presenter
     property bool statisticsWording: false
 
-    readonly property var state: appModel ? appModel.analyticsIndexState : null
+    readonly property var state: appModel ? appModel.analytics.analyticsIndexState : null
     readonly property bool indexing: !!state && state.isIndexing
     readonly property bool ready: !!state && state.isReady
     readonly property bool failed: !!state && state.isFailed

@@ -7,7 +7,7 @@ Item {
     property var appModel
     Label {
         anchors.centerIn: parent
-        text: appModel ? appModel.analyticsIndexState.kind.toString() : ""
+        text: appModel ? appModel.analytics.analyticsIndexState.kind.toString() : ""
         color: Theme.secondaryText
     }
 }

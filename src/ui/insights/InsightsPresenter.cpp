@@ -49,10 +49,11 @@ void InsightsPresenter::setAppModel(QObject *model)
     if (appModel == m_model)
         return;
     if (m_model)
-        disconnect(m_model, nullptr, this, nullptr);
+        disconnect(m_model->analytics(), nullptr, this, nullptr);
     m_model = appModel;
     if (m_model) {
-        connect(m_model, &AppViewModel::analyticsInsightsChanged, this, &InsightsPresenter::update);
+        connect(m_model->analytics(), &AnalyticsIndexController::analyticsInsightsChanged, this,
+                &InsightsPresenter::update);
     }
     Q_EMIT appModelChanged();
     update();
@@ -60,7 +61,7 @@ void InsightsPresenter::setAppModel(QObject *model)
 
 void InsightsPresenter::update()
 {
-    m_insights = m_model ? m_model->analyticsInsights() : std::nullopt;
+    m_insights = m_model ? m_model->analytics()->analyticsInsights() : std::nullopt;
     m_observations.clear();
     m_riskSignals.clear();
     m_milestones.clear();

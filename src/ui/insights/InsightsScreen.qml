@@ -12,9 +12,9 @@ Item {
 
     property var appModel
 
-    readonly property var insights: appModel ? appModel.analyticsInsights : null
-    readonly property bool hasRepository: !!appModel && !!appModel.repository
-    readonly property var indexState: appModel ? appModel.analyticsIndexState : null
+    readonly property var insights: appModel ? appModel.analytics.analyticsInsights : null
+    readonly property bool hasRepository: !!appModel && !!appModel.session.repository
+    readonly property var indexState: appModel ? appModel.analytics.analyticsIndexState : null
     /// "noRepository", "indexing", "failed" or "ready".
     readonly property string phase: !hasRepository ? "noRepository"
                                     : insights ? "ready"

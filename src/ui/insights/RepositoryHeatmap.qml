@@ -19,7 +19,7 @@ ColumnLayout {
 
     // The model's activity points as the plain list the grid reads.
     function points() {
-        const activity = appModel ? appModel.activity : null
+        const activity = appModel ? appModel.session.activity : null
         const result = []
         for (let row = 0; activity && row < activity.count; ++row) {
             const point = activity.get(row)
@@ -37,11 +37,11 @@ ColumnLayout {
         activity: root.points()
         // The list keeps its identity when a repository is read again: follow its rows.
         Connections {
-            target: root.appModel
+            target: root.appModel ? root.appModel.session : null
             function onActivityChanged() { heatmap.activity = root.points() }
         }
         Connections {
-            target: root.appModel ? root.appModel.activity : null
+            target: root.appModel ? root.appModel.session.activity : null
             function onModelReset() { heatmap.activity = root.points() }
             function onDataChanged() { heatmap.activity = root.points() }
         }

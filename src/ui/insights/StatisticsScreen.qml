@@ -14,8 +14,8 @@ Item {
     /// "daily", "monthly" or "yearly": which activity series the chart shows.
     property string activityPeriod: "monthly"
 
-    readonly property var summary: appModel ? appModel.repository : null
-    readonly property var insights: appModel ? appModel.analyticsInsights : null
+    readonly property var summary: appModel ? appModel.session.repository : null
+    readonly property var insights: appModel ? appModel.analytics.analyticsInsights : null
     readonly property real total: insights ? insights.totalCommits : 0
     readonly property real contentWidth: flick.width - 2 * 24
     readonly property int cardColumns: Math.max(2, Math.min(6, Math.floor(contentWidth / 175)))
@@ -205,7 +205,7 @@ Item {
                 symbol: "chart.xyaxis.line"
                 title: "Building detailed statistics"
                 text: "The complete history is being indexed. Statistics will update automatically."
-                busy: !!screen.appModel && screen.appModel.analyticsIndexState.isIndexing
+                busy: !!screen.appModel && screen.appModel.analytics.analyticsIndexState.isIndexing
             }
 
             ColumnLayout {

@@ -11,7 +11,7 @@ Item {
 
     property var appModel
 
-    readonly property int branchCount: appModel ? appModel.branches.count : 0
+    readonly property int branchCount: appModel ? appModel.session.branches.count : 0
 
     ColumnLayout {
         anchors.fill: parent
@@ -22,8 +22,8 @@ Item {
             Layout.fillWidth: true
             symbol: "arrow.triangle.branch"
             title: "Branches"
-            subtitle: screen.appModel && screen.appModel.repository
-                      ? screen.branchCount + " branches · on " + screen.appModel.repository.currentBranch
+            subtitle: screen.appModel && screen.appModel.session.repository
+                      ? screen.branchCount + " branches · on " + screen.appModel.session.repository.currentBranch
                       : screen.branchCount + " branches"
         }
 
@@ -36,7 +36,7 @@ Item {
                 objectName: "branchList"
                 anchors.fill: parent
                 clip: true
-                model: screen.appModel ? screen.appModel.branches : null
+                model: screen.appModel ? screen.appModel.session.branches : null
                 boundsBehavior: Flickable.StopAtBounds
                 ScrollBar.vertical: ScrollBar { }
 
@@ -137,7 +137,7 @@ Item {
                         }
                     }
 
-                    onClicked: screen.appModel.pendingCheckoutBranch = screen.appModel.branches.get(index)
+                    onClicked: screen.appModel.session.pendingCheckoutBranch = screen.appModel.session.branches.get(index)
                 }
             }
 

@@ -11,12 +11,12 @@ Item {
     id: screen
 
     property var appModel
-    property string diff: appModel ? appModel.presentedDiff : ""
+    property string diff: appModel ? appModel.selection.presentedDiff : ""
     // Above this many characters, the line list replaces the text area.
     property int largeTextThreshold: 400000
 
     readonly property bool large: diff.length > largeTextThreshold
-    readonly property var commit: appModel ? appModel.selectedCommit : null
+    readonly property var commit: appModel ? appModel.selection.selectedCommit : null
 
     implicitWidth: 900
     implicitHeight: 640
@@ -36,7 +36,7 @@ Item {
                 objectName: "doneButton"
                 text: "Done"
                 prominent: true
-                onClicked: screen.appModel.isDiffPresented = false
+                onClicked: screen.appModel.selection.isDiffPresented = false
             }
         }
 

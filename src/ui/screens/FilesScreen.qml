@@ -13,11 +13,11 @@ Item {
     property var appModel
     property alias filter: filterField.text
 
-    readonly property int fileCount: appModel ? appModel.files.count : 0
+    readonly property int fileCount: appModel ? appModel.session.files.count : 0
 
     RecordFilterModel {
         id: filtered
-        sourceModel: screen.appModel ? screen.appModel.files : null
+        sourceModel: screen.appModel ? screen.appModel.session.files : null
         filterRoles: ["path"]
         filterText: filterField.text
     }
@@ -65,7 +65,7 @@ Item {
                     readonly property int slash: path.lastIndexOf("/")
                     readonly property string fileName: slash >= 0 ? path.substring(slash + 1) : path
                     readonly property string folder: slash >= 0 ? path.substring(0, slash) : ""
-                    readonly property bool selected: !!screen.appModel.selectedFile && screen.appModel.selectedFile.path === path
+                    readonly property bool selected: !!screen.appModel.selection.selectedFile && screen.appModel.selection.selectedFile.path === path
 
                     width: ListView.view.width
                     implicitHeight: 46
@@ -119,8 +119,8 @@ Item {
                         }
                     }
 
-                    onClicked: screen.appModel.selectFile(filtered.get(row.index))
-                    onDoubleClicked: screen.appModel.openFile(filtered.get(row.index))
+                    onClicked: screen.appModel.selection.selectFile(filtered.get(row.index))
+                    onDoubleClicked: screen.appModel.selection.openFile(filtered.get(row.index))
                 }
             }
 

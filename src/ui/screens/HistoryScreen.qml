@@ -14,7 +14,7 @@ Item {
 
     RecordFilterModel {
         id: filtered
-        sourceModel: screen.appModel ? screen.appModel.commits : null
+        sourceModel: screen.appModel ? screen.appModel.session.commits : null
         filterRoles: ["subject", "author"]
         filterText: filterField.text
     }
@@ -28,9 +28,9 @@ Item {
             Layout.fillWidth: true
             symbol: "clock.arrow.circlepath"
             title: "History"
-            subtitle: filtered.count === (screen.appModel ? screen.appModel.commits.count : 0)
+            subtitle: filtered.count === (screen.appModel ? screen.appModel.session.commits.count : 0)
                       ? filtered.count + " commits"
-                      : filtered.count + " of " + screen.appModel.commits.count + " commits"
+                      : filtered.count + " of " + screen.appModel.session.commits.count + " commits"
             FilterField {
                 id: filterField
                 objectName: "historyFilter"
@@ -52,9 +52,9 @@ Item {
                 boundsBehavior: Flickable.StopAtBounds
                 ScrollBar.vertical: ScrollBar { }
                 delegate: CommitRow {
-                    selected: !!screen.appModel.selectedCommit && screen.appModel.selectedCommit.id === commitId
-                    onSelectRequested: (commit) => screen.appModel.selectCommit(commit)
-                    onDiffRequested: (commit) => screen.appModel.presentDiff(commit)
+                    selected: !!screen.appModel.selection.selectedCommit && screen.appModel.selection.selectedCommit.id === commitId
+                    onSelectRequested: (commit) => screen.appModel.selection.selectCommit(commit)
+                    onDiffRequested: (commit) => screen.appModel.selection.presentDiff(commit)
                 }
             }
 

@@ -15,11 +15,13 @@ Rectangle {
     property string pane: automaticPane
     property string automaticPane: "commit"
 
-    readonly property var commit: appModel ? appModel.selectedCommit : null
-    readonly property var file: appModel ? appModel.selectedFile : null
-    readonly property var fileDetails: appModel ? appModel.selectedFileDetails : null
-    readonly property var author: appModel ? appModel.selectedAuthor : null
-    readonly property var authorDetails: appModel ? appModel.selectedAuthorDetails : null
+    readonly property var commit: appModel ? appModel.selection.selectedCommit : null
+    readonly property var file: appModel ? appModel.selection.selectedFile : null
+    readonly property var fileDetails: appModel ? appModel.selection.selectedFileDetails : null
+    readonly property var author: appModel ? appModel.selection.selectedAuthor : null
+    readonly property var authorDetails: appModel ? appModel.selection.selectedAuthorDetails : null
+    readonly property string fileDetailsError: appModel ? appModel.selection.fileDetailsError : ""
+    readonly property string authorDetailsError: appModel ? appModel.selection.authorDetailsError : ""
 
     function paneForSection(section) {
         switch (section) {
@@ -40,17 +42,22 @@ Rectangle {
         function onSelectedSectionChanged() {
             inspector.automaticPane = inspector.paneForSection(inspector.appModel.selectedSection)
         }
+    }
+    // The latest choice of a row turns the pane, a choice of the row already shown included.
+    Connections {
+        target: inspector.appModel ? inspector.appModel.selection : null
         function onSelectedCommitChanged() {
-            if (inspector.appModel.selectedCommit && inspector.appModel.selectedSection !== AppViewModel.Files
+            if (inspector.appModel.selection.selectedCommit
+                    && inspector.appModel.selectedSection !== AppViewModel.Files
                     && inspector.appModel.selectedSection !== AppViewModel.Statistics)
                 inspector.automaticPane = "commit"
         }
         function onSelectedFileChanged() {
-            if (inspector.appModel.selectedFile)
+            if (inspector.appModel.selection.selectedFile)
                 inspector.automaticPane = "file"
         }
         function onSelectedAuthorChanged() {
-            if (inspector.appModel.selectedAuthor)
+            if (inspector.appModel.selection.selectedAuthor)
                 inspector.automaticPane = "author"
         }
     }
@@ -138,8 +145,8 @@ Rectangle {
                     }
                     Item { Layout.fillWidth: true }
                     SymbolLabel {
-                        readonly property int files: inspector.appModel && inspector.appModel.commitChanges.count > 0
-                                                     ? inspector.appModel.commitChanges.count
+                        readonly property int files: inspector.appModel && inspector.appModel.selection.commitChanges.count > 0
+                                                     ? inspector.appModel.selection.commitChanges.count
                                                      : (inspector.commit ? inspector.commit.filesChanged : 0)
                         symbol: "doc.on.doc"
                         text: Format.count(files) + (files === 1 ? " file" : " files")
@@ -161,7 +168,7 @@ Rectangle {
                     Layout.fillHeight: true
                     Layout.minimumHeight: 60
                     clip: true
-                    model: inspector.appModel ? inspector.appModel.commitChanges : null
+                    model: inspector.appModel ? inspector.appModel.selection.commitChanges : null
                     boundsBehavior: Flickable.StopAtBounds
                     ScrollBar.vertical: ScrollBar { }
                     delegate: ItemDelegate {
@@ -219,7 +226,7 @@ Rectangle {
                             flat: true
                             symbol: "doc.on.doc"
                             text: "Show changed files"
-                            onClicked: inspector.appModel.selectCommit(inspector.commit)
+                            onClicked: inspector.appModel.selection.selectCommit(inspector.commit)
                         }
                     }
                 }
@@ -230,7 +237,7 @@ Rectangle {
                     prominent: true
                     symbol: "doc.text.magnifyingglass"
                     text: "Open full diff"
-                    onClicked: inspector.appModel.presentDiff(inspector.commit)
+                    onClicked: inspector.appModel.selection.presentDiff(inspector.commit)
                 }
             }
         }
@@ -250,9 +257,17 @@ Rectangle {
             EmptyStateView {
                 objectName: "fileLoading"
                 anchors.fill: parent
-                visible: !!inspector.file && !inspector.fileDetails
+                visible: !!inspector.file && !inspector.fileDetails && inspector.fileDetailsError === ""
                 busy: true
                 title: "Reading file history…"
+            }
+            EmptyStateView {
+                objectName: "fileFailed"
+                anchors.fill: parent
+                visible: !!inspector.file && !inspector.fileDetails && inspector.fileDetailsError !== ""
+                symbol: "exclamationmark.triangle"
+                title: "File history unavailable"
+                message: inspector.fileDetailsError
             }
 
             ScrollView {
@@ -346,7 +361,7 @@ Rectangle {
                         Layout.margins: Theme.padding
                         symbol: "arrow.up.forward.app"
                         text: "Open in Default Application"
-                        onClicked: inspector.appModel.openFile(inspector.file)
+                        onClicked: inspector.appModel.selection.openFile(inspector.file)
                     }
                 }
             }
@@ -367,9 +382,17 @@ Rectangle {
             EmptyStateView {
                 objectName: "authorLoading"
                 anchors.fill: parent
-                visible: !!inspector.author && !inspector.authorDetails
+                visible: !!inspector.author && !inspector.authorDetails && inspector.authorDetailsError === ""
                 busy: true
                 title: "Calculating author statistics…"
+            }
+            EmptyStateView {
+                objectName: "authorFailed"
+                anchors.fill: parent
+                visible: !!inspector.author && !inspector.authorDetails && inspector.authorDetailsError !== ""
+                symbol: "exclamationmark.triangle"
+                title: "Author statistics unavailable"
+                message: inspector.authorDetailsError
             }
 
             ScrollView {

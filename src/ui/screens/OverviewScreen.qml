@@ -12,7 +12,7 @@ Item {
 
     property var appModel
 
-    readonly property var repository: appModel ? appModel.repository : null
+    readonly property var repository: appModel ? appModel.session.repository : null
 
     function firstRows(list, count) {
         const rows = []
@@ -22,8 +22,8 @@ Item {
             rows.push(list.get(i))
         return rows
     }
-    readonly property var recentCommits: appModel && appModel.commits.count >= 0 ? firstRows(appModel.commits, 6) : []
-    readonly property var topAuthors: appModel && appModel.authorStats.count >= 0 ? firstRows(appModel.authorStats, 5) : []
+    readonly property var recentCommits: appModel && appModel.session.commits.count >= 0 ? firstRows(appModel.session.commits, 6) : []
+    readonly property var topAuthors: appModel && appModel.session.authorStats.count >= 0 ? firstRows(appModel.session.authorStats, 5) : []
     readonly property int mostCommits: topAuthors.length > 0 ? Math.max(1, topAuthors[0].commits) : 1
 
     ScrollView {
@@ -147,11 +147,11 @@ Item {
                     objectName: "activityChart"
                     Layout.fillWidth: true
                     Layout.preferredHeight: 150
-                    activity: screen.appModel ? screen.appModel.activity : null
+                    activity: screen.appModel ? screen.appModel.session.activity : null
 
                     Label {
                         anchors.centerIn: parent
-                        visible: !!screen.appModel && screen.appModel.activity.count === 0
+                        visible: !!screen.appModel && screen.appModel.session.activity.count === 0
                         text: "No commits in the last 12 months"
                         color: Theme.secondaryText
                         font.pixelSize: Theme.fontBody
@@ -210,7 +210,7 @@ Item {
                                 }
                             }
                             onClicked: {
-                                screen.appModel.selectCommit(recent.modelData)
+                                screen.appModel.selection.selectCommit(recent.modelData)
                                 screen.appModel.selectedSection = AppViewModel.History
                             }
                         }
@@ -280,7 +280,7 @@ Item {
                                     }
                                 }
                             }
-                            onClicked: screen.appModel.selectAuthor(person.modelData)
+                            onClicked: screen.appModel.selection.selectAuthor(person.modelData)
                         }
                     }
                 }
@@ -293,7 +293,7 @@ Item {
     EmptyStateView {
         anchors.fill: parent
         visible: !screen.repository
-        busy: !!screen.appModel && screen.appModel.isLoading
+        busy: !!screen.appModel && screen.appModel.session.isLoading
         symbol: "folder"
         title: busy ? "Opening repository…" : "No repository"
         message: busy ? "" : "Open a repository to see its overview."

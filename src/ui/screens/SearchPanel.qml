@@ -13,14 +13,14 @@ ColumnLayout {
     property bool searchesWhileTyping: false
     property alias field: searchField
 
-    readonly property int resultCount: appModel ? appModel.searchResults.count : 0
+    readonly property int resultCount: appModel ? appModel.session.searchResults.count : 0
 
     function search() {
         if (!appModel)
             return
         pause.stop()
-        appModel.searchText = searchField.text
-        appModel.performSearch()
+        appModel.session.searchText = searchField.text
+        appModel.session.performSearch()
     }
 
     spacing: Theme.padding
@@ -36,7 +36,7 @@ ColumnLayout {
         objectName: "searchField"
         Layout.fillWidth: true
         placeholderText: "Search commit messages…"
-        text: panel.appModel ? panel.appModel.searchText : ""
+        text: panel.appModel ? panel.appModel.session.searchText : ""
         onTextEdited: if (panel.searchesWhileTyping) pause.restart()
         onAccepted: panel.search()
     }
@@ -50,14 +50,14 @@ ColumnLayout {
             objectName: "searchResults"
             anchors.fill: parent
             clip: true
-            model: panel.appModel ? panel.appModel.searchResults : null
+            model: panel.appModel ? panel.appModel.session.searchResults : null
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar { }
             delegate: CommitRow {
                 showsCounts: false
-                selected: !!panel.appModel.selectedCommit && panel.appModel.selectedCommit.id === commitId
-                onSelectRequested: (commit) => panel.appModel.selectCommit(commit)
-                onDiffRequested: (commit) => panel.appModel.presentDiff(commit)
+                selected: !!panel.appModel.selection.selectedCommit && panel.appModel.selection.selectedCommit.id === commitId
+                onSelectRequested: (commit) => panel.appModel.selection.selectCommit(commit)
+                onDiffRequested: (commit) => panel.appModel.selection.presentDiff(commit)
             }
         }
 

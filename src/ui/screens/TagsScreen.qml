@@ -12,11 +12,11 @@ Item {
     property var appModel
     property alias filter: filterField.text
 
-    readonly property int tagCount: appModel ? appModel.tags.count : 0
+    readonly property int tagCount: appModel ? appModel.session.tags.count : 0
 
     RecordFilterModel {
         id: filtered
-        sourceModel: screen.appModel ? screen.appModel.tags : null
+        sourceModel: screen.appModel ? screen.appModel.session.tags : null
         filterRoles: ["name", "subject"]
         filterText: filterField.text
     }

@@ -11,14 +11,14 @@ Item {
 
     property var appModel
 
-    readonly property var graphModel: appModel ? appModel.graphCommits : null
+    readonly property var graphModel: appModel ? appModel.session.graphCommits : null
     readonly property var laneColors: [Theme.named("blue"), Theme.named("purple"), Theme.named("teal"),
         Theme.named("orange"), Theme.named("pink"), Theme.named("green"), Theme.named("indigo"),
         Theme.named("cyan")]
     // Remote names, to tell "origin/main" (a remote branch) from "feature/x" (a local one).
     readonly property var remoteNames: {
         const names = []
-        const branches = appModel ? appModel.branches : null
+        const branches = appModel ? appModel.session.branches : null
         if (!branches)
             return names
         for (let i = 0; i < branches.count; ++i) {

@@ -12,7 +12,7 @@ Menu {
 
     // Headings and branches as one flat list: {heading} or {branch}.
     readonly property var entries: {
-        const branches = appModel.branches
+        const branches = appModel.session.branches
         const local = []
         const remote = []
         for (let i = 0; i < branches.count; ++i) {
@@ -29,7 +29,7 @@ Menu {
 
     function choose(branch) {
         if (!branch.isCurrent)
-            appModel.pendingCheckoutBranch = branch
+            appModel.session.pendingCheckoutBranch = branch
     }
 
     Instantiator {

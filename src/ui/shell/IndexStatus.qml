@@ -9,7 +9,7 @@ Control {
     id: status
 
     required property var appModel
-    readonly property var state: appModel.analyticsIndexState
+    readonly property var state: appModel.analytics.analyticsIndexState
 
     readonly property string text: state.isIndexing ? "Indexing"
                                  : state.isReady ? state.indexedCommits + " indexed"

@@ -14,7 +14,7 @@ ApplicationWindow {
     required property var appModel
     required property var desktopActions
 
-    readonly property bool hasRepository: !!appModel.repository
+    readonly property bool hasRepository: !!appModel.session.repository
 
     // The section screens by section value: module and name, and what stands in for them.
     readonly property var sectionScreens: [
@@ -34,7 +34,7 @@ ApplicationWindow {
     minimumWidth: 980
     minimumHeight: 680
     visible: true
-    title: hasRepository ? appModel.repository.name + " — Strataloom" : "Strataloom"
+    title: hasRepository ? appModel.session.repository.name + " — Strataloom" : "Strataloom"
     color: Theme.window
 
     // Menus. Shortcuts go through key sequences that each platform spells its own way.
@@ -68,21 +68,21 @@ ApplicationWindow {
                 objectName: "openRepositoryAction"
                 text: "Open Repository…"
                 shortcut: StandardKey.Open
-                onTriggered: window.appModel.openRepositoryPicker()
+                onTriggered: window.appModel.session.openRepositoryPicker()
             }
             Menu {
                 id: recentMenu
                 objectName: "openRecentMenu"
                 title: "Open Recent"
-                readonly property int recentCount: window.appModel.recentRepositories.count
+                readonly property int recentCount: window.appModel.catalog.recentRepositories.count
 
                 Instantiator {
-                    model: window.appModel.recentRepositories
+                    model: window.appModel.catalog.recentRepositories
                     delegate: MenuItem {
                         required property int index
                         required property string name
                         text: name
-                        onTriggered: window.appModel.openRecentRepository(window.appModel.recentRepositories.get(index))
+                        onTriggered: window.appModel.catalog.openRecentRepository(window.appModel.catalog.recentRepositories.get(index))
                     }
                     onObjectAdded: (index, object) => recentMenu.insertItem(index, object)
                     onObjectRemoved: (index, object) => recentMenu.removeItem(object)
@@ -102,7 +102,7 @@ ApplicationWindow {
                     text: "Clear Menu"
                     visible: recentMenu.recentCount > 0
                     height: visible ? implicitHeight : 0
-                    onTriggered: window.appModel.clearRecentRepositories()
+                    onTriggered: window.appModel.catalog.clearRecentRepositories()
                 }
             }
             MenuSeparator {}
@@ -120,7 +120,7 @@ ApplicationWindow {
                 text: "Refresh"
                 shortcut: "Ctrl+R"
                 enabled: window.hasRepository
-                onTriggered: window.appModel.refresh()
+                onTriggered: window.appModel.session.refresh()
             }
             Action {
                 id: quickSearchAction
@@ -145,7 +145,7 @@ ApplicationWindow {
     Shortcut {
         sequence: StandardKey.Refresh
         enabled: window.hasRepository
-        onActivated: window.appModel.refresh()
+        onActivated: window.appModel.session.refresh()
     }
     // Texts of the shortcuts as this platform writes them, for the help texts.
     Shortcut { id: quickSearchKeys; sequence: "Ctrl+K"; enabled: false }
@@ -227,8 +227,8 @@ ApplicationWindow {
                     clip: true
 
                     readonly property int section: window.appModel.selectedSection
-                    readonly property bool hasInsights: !!window.appModel.analyticsInsights
-                    readonly property string repositoryPath: window.hasRepository ? window.appModel.repository.path : ""
+                    readonly property bool hasInsights: !!window.appModel.analytics.analyticsInsights
+                    readonly property string repositoryPath: window.hasRepository ? window.appModel.session.repository.path : ""
 
                     // One loader per section. A screen is built the first time its section is
                     // chosen and then kept, hidden, so that coming back to it is immediate (the
@@ -275,9 +275,9 @@ ApplicationWindow {
                             // dropped when an index run starts and built again in the background
                             // once the run's insights are there.
                             Connections {
-                                target: sectionLoader.prebuilt ? window.appModel : null
+                                target: sectionLoader.prebuilt ? window.appModel.analytics : null
                                 function onAnalyticsIndexStateChanged() {
-                                    if (!sectionLoader.current && window.appModel.analyticsIndexState.isIndexing)
+                                    if (!sectionLoader.current && window.appModel.analytics.analyticsIndexState.isIndexing)
                                         sectionLoader.kept = false
                                 }
                                 function onAnalyticsInsightsChanged() {
@@ -325,7 +325,7 @@ ApplicationWindow {
     LoadingOverlay {
         objectName: "loadingOverlay"
         anchors.fill: parent
-        active: window.appModel.isLoading
+        active: window.appModel.session.isLoading
         z: 10
     }
 
@@ -401,7 +401,7 @@ ApplicationWindow {
         width: Math.min(460, window.width - 80)
         closePolicy: Popup.CloseOnEscape
 
-        readonly property var branch: window.appModel.pendingCheckoutBranch
+        readonly property var branch: window.appModel.session.pendingCheckoutBranch
         readonly property string branchName: branch ? branch.name : ""
         property bool switching: false
 
@@ -438,11 +438,11 @@ ApplicationWindow {
         }
         onAccepted: {
             switching = true
-            window.appModel.confirmCheckout()
+            window.appModel.session.confirmCheckout()
         }
         onClosed: {
-            if (!switching && window.appModel.pendingCheckoutBranch)
-                window.appModel.pendingCheckoutBranch = null
+            if (!switching && window.appModel.session.pendingCheckoutBranch)
+                window.appModel.session.pendingCheckoutBranch = null
             switching = false
         }
     }
@@ -478,9 +478,9 @@ ApplicationWindow {
         height: 720
         minimumWidth: 900
         minimumHeight: 680
-        presented: window.appModel.isDiffPresented
+        presented: window.appModel.selection.isDiffPresented
         closeBar: diffLoader.loadingFallback
-        onDismissed: window.appModel.isDiffPresented = false
+        onDismissed: window.appModel.selection.isDiffPresented = false
 
         ScreenLoader {
             id: diffLoader

@@ -14,6 +14,12 @@ void registerModelTypes()
         const char *uri = "Strataloom.Model";
         qmlRegisterUncreatableType<AppViewModel>(
             uri, 1, 0, "AppViewModel", QStringLiteral("The application creates the model"));
+        const QString room = QStringLiteral("Rooms belong to the application model");
+        qmlRegisterUncreatableType<RepositorySession>(uri, 1, 0, "RepositorySession", room);
+        qmlRegisterUncreatableType<RepositorySelection>(uri, 1, 0, "RepositorySelection", room);
+        qmlRegisterUncreatableType<RepositoryCatalog>(uri, 1, 0, "RepositoryCatalog", room);
+        qmlRegisterUncreatableType<AnalyticsIndexController>(uri, 1, 0, "AnalyticsIndexController",
+                                                             room);
         qmlRegisterUncreatableType<RecordListModel>(uri, 1, 0, "RecordListModel",
                                                     QStringLiteral("Lists belong to the model"));
         qmlRegisterUncreatableMetaObject(AnalyticsIndexState::staticMetaObject, uri, 1, 0,

@@ -12,7 +12,7 @@ ScrollView {
         objectName: "diffText"
         readOnly: true
         selectByMouse: true
-        text: view.appModel ? view.appModel.presentedDiff : ""
+        text: view.appModel ? view.appModel.selection.presentedDiff : ""
         font.family: Theme.monospace
         font.pixelSize: Theme.fontBody
         wrapMode: TextEdit.NoWrap

@@ -13,7 +13,7 @@ Rectangle {
     property string quickSearchShortcut: "Ctrl+K"
     property string refreshShortcut: "Ctrl+R"
 
-    readonly property var repository: appModel.repository
+    readonly property var repository: appModel.session.repository
 
     implicitHeight: Theme.barHeight + 4
     color: Theme.bar
@@ -83,8 +83,8 @@ Rectangle {
             flat: true
             symbol: "arrow.clockwise"
             toolTip: "Refresh " + (bar.repository ? bar.repository.name : "") + " (" + bar.refreshShortcut + ")"
-            enabled: !bar.appModel.isLoading
-            onClicked: bar.appModel.refresh()
+            enabled: !bar.appModel.session.isLoading
+            onClicked: bar.appModel.session.refresh()
         }
         SymbolButton {
             id: moreButton
@@ -101,11 +101,11 @@ Rectangle {
                 x: moreButton.width - width
                 MenuItem {
                     text: "Reveal in File Manager"
-                    onTriggered: bar.appModel.revealInFinder()
+                    onTriggered: bar.appModel.session.revealInFinder()
                 }
                 MenuItem {
                     text: "Open in Terminal"
-                    onTriggered: bar.appModel.openInTerminal()
+                    onTriggered: bar.appModel.session.openInTerminal()
                 }
             }
         }

@@ -39,7 +39,7 @@ Rectangle {
             spacing: 2
             Label {
                 Layout.fillWidth: true
-                text: sidebar.appModel.repository ? sidebar.appModel.repository.name : ""
+                text: sidebar.appModel.session.repository ? sidebar.appModel.session.repository.name : ""
                 font.pixelSize: Theme.fontHeadline + 1
                 font.weight: Font.Bold
                 color: Theme.text
@@ -47,7 +47,7 @@ Rectangle {
             }
             Label {
                 Layout.fillWidth: true
-                text: sidebar.appModel.repository ? sidebar.appModel.repository.currentBranch : ""
+                text: sidebar.appModel.session.repository ? sidebar.appModel.session.repository.currentBranch : ""
                 visible: text !== ""
                 font.pixelSize: Theme.fontCaption
                 color: Theme.secondaryText

@@ -16,8 +16,8 @@ Rectangle {
     // 0: recent, 1: repositories (found by the home scan).
     property int selectedTab: 0
 
-    readonly property bool scanning: appModel.isScanningRepositories
-    readonly property bool scanned: !isNaN(appModel.repositoriesScannedAt.getTime())
+    readonly property bool scanning: appModel.catalog.isScanningRepositories
+    readonly property bool scanned: !isNaN(appModel.catalog.repositoriesScannedAt.getTime())
 
     function reveal(record) {
         if (desktopActions && desktopActions.showFolder)
@@ -70,7 +70,7 @@ Rectangle {
                 symbol: "folder.badge.plus"
                 text: "Open Repository…"
                 toolTip: "Open Repository… (" + welcome.openShortcut + ")"
-                onClicked: welcome.appModel.openRepositoryPicker()
+                onClicked: welcome.appModel.session.openRepositoryPicker()
             }
         }
 
@@ -143,15 +143,15 @@ Rectangle {
                             objectName: "clearRecentsButton"
                             flat: true
                             text: "Clear"
-                            enabled: welcome.appModel.recentRepositories.count > 0
-                            onClicked: welcome.appModel.clearRecentRepositories()
+                            enabled: welcome.appModel.catalog.recentRepositories.count > 0
+                            onClicked: welcome.appModel.catalog.clearRecentRepositories()
                         }
                     }
                     EmptyStateView {
                         objectName: "recentEmpty"
                         Layout.fillWidth: true
                         Layout.fillHeight: true
-                        visible: welcome.appModel.recentRepositories.count === 0
+                        visible: welcome.appModel.catalog.recentRepositories.count === 0
                         symbol: "clock.arrow.circlepath"
                         title: "No recent repositories"
                         message: "Repositories opened in Strataloom will appear here."
@@ -160,11 +160,11 @@ Rectangle {
                         objectName: "recentList"
                         Layout.fillWidth: true
                         Layout.fillHeight: true
-                        visible: welcome.appModel.recentRepositories.count > 0
-                        model: welcome.appModel.recentRepositories
-                        openRepository: (record) => welcome.appModel.openRecentRepository(record)
+                        visible: welcome.appModel.catalog.recentRepositories.count > 0
+                        model: welcome.appModel.catalog.recentRepositories
+                        openRepository: (record) => welcome.appModel.catalog.openRecentRepository(record)
                         revealRepository: (record) => welcome.reveal(record)
-                        removeRepository: (record) => welcome.appModel.removeRecentRepository(record)
+                        removeRepository: (record) => welcome.appModel.catalog.removeRecentRepository(record)
                     }
                 }
 
@@ -174,9 +174,9 @@ Rectangle {
                     SectionHeader {
                         Layout.fillWidth: true
                         title: "Repositories"
-                        subtitle: welcome.scanned && !welcome.scanning && welcome.appModel.discoveredRepositories.count > 0
-                                  ? "Scanned " + welcome.appModel.repositoriesScannedAt.toLocaleString(Qt.locale(), Locale.ShortFormat)
-                                    + " · " + welcome.appModel.discoveredRepositories.count + " found"
+                        subtitle: welcome.scanned && !welcome.scanning && welcome.appModel.catalog.discoveredRepositories.count > 0
+                                  ? "Scanned " + welcome.appModel.catalog.repositoriesScannedAt.toLocaleString(Qt.locale(), Locale.ShortFormat)
+                                    + " · " + welcome.appModel.catalog.discoveredRepositories.count + " found"
                                   : ""
                         SymbolButton {
                             objectName: "scanButton"
@@ -184,7 +184,7 @@ Rectangle {
                             symbol: welcome.scanned ? "arrow.clockwise" : "magnifyingglass"
                             text: welcome.scanning ? "Scanning" : welcome.scanned ? "Rescan" : "Scan Home"
                             enabled: !welcome.scanning
-                            onClicked: welcome.appModel.scanHomeForRepositories()
+                            onClicked: welcome.appModel.catalog.scanHomeForRepositories()
                         }
                     }
                     EmptyStateView {
@@ -208,14 +208,14 @@ Rectangle {
                             objectName: "scanHomeFolderButton"
                             symbol: "magnifyingglass"
                             text: "Scan Home Folder"
-                            onClicked: welcome.appModel.scanHomeForRepositories()
+                            onClicked: welcome.appModel.catalog.scanHomeForRepositories()
                         }
                     }
                     EmptyStateView {
                         objectName: "nothingFoundState"
                         Layout.fillWidth: true
                         Layout.fillHeight: true
-                        visible: !welcome.scanning && welcome.scanned && welcome.appModel.discoveredRepositories.count === 0
+                        visible: !welcome.scanning && welcome.scanned && welcome.appModel.catalog.discoveredRepositories.count === 0
                         symbol: "folder.badge.questionmark"
                         title: "No repositories found"
                         message: "Rescan after creating or cloning a repository in your home directory."
@@ -224,9 +224,9 @@ Rectangle {
                         objectName: "discoveredList"
                         Layout.fillWidth: true
                         Layout.fillHeight: true
-                        visible: !welcome.scanning && welcome.scanned && welcome.appModel.discoveredRepositories.count > 0
-                        model: welcome.appModel.discoveredRepositories
-                        openRepository: (record) => welcome.appModel.openDiscoveredRepository(record)
+                        visible: !welcome.scanning && welcome.scanned && welcome.appModel.catalog.discoveredRepositories.count > 0
+                        model: welcome.appModel.catalog.discoveredRepositories
+                        openRepository: (record) => welcome.appModel.catalog.openDiscoveredRepository(record)
                         revealRepository: (record) => welcome.reveal(record)
                     }
                 }

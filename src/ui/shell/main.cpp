@@ -53,7 +53,7 @@ int main(int argc, char *argv[])
     // `strataloom <path>` opens that repository at start.
     const QStringList arguments = QApplication::arguments();
     if (arguments.size() > 1)
-        model.openRepository(QFileInfo(arguments.at(1)).absoluteFilePath());
+        model.session()->openRepository(QFileInfo(arguments.at(1)).absoluteFilePath());
 
     return QApplication::exec();
 }

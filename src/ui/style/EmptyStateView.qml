@@ -44,8 +44,11 @@ Control {
                 size: 44
                 color: empty.tint
             }
+            // Both texts take the column's width, so that they wrap in a narrow pane instead of
+            // running past its edge.
             Label {
                 Layout.alignment: Qt.AlignHCenter
+                Layout.fillWidth: true
                 Layout.maximumWidth: 420
                 Layout.topMargin: Theme.spacingSmall
                 visible: empty.title !== ""
@@ -58,6 +61,7 @@ Control {
             }
             Label {
                 Layout.alignment: Qt.AlignHCenter
+                Layout.fillWidth: true
                 Layout.maximumWidth: 420
                 visible: empty.message !== ""
                 text: empty.message

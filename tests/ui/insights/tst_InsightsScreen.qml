@@ -46,8 +46,8 @@ TestCase {
     function openReady(repo) {
         const model = fixtures.newModel()
         const screen = createTemporaryObject(screenComponent, testCase.Window.window.contentItem, { appModel: model })
-        model.openRepository(repo)
-        tryVerify(() => model.analyticsIndexState.isReady, 60000)
+        model.session.openRepository(repo)
+        tryVerify(() => model.analytics.analyticsIndexState.isReady, 60000)
         tryCompare(screen, "phase", "ready")
         return { model: model, screen: screen }
     }
@@ -109,7 +109,7 @@ TestCase {
         // A long history keeps the index busy long enough to see the indexing state.
         const repo = fixtures.newRepository()
         fixtures.importHistory(repo, 3000)
-        model.openRepository(repo)
+        model.session.openRepository(repo)
         tryCompare(screen, "phase", "indexing", 20000)
         compare(placeholder.title, "Building repository intelligence")
         compare(placeholder.text, "Strataloom is indexing all reachable commits, authors and file changes. Insights will appear automatically.")
@@ -124,15 +124,15 @@ TestCase {
         const previous = InsightTestHelper.setIndexDirectory(repo + "/README.md/indexes")
         const model = fixtures.newModel()
         const screen = createTemporaryObject(screenComponent, testCase.Window.window.contentItem, { appModel: model })
-        model.openRepository(repo)
-        tryVerify(() => model.analyticsIndexState.isFailed, 60000)
+        model.session.openRepository(repo)
+        tryVerify(() => model.analytics.analyticsIndexState.isFailed, 60000)
         InsightTestHelper.setIndexDirectory(previous)
         compare(screen.phase, "failed")
         const placeholder = findOne(screen, "insightsPlaceholder")
         compare(placeholder.title, "Insights unavailable")
         compare(placeholder.symbol, "exclamationmark.triangle")
         verify(placeholder.text !== "")
-        compare(placeholder.text, model.analyticsIndexState.message)
+        compare(placeholder.text, model.analytics.analyticsIndexState.message)
     }
 
     function test_cardsTilesAndBadgeShowTheKnownFigures() {
@@ -167,9 +167,9 @@ TestCase {
         compare(badge.detailText, "+5 commits · 6 changes")
         // On a small repository the indexing state may pass between two polls: wait for the
         // outcome, not for the transition.
-        opened.model.refresh()
+        opened.model.session.refresh()
         tryCompare(badge, "detailText", "5 commits · up to date", 60000)
-        verify(opened.model.analyticsIndexState.isReady)
+        verify(opened.model.analytics.analyticsIndexState.isReady)
         compare(badge.titleText, "Index ready")
     }
 
@@ -195,13 +195,13 @@ TestCase {
         const opened = openReady(knownFixture())
         const model = opened.model
         const screen = opened.screen
-        tryCompare(model, "isLoading", false)
+        tryCompare(model.session, "isLoading", false)
 
         const authors = findAll(screen, "authorRow")
         compare(authors.map(r => r.modelData.name), ["Ada Lovelace", "Grace Hopper", "Linus Side"])
         scrollTo(screen, authors[1])
         mouseClick(authors[1])
-        tryVerify(() => model.selectedAuthor && model.selectedAuthor.name === "Grace Hopper")
+        tryVerify(() => model.selection.selectedAuthor && model.selection.selectedAuthor.name === "Grace Hopper")
         compare(model.selectedSection, AppViewModel.Statistics)
         compare(model.errorMessage, "")
 
@@ -209,7 +209,7 @@ TestCase {
         compare(files.map(r => r.modelData.path), ["src/app.cpp", "README.md", "feature/only.txt"])
         scrollTo(screen, files[0])
         mouseClick(files[0])
-        tryVerify(() => model.selectedFile && model.selectedFile.path === "src/app.cpp")
+        tryVerify(() => model.selection.selectedFile && model.selection.selectedFile.path === "src/app.cpp")
         compare(model.selectedSection, AppViewModel.Files)
 
         // Linus and his file exist only on the side branch.

@@ -48,7 +48,7 @@ TestCase {
     function open(repo) {
         const model = fixtures.newModel()
         const screen = createTemporaryObject(screenComponent, testCase.Window.window.contentItem, { appModel: model })
-        model.openRepository(repo)
+        model.session.openRepository(repo)
         return { model: model, screen: screen }
     }
 
@@ -60,23 +60,23 @@ TestCase {
         const placeholder = findOne(screen, "statisticsPlaceholder")
         const sections = findOne(screen, "historySections")
         const badge = findOne(screen, "indexBadge")
-        tryVerify(() => opened.model.analyticsIndexState.isIndexing, 20000)
+        tryVerify(() => opened.model.analytics.analyticsIndexState.isIndexing, 20000)
         verify(placeholder.visible)
         verify(!sections.visible)
         compare(placeholder.title, "Building detailed statistics")
         compare(placeholder.text, "The complete history is being indexed. Statistics will update automatically.")
         compare(badge.titleText, "Indexing")
 
-        tryVerify(() => opened.model.analyticsIndexState.isReady, 120000)
+        tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 120000)
         verify(!placeholder.visible)
         verify(sections.visible)
         compare(badge.titleText, "3,000 indexed")
         compare(badge.detailText, "3,000 imported now")
         compare(findOne(screen, "card:Commits").value, "3,000")
 
-        opened.model.refresh()
-        tryVerify(() => opened.model.analyticsIndexState.isIndexing, 20000)
-        tryVerify(() => opened.model.analyticsIndexState.isReady, 120000)
+        opened.model.session.refresh()
+        tryVerify(() => opened.model.analytics.analyticsIndexState.isIndexing, 20000)
+        tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 120000)
         compare(badge.detailText, "")
         verify(sections.visible)
     }
@@ -85,9 +85,9 @@ TestCase {
         const repo = fixtures.newRepository()
         fixtures.importHistory(repo, 600)
         const opened = open(repo)
-        tryVerify(() => opened.model.analyticsIndexState.isReady, 120000)
+        tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 120000)
         const screen = opened.screen
-        const insights = opened.model.analyticsInsights
+        const insights = opened.model.analytics.analyticsInsights
         verify(insights.dailyActivity.length > insights.monthlyActivity.length)
         verify(insights.monthlyActivity.length >= insights.yearlyActivity.length)
         const chart = findOne(screen, "periodChart")
@@ -115,7 +115,7 @@ TestCase {
         fixtures.commit(repo, "ok", "Grace Hopper", "grace@example.org")
         fixtures.git(repo, ["tag", "v1.0"])
         const opened = open(repo)
-        tryVerify(() => opened.model.analyticsIndexState.isReady, 60000)
+        tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 60000)
         const screen = opened.screen
         const value = name => findOne(screen, "card:" + name).value
         compare(value("Commits"), "2")
@@ -142,14 +142,14 @@ TestCase {
         fixtures.write(repo, "a.txt", "a\n")
         fixtures.commit(repo, "Add a", "Grace Hopper", "grace@example.org")
         const opened = open(repo)
-        tryVerify(() => opened.model.analyticsIndexState.isReady, 60000)
-        tryCompare(opened.model, "isLoading", false)
+        tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 60000)
+        tryCompare(opened.model.session, "isLoading", false)
         const row = findOne(opened.screen, "statisticsAuthorRow")
         const flick = findOne(opened.screen, "statisticsFlick")
         flick.contentY = row.mapToItem(flick.contentItem, 0, 0).y - 40
         wait(50)
         mouseClick(row)
-        tryVerify(() => opened.model.selectedAuthor && opened.model.selectedAuthor.name === "Grace Hopper")
+        tryVerify(() => opened.model.selection.selectedAuthor && opened.model.selection.selectedAuthor.name === "Grace Hopper")
     }
 
     function test_heatmapShowsTheLastYearInGreen() {
@@ -162,8 +162,8 @@ TestCase {
         for (const message of ["One", "Two"])
             fixtures.commit(repo, message, "Ada Lovelace", "ada@example.com", recent.toISOString())
         const opened = open(repo)
-        tryVerify(() => opened.model.analyticsIndexState.isReady, 60000)
-        tryCompare(opened.model, "isLoading", false)
+        tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 60000)
+        tryCompare(opened.model.session, "isLoading", false)
         const heatmap = findOne(opened.screen, "heatmap")
         tryCompare(heatmap, "commitsShown", 2)
         compare(findOne(opened.screen, "heatmapCaption").text, "2 commits in the last year")
@@ -179,7 +179,7 @@ TestCase {
 
     function test_emptyRepositoryShowsEveryEmptyText() {
         const opened = open(fixtures.newRepository())
-        tryVerify(() => opened.model.analyticsIndexState.isReady, 60000)
+        tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 60000)
         const texts = textsOf(opened.screen)
         for (const expected of ["No activity in the indexed history", "No commits to bucket by weekday",
                                 "No contributor data", "No e-mail domains",

@@ -20,10 +20,10 @@ TestCase {
         fixtures.write(repo, "notes.txt", "first line\nsecond line\n")
         fixtures.commit(repo, "Add a second line")
         const model = fixtures.newModel()
-        model.openRepository(repo)
-        tryCompare(model, "isLoading", false, 20000)
-        model.presentDiff(model.commits.get(0))
-        tryCompare(model, "isDiffPresented", true, 10000)
+        model.session.openRepository(repo)
+        tryCompare(model.session, "isLoading", false, 20000)
+        model.selection.presentDiff(model.session.commits.get(0))
+        tryCompare(model.selection, "isDiffPresented", true, 10000)
         return model
     }
 
@@ -32,7 +32,7 @@ TestCase {
         const screen = createTemporaryObject(screenComponent, testCase, { appModel: model })
         const area = findChild(screen, "diffText")
         verify(area.visible)
-        compare(area.text, model.presentedDiff)
+        compare(area.text, model.selection.presentedDiff)
         verify(area.text.indexOf("diff --git a/notes.txt b/notes.txt") >= 0)
         verify(area.text.indexOf("+second line") >= 0)
         verify(area.readOnly)
@@ -40,7 +40,7 @@ TestCase {
         compare(area.selectedText.length, area.length)
 
         mouseClick(findChild(screen, "doneButton"))
-        compare(model.isDiffPresented, false)
+        compare(model.selection.isDiffPresented, false)
     }
 
     function test_largeTextIsShownAsLines() {
@@ -51,7 +51,7 @@ TestCase {
         verify(lines.visible)
         tryVerify(() => lines.height > 0 && lines.itemAtIndex(lines.count - 1) !== null)
         compare(findChild(screen, "diffText").text, "")
-        compare(lines.count, model.presentedDiff.split("\n").length)
+        compare(lines.count, model.selection.presentedDiff.split("\n").length)
         const texts = []
         for (let i = 0; i < lines.count; ++i) {
             const line = lines.itemAtIndex(i)

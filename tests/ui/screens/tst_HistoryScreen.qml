@@ -23,9 +23,9 @@ TestCase {
             fixtures.commit(repo, subjects[i][0], subjects[i][1], "dev" + i + "@example.com")
         }
         const model = fixtures.newModel()
-        model.openRepository(repo)
-        tryCompare(model, "isLoading", false, 20000)
-        compare(model.commits.count, subjects.length)
+        model.session.openRepository(repo)
+        tryCompare(model.session, "isLoading", false, 20000)
+        compare(model.session.commits.count, subjects.length)
         return model
     }
 
@@ -70,11 +70,11 @@ TestCase {
         const row = list.itemAtIndex(0)
 
         mouseClick(row)
-        tryVerify(() => model.selectedCommit && model.selectedCommit.subject === "Add parser")
+        tryVerify(() => model.selection.selectedCommit && model.selection.selectedCommit.subject === "Add parser")
         tryVerify(() => row.selected)
 
         mouseDoubleClickSequence(row)
-        tryCompare(model, "isDiffPresented", true, 10000)
-        verify(model.presentedDiff.indexOf("Add parser") >= 0)
+        tryCompare(model.selection, "isDiffPresented", true, 10000)
+        verify(model.selection.presentedDiff.indexOf("Add parser") >= 0)
     }
 }

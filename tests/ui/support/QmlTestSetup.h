@@ -10,8 +10,8 @@
 //           fixtures.write(repo, "a.txt", "hello\n")
 //           fixtures.commit(repo, "Add a")
 //           const model = fixtures.newModel()
-//           model.openRepository(repo)
-//           tryCompare(model, "isLoading", false)
+//           model.session.openRepository(repo)
+//           tryCompare(model.session, "isLoading", false)
 //       }
 //   }
 

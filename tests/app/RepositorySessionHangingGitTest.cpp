@@ -1,7 +1,10 @@
 // Loads whose git never answers: a newer open must not wait for them, and their git ends.
 #include "ModelTestSupport.h"
 
+#include "app/RepositorySession.h"
+
 #include <QFile>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -35,7 +38,7 @@ QList<qint64> pidsIn(const QString &path)
 
 } // namespace
 
-class AppViewModelHangingGitTest : public QObject
+class RepositorySessionHangingGitTest : public QObject
 {
     Q_OBJECT
 
@@ -43,7 +46,7 @@ private Q_SLOTS:
     void supersededLoadsOfAHangingGitEndAndDoNotBlockTheNextOpen();
 };
 
-void AppViewModelHangingGitTest::supersededLoadsOfAHangingGitEndAndDoNotBlockTheNextOpen()
+void RepositorySessionHangingGitTest::supersededLoadsOfAHangingGitEndAndDoNotBlockTheNextOpen()
 {
     FixtureRepository hanging;
     hanging.write(QStringLiteral("a.txt"), "a\n");
@@ -72,27 +75,27 @@ void AppViewModelHangingGitTest::supersededLoadsOfAHangingGitEndAndDoNotBlockThe
     }
     qputenv("STRATALOOM_GIT", QFile::encodeName(script));
 
-    ModelHarness harness;
-    AppViewModel &model = harness.model();
+    RepositorySession session;
+    QSignalSpy failures(&session, &RepositorySession::failed);
     // More superseded loads than the background pool has threads: none of them may keep one.
-    model.openRepository(hanging.path());
+    session.openRepository(hanging.path());
     QVERIFY(QTest::qWaitFor([&] { return !pidsIn(pids).isEmpty(); }, 10000));
     for (int i = 0; i < 40; ++i)
-        model.openRepository(hanging.path());
-    model.openRepository(answering.path());
-    const bool settled = settle(model, 30000);
+        session.openRepository(hanging.path());
+    session.openRepository(answering.path());
+    const bool settled = settle(session, 30000);
     qunsetenv("STRATALOOM_GIT");
     QVERIFY(settled);
 
-    QVERIFY(model.repository());
-    QCOMPARE(model.repository()->path, answering.path());
-    QVERIFY(!model.errorMessage());
-    QVERIFY(!model.isLoading());
+    QVERIFY(session.repository());
+    QCOMPARE(session.repository()->path, answering.path());
+    QCOMPARE(failures.count(), 0);
+    QVERIFY(!session.isLoading());
     const QList<qint64> started = pidsIn(pids);
     QVERIFY(!started.isEmpty());
     QVERIFY(QTest::qWaitFor([&] { return std::none_of(started.begin(), started.end(), isRunning); },
                             5000));
 }
 
-STRATALOOM_MODEL_TEST_MAIN(AppViewModelHangingGitTest)
-#include "AppViewModelHangingGitTest.moc"
+STRATALOOM_MODEL_TEST_MAIN(RepositorySessionHangingGitTest)
+#include "RepositorySessionHangingGitTest.moc"

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "app/AnalyticsIndex.h"
+#include "app/BackgroundTasks.h"
+#include "git/GitRecords.h"
+
+#include <QObject>
+#include <QVariant>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+
+namespace strataloom {
+
+/**
+ * @brief The analytics index of the open repository: one background run per published load,
+ * its state as the index status shows it, and the insights of the last successful run.
+ *
+ * A new run cancels the one before it; a cancelled or superseded run writes nothing. Failures
+ * end in analyticsIndexState, never in the window's error alert.
+ */
+class AnalyticsIndexController : public QObject
+{
+    Q_OBJECT
+
+    Q_PROPERTY(strataloom::AnalyticsIndexState analyticsIndexState READ analyticsIndexState NOTIFY
+                   analyticsIndexStateChanged)
+    /// Every field of the last successful run's insights as a map, or null.
+    Q_PROPERTY(
+        QVariant analyticsInsights READ analyticsInsightsValue NOTIFY analyticsInsightsChanged)
+
+public:
+    explicit AnalyticsIndexController(QObject *parent = nullptr);
+    /// Cancels a running index task: nobody is left to read its result.
+    ~AnalyticsIndexController() override;
+
+    /**
+     * @brief Where the index task keeps the indexes; by default the standard index folder.
+     * Tools and tests point it elsewhere; an empty text restores the default.
+     */
+    void setIndexBaseDirectory(const QString &directory);
+
+    /// @brief Cancels the running task, clears the insights and indexes @p repository.
+    void start(const RepositorySummary &repository);
+
+    AnalyticsIndexState analyticsIndexState() const { return m_state; }
+    const std::optional<RepositoryAnalyticsInsights> &analyticsInsights() const
+    {
+        return m_insights;
+    }
+    int runningTaskCount() const { return m_tasks.running(); }
+
+Q_SIGNALS:
+    void analyticsIndexStateChanged();
+    void analyticsInsightsChanged();
+
+private:
+    void setState(const AnalyticsIndexState &state);
+    void setInsights(const std::optional<RepositoryAnalyticsInsights> &insights,
+                     const QVariant &value);
+    QVariant analyticsInsightsValue() const { return m_insightsValue; }
+
+    BackgroundTasks m_tasks;
+    std::optional<QString> m_baseDirectory;
+    AnalyticsIndexState m_state;
+    std::optional<RepositoryAnalyticsInsights> m_insights;
+    QVariant m_insightsValue;
+    /// The current run's identity: set to cancel it; shared with that run's thread.
+    std::shared_ptr<std::atomic_bool> m_cancelled;
+};
+
+} // namespace strataloom

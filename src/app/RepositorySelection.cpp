@@ -1,0 +1,205 @@
+#include "app/RepositorySelection.h"
+
+#include "app/DesktopActions.h"
+#include "app/RepositorySession.h"
+
+#include <QDir>
+
+namespace strataloom {
+
+namespace {
+
+/// @brief Writes @p value and signals only when it changes.
+template<typename T, typename Signal>
+void assign(RepositorySelection *selection, T &field, const T &value, Signal changed)
+{
+    if (field == value)
+        return;
+    field = value;
+    Q_EMIT(selection->*changed)();
+}
+
+/// @brief Writes @p value and signals even when it is unchanged: a choice is news.
+template<typename T, typename Signal>
+void choose(RepositorySelection *selection, std::optional<T> &field, const T &value, Signal changed)
+{
+    field = value;
+    Q_EMIT(selection->*changed)();
+}
+
+template<typename T> QVariant optionalMap(const std::optional<T> &value)
+{
+    return value ? QVariant(toVariantMap(*value)) : QVariant();
+}
+
+} // namespace
+
+RepositorySelection::RepositorySelection(const RepositorySession &session,
+                                         DesktopActions *desktopActions, QObject *parent)
+    : QObject(parent)
+    , m_session(session)
+    , m_desktopActions(desktopActions)
+    , m_tasks(this, [this](const QString &error) { Q_EMIT failed(error); })
+    , m_commitChanges(new CommitChangeListModel(this))
+{ }
+
+std::optional<QString> RepositorySelection::repositoryPath() const
+{
+    if (const auto &repository = m_session.repository())
+        return repository->path;
+    return std::nullopt;
+}
+
+void RepositorySelection::reset(const std::optional<CommitRecord> &commit)
+{
+    assign(this, m_commit, commit, &RepositorySelection::selectedCommitChanged);
+    assign(this, m_file, std::optional<FileRecord>(), &RepositorySelection::selectedFileChanged);
+    assign(this, m_fileDetails, std::optional<FileDetails>(),
+           &RepositorySelection::selectedFileDetailsChanged);
+    assign(this, m_author, std::optional<AuthorStat>(),
+           &RepositorySelection::selectedAuthorChanged);
+    assign(this, m_authorDetails, std::optional<AuthorDetails>(),
+           &RepositorySelection::selectedAuthorDetailsChanged);
+    assign(this, m_fileDetailsError, QString(), &RepositorySelection::fileDetailsErrorChanged);
+    assign(this, m_authorDetailsError, QString(), &RepositorySelection::authorDetailsErrorChanged);
+    setCommitChanges({});
+}
+
+void RepositorySelection::selectCommit(const QVariantMap &commit)
+{
+    selectCommit(commitFromVariantMap(commit));
+}
+
+void RepositorySelection::selectCommit(const CommitRecord &commit)
+{
+    choose(this, m_commit, commit, &RepositorySelection::selectedCommitChanged);
+    setCommitChanges({});
+    const std::optional<QString> path = repositoryPath();
+    if (!path)
+        return;
+    m_tasks.run(
+        [git = m_git, path = *path, id = commit.id] { return git.loadCommitChanges(path, id); },
+        [this](const QList<CommitFileChange> &changes) { setCommitChanges(changes); });
+}
+
+void RepositorySelection::presentDiff(const QVariantMap &commit)
+{
+    presentDiff(commitFromVariantMap(commit));
+}
+
+void RepositorySelection::presentDiff(const CommitRecord &commit)
+{
+    assign(this, m_commit, std::optional(commit), &RepositorySelection::selectedCommitChanged);
+    const std::optional<QString> path = repositoryPath();
+    if (!path)
+        return;
+    m_tasks.run(
+        [git = m_git, path = *path, id = commit.id] { return git.loadCommitDiff(path, id); },
+        [this](const QString &diff) {
+            assign(this, m_presentedDiff, diff, &RepositorySelection::presentedDiffChanged);
+            setDiffPresented(true);
+        });
+}
+
+void RepositorySelection::selectFile(const QVariantMap &file)
+{
+    selectFile(fileFromVariantMap(file));
+}
+
+void RepositorySelection::selectFile(const FileRecord &file)
+{
+    choose(this, m_file, file, &RepositorySelection::selectedFileChanged);
+    assign(this, m_fileDetails, std::optional<FileDetails>(),
+           &RepositorySelection::selectedFileDetailsChanged);
+    assign(this, m_fileDetailsError, QString(), &RepositorySelection::fileDetailsErrorChanged);
+    const std::optional<QString> path = repositoryPath();
+    if (!path)
+        return;
+    m_tasks.run(
+        [git = m_git, path = *path, file = file.path] { return git.loadFileDetails(path, file); },
+        [this](const FileDetails &details) {
+            assign(this, m_fileDetails, std::optional(details),
+                   &RepositorySelection::selectedFileDetailsChanged);
+        },
+        [this](const QString &error) {
+            assign(this, m_fileDetailsError, error, &RepositorySelection::fileDetailsErrorChanged);
+            Q_EMIT failed(error);
+        });
+}
+
+void RepositorySelection::openFile(const QVariantMap &file)
+{
+    openFile(fileFromVariantMap(file));
+}
+
+void RepositorySelection::openFile(const FileRecord &file)
+{
+    const std::optional<QString> path = repositoryPath();
+    if (path && m_desktopActions)
+        m_desktopActions->openFile(QDir(*path).filePath(file.path));
+}
+
+void RepositorySelection::selectAuthor(const QVariantMap &author)
+{
+    selectAuthor(authorFromVariantMap(author));
+}
+
+void RepositorySelection::selectAuthor(const AuthorStat &author)
+{
+    choose(this, m_author, author, &RepositorySelection::selectedAuthorChanged);
+    assign(this, m_authorDetails, std::optional<AuthorDetails>(),
+           &RepositorySelection::selectedAuthorDetailsChanged);
+    assign(this, m_authorDetailsError, QString(), &RepositorySelection::authorDetailsErrorChanged);
+    const std::optional<QString> path = repositoryPath();
+    if (!path)
+        return;
+    m_tasks.run([git = m_git, path = *path,
+                 name = author.name] { return git.loadAuthorDetails(path, name); },
+                [this](const AuthorDetails &details) {
+                    assign(this, m_authorDetails, std::optional(details),
+                           &RepositorySelection::selectedAuthorDetailsChanged);
+                },
+                [this](const QString &error) {
+                    assign(this, m_authorDetailsError, error,
+                           &RepositorySelection::authorDetailsErrorChanged);
+                    Q_EMIT failed(error);
+                });
+}
+
+void RepositorySelection::setDiffPresented(bool presented)
+{
+    assign(this, m_isDiffPresented, presented, &RepositorySelection::isDiffPresentedChanged);
+}
+
+void RepositorySelection::setCommitChanges(const QList<CommitFileChange> &changes)
+{
+    if (m_commitChanges->setRecords(changes))
+        Q_EMIT commitChangesChanged();
+}
+
+QVariant RepositorySelection::selectedCommitValue() const
+{
+    return optionalMap(m_commit);
+}
+
+QVariant RepositorySelection::selectedFileValue() const
+{
+    return optionalMap(m_file);
+}
+
+QVariant RepositorySelection::selectedFileDetailsValue() const
+{
+    return optionalMap(m_fileDetails);
+}
+
+QVariant RepositorySelection::selectedAuthorValue() const
+{
+    return optionalMap(m_author);
+}
+
+QVariant RepositorySelection::selectedAuthorDetailsValue() const
+{
+    return optionalMap(m_authorDetails);
+}
+
+} // namespace strataloom
