@@ -42,6 +42,7 @@ Item {
               : screen.phase === "failed" ? screen.indexState.message
               : "Strataloom is indexing all reachable commits, authors and file changes. Insights will appear automatically."
         busy: screen.phase === "indexing"
+        RetryIndexButton { appModel: screen.appModel; visible: screen.phase === "failed" }
     }
 
     Flickable {
@@ -298,7 +299,6 @@ Item {
                 symbol: "waveform.path.ecg"
                 tint: InsightColors.named("blue")
                 EmptyNote {
-                    objectName: "emptyActivity"
                     visible: !screen.insights || screen.insights.dailyActivity.length === 0
                     text: "No daily activity data"
                 }
@@ -328,17 +328,9 @@ Item {
                         labelsFont.pixelSize: 11
                         titleFont.pixelSize: 11
                     }
-                    ValueAxis {
+                    CountAxis {
                         id: activityCounts
                         titleText: "Commits"
-                        titleBrush: Theme.secondaryText
-                        labelFormat: "%.0f"
-                        tickCount: 5
-                        labelsColor: InsightColors.axisLabel
-                        gridLineColor: InsightColors.grid
-                        color: InsightColors.axisLine
-                        labelsFont.pixelSize: 11
-                        titleFont.pixelSize: 11
                     }
                     AreaSeries {
                         id: activityArea
@@ -355,11 +347,8 @@ Item {
                             return
                         activityDates.min = new Date(range.minX)
                         activityDates.max = new Date(range.maxX)
-                        activityCounts.min = 0
-                        activityCounts.max = Math.max(range.maxY, 1)
-                        activityCounts.applyNiceNumbers()
-                        if (activityCounts.max <= 6)
-                            activityCounts.tickCount = activityCounts.max + 1
+                        activityCounts.largest = range.maxY
+                        activityCounts.fit()
                     }
                     Component.onCompleted: refill()
                     Connections {

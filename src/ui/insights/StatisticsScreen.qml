@@ -16,6 +16,8 @@ Item {
 
     readonly property var summary: appModel ? appModel.repository : null
     readonly property var insights: appModel ? appModel.analyticsInsights : null
+    readonly property var indexState: appModel ? appModel.analyticsIndexState : null
+    readonly property bool indexFailed: !insights && !!indexState && indexState.isFailed
     readonly property real total: insights ? insights.totalCommits : 0
     readonly property real contentWidth: flick.width - 2 * 24
     readonly property int cardColumns: Math.max(2, Math.min(6, Math.floor(contentWidth / 175)))
@@ -197,15 +199,19 @@ Item {
                 }
             }
 
+            // Until the first insights exist: the index at work, or why it failed and a retry.
             StatePlaceholder {
                 objectName: "statisticsPlaceholder"
                 Layout.fillWidth: true
                 Layout.preferredHeight: 260
                 visible: !screen.insights
-                symbol: "chart.xyaxis.line"
-                title: "Building detailed statistics"
-                text: "The complete history is being indexed. Statistics will update automatically."
-                busy: !!screen.appModel && screen.appModel.analyticsIndexState.isIndexing
+                symbol: screen.indexFailed ? "exclamationmark.triangle" : "chart.xyaxis.line"
+                title: screen.indexFailed ? "Detailed statistics unavailable" : "Building detailed statistics"
+                text: screen.indexFailed
+                      ? screen.indexState.message
+                      : "The complete history is being indexed. Statistics will update automatically."
+                busy: !!screen.indexState && screen.indexState.isIndexing
+                RetryIndexButton { appModel: screen.appModel; visible: screen.indexFailed }
             }
 
             ColumnLayout {
@@ -297,6 +303,7 @@ Item {
                         id: periodChart
                         objectName: "periodChart"
                         property int plottedPeriods: 0
+                        readonly property alias commitsAxis: commitsAxis
                         visible: plottedPeriods > 0
                         Layout.fillWidth: true
                         Layout.preferredHeight: 280
@@ -321,27 +328,16 @@ Item {
                             labelsFont.pixelSize: 11
                             titleFont.pixelSize: 11
                         }
-                        ValueAxis {
+                        CountAxis {
                             id: commitsAxis
                             titleText: "Commits"
-                            titleBrush: Theme.secondaryText
-                            labelFormat: "%.0f"
-                            labelsColor: InsightColors.axisLabel
-                            gridLineColor: InsightColors.grid
-                            color: InsightColors.axisLine
-                            labelsFont.pixelSize: 11
-                            titleFont.pixelSize: 11
                         }
-                        ValueAxis {
+                        CountAxis {
                             id: churnAxis
                             titleText: "Churn"
-                            titleBrush: Theme.secondaryText
-                            labelFormat: "%.0f"
+                            wholeUnits: false
                             gridVisible: false
                             labelsColor: InsightColors.named("orange")
-                            color: InsightColors.axisLine
-                            labelsFont.pixelSize: 11
-                            titleFont.pixelSize: 11
                         }
                         AreaSeries {
                             id: commitBars
@@ -370,14 +366,10 @@ Item {
                                 return
                             periodAxis.min = new Date(range.minX)
                             periodAxis.max = new Date(range.maxX)
-                            commitsAxis.min = 0
-                            commitsAxis.max = Math.max(range.maxCommits, 1)
-                            commitsAxis.applyNiceNumbers()
-                            if (commitsAxis.max <= 6)
-                                commitsAxis.tickCount = commitsAxis.max + 1
-                            churnAxis.min = 0
-                            churnAxis.max = Math.max(range.maxChurn, 1)
-                            churnAxis.applyNiceNumbers()
+                            commitsAxis.largest = range.maxCommits
+                            commitsAxis.fit()
+                            churnAxis.largest = range.maxChurn
+                            churnAxis.fit()
                             // A thin line reads better than a marker-sized one over thousands of days.
                             churnLine.width = plottedPeriods > 400 ? 1 : 2
                         }
@@ -568,7 +560,6 @@ Item {
                             spacing: 2
                             SubTitle { text: "Release timeline" }
                             EmptyNote {
-                                objectName: "emptyTags"
                                 visible: !screen.insights || screen.insights.tags.length === 0
                                 text: "No tags in indexed refs"
                             }
@@ -813,7 +804,6 @@ Item {
                             spacing: 2
                             SubTitle { text: "Files commonly changed together" }
                             EmptyNote {
-                                objectName: "emptyCoupling"
                                 visible: !screen.insights || screen.insights.coChanges.length === 0
                                 text: "No file pair appears together in at least two commits"
                             }
