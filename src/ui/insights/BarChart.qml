@@ -23,6 +23,7 @@ Item {
     property int maxLabelLength: 22
     readonly property bool empty: labels.length === 0 || sets.length === 0
     readonly property alias chart: chart
+    readonly property alias valueAxis: valueAxis
 
     Layout.fillWidth: true
     implicitHeight: empty ? note.implicitHeight
@@ -58,12 +59,8 @@ Item {
         // from the top.
         const order = labels.map((_, i) => horizontal ? labels.length - 1 - i : i)
         categoryAxis.categories = order.map(i => shortened(labels[i]))
-        valueAxis.min = 0
-        valueAxis.max = Math.max(maximum, 1)
-        valueAxis.applyNiceNumbers()
-        // Whole counts only: a small range gets one tick per unit instead of repeated labels.
-        if (valueAxis.max <= 6)
-            valueAxis.tickCount = valueAxis.max + 1
+        valueAxis.largest = maximum
+        valueAxis.fit()
         const type = horizontal
             ? (stacked ? ChartView.SeriesTypeStackedBar : ChartView.SeriesTypeHorizontalBar)
             : (stacked ? ChartView.SeriesTypeStackedBar : ChartView.SeriesTypeBar)
@@ -124,18 +121,11 @@ Item {
         legend.labelColor: Theme.text
         animationOptions: ChartView.NoAnimation
 
-        ValueAxis {
+        CountAxis {
             id: valueAxis
             titleText: root.valueTitle
-            titleBrush: Theme.secondaryText
-            labelsColor: InsightColors.axisLabel
-            gridLineColor: InsightColors.grid
-            color: InsightColors.axisLine
-            labelFormat: "%.0f"
-            tickCount: root.width < 420 ? 3 : 5
+            preferredTickCount: root.width < 420 ? 3 : 5
             minorGridVisible: false
-            labelsFont.pixelSize: 11
-            titleFont.pixelSize: 11
         }
         BarCategoryAxis {
             id: categoryAxis

@@ -7,6 +7,7 @@ import Strataloom.Style
 Rectangle {
     property alias text: label.text
 
+    objectName: "emptyNote"
     Layout.fillWidth: true
     implicitHeight: 64
     radius: 8

@@ -1,0 +1,25 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Strataloom.Style
+import Strataloom.Insights
+
+// Changed lines per technology.
+DashboardSection {
+    id: section
+    Layout.alignment: Qt.AlignTop
+    Layout.preferredWidth: 1
+    title: "Technology share by churn"
+    symbol: "chevron.left.forwardslash.chevron.right"
+    tint: InsightColors.named("blue")
+    BarChart {
+        objectName: "technologyChart"
+        readonly property var rows: section.insights ? section.insights.technologies.slice(0, 10) : []
+        labels: rows.map(t => t.name)
+        sets: rows.length ? [{ name: "Churn", colorName: "blue",
+                               values: rows.map(t => t.additions + t.deletions) }] : []
+        valueTitle: "Churn"
+        categoryTitle: "Technology"
+        emptyText: "No technology data"
+    }
+}
