@@ -558,14 +558,8 @@ ProcessResult runGitProcess(const QString &repository, const QStringList &argume
                             const OutputSink &sink, const std::optional<QByteArray> &input,
                             const GitSettings &settings)
 {
-    // Reading never transfers anything: a partial clone's missing objects would otherwise be
-    // fetched from its promisor remote, over the network, by every command that meets one.
-    // Switching branches is a write the user asked for and may fetch as plain git does.
-    GitSettings all = settings;
-    if (arguments.value(0) != QLatin1String("switch"))
-        all.prepend({QStringLiteral("protocol.allow"), QStringLiteral("never")});
     return runProcess(gitExecutable(), gitArguments(repository, arguments),
-                      ProcessOptions {gitEnvironment(all), sink, input, gitRemovedEnvironment()});
+                      ProcessOptions {gitEnvironment(settings), sink, input, gitRemovedEnvironment()});
 }
 
 } // namespace strataloom
