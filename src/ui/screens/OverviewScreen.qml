@@ -109,9 +109,12 @@ Item {
                         { title: "Files", value: Format.count(screen.repository.trackedFileCount), symbol: "doc.on.doc", tint: "purple",
                           detail: Format.bytes(screen.repository.repositorySizeBytes) },
                         { title: "Authors", value: Format.count(screen.repository.authorCount), symbol: "person.2", tint: "pink", detail: "" },
-                        { title: "Status", value: screen.repository.isClean ? "Clean" : "Modified",
-                          symbol: screen.repository.isClean ? "checkmark.circle" : "exclamationmark.triangle",
-                          tint: screen.repository.isClean ? "green" : "orange", detail: "" }
+                        screen.repository.statusUnavailableReason
+                            ? { title: "Status", value: "Status unavailable", symbol: "info.circle", tint: "gray",
+                                detail: screen.repository.statusUnavailableReason }
+                            : { title: "Status", value: screen.repository.isClean ? "Clean" : "Modified",
+                                symbol: screen.repository.isClean ? "checkmark.circle" : "exclamationmark.triangle",
+                                tint: screen.repository.isClean ? "green" : "orange", detail: "" }
                     ] : []
                     delegate: StatCard {
                         required property var modelData
