@@ -95,7 +95,9 @@ TEST(Classifiers, PeriodLabelsStartAtMidnightUTC)
                   seconds ? std::optional(QDateTime::fromSecsSinceEpoch(*seconds, Qt::UTC))
                           : std::nullopt)
             << label;
-        EXPECT_EQ(date.value_or(QDateTime()).timeSpec(), Qt::UTC);
+        if (date) {
+            EXPECT_EQ(date->timeSpec(), Qt::UTC) << label;
+        }
     }
 }
 
