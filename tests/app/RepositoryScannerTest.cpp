@@ -3,6 +3,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -21,27 +22,41 @@ protected:
     QString at(const QString &relative) const { return home() + QLatin1Char('/') + relative; }
 
     void folder(const QString &relative) const { ASSERT_TRUE(QDir().mkpath(at(relative))); }
-    void file(const QString &relative, const QByteArray &content = "x") const
+    void file(const QString &relative, const QByteArray &content) const
     {
+        folder(QFileInfo(relative).path());
         QFile out(at(relative));
         ASSERT_TRUE(out.open(QIODevice::WriteOnly)) << relative.toStdString();
         out.write(content);
-    }
-    void repository(const QString &relative) const
-    {
-        folder(relative);
-        runGitIn(at(relative), {QStringLiteral("init"), QStringLiteral("-q")});
-    }
-    void bareRepository(const QString &relative) const
-    {
-        folder(relative);
-        runGitIn(at(relative),
-                 {QStringLiteral("init"), QStringLiteral("-q"), QStringLiteral("--bare")});
     }
     void link(const QString &target, const QString &relative) const
     {
         ASSERT_EQ(::symlink(target.toUtf8().constData(), at(relative).toUtf8().constData()), 0)
             << relative.toStdString();
+    }
+
+    // Builds a home folder from lines "repo PATH", "bare PATH", "dir PATH", "file PATH TEXT"
+    // and "link TARGET PATH" (a TARGET of "~" is the home folder, "~/x" a path in it).
+    void build(const QStringList &layout) const
+    {
+        for (const QString &line : layout) {
+            const QStringList words = line.split(' ');
+            const QString &kind = words[0];
+            if (kind == "repo" || kind == "bare") {
+                folder(words[1]);
+                runGitIn(at(words[1]),
+                         kind == "repo" ? QStringList {"init", "-q"}
+                                        : QStringList {"init", "-q", "--bare"});
+            } else if (kind == "dir") {
+                folder(words[1]);
+            } else if (kind == "file") {
+                file(words[1], words.mid(2).join(' ').toUtf8());
+            } else {
+                const QString target
+                    = words[1].startsWith('~') ? home() + words[1].mid(1) : words[1];
+                link(target, words[2]);
+            }
+        }
     }
 
     // The scan's result as paths relative to the home folder, in the scan's order.
@@ -51,9 +66,8 @@ protected:
     {
         QStringList out;
         for (const DiscoveredRepository &repository : found) {
-            EXPECT_EQ(repository.name, repository.path.section(QLatin1Char('/'), -1));
-            EXPECT_TRUE(repository.path.startsWith(home() + QLatin1Char('/')))
-                << repository.path.toStdString();
+            EXPECT_EQ(repository.name, repository.path.section('/', -1));
+            EXPECT_TRUE(repository.path.startsWith(home() + '/')) << repository.path.toStdString();
             out << repository.path.mid(home().size() + 1);
         }
         return out;
@@ -62,77 +76,146 @@ protected:
     QTemporaryDir m_home {QDir::tempPath() + QStringLiteral("/strataloom-home-XXXXXX")};
 };
 
+struct Layout
+{
+    const char *what;
+    QStringList layout;
+    QStringList found;
+};
+
+class ScannerLayoutTest : public ScannerTest, public ::testing::WithParamInterface<Layout>
+{
+};
+
 } // namespace
 
-// --- what counts as a repository -----------------------------------------------------------------
+TEST_P(ScannerLayoutTest, FindsTheRepositoriesItShould)
+{
+    SCOPED_TRACE(GetParam().what);
+    build(GetParam().layout);
+    EXPECT_EQ(scanned(), GetParam().found);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Layouts, ScannerLayoutTest,
+    ::testing::Values(
+        Layout {"repositories inside a found one are not reported",
+                {"repo outer", "repo outer/inner", "repo outer/vendor/deep", "repo plain/code/app"},
+                {"plain/code/app", "outer"}},
+        Layout {"a .git file of a linked work tree marks a repository",
+                {"file worktree/.git gitdir: /elsewhere", "file worktree/sub/.git gitdir: /x"},
+                {"worktree"}},
+        Layout {"a bare repository is reported and not entered",
+                {"bare server/project.git", "bare server/project.git/refs/nested.git"},
+                {"server/project.git"}},
+        Layout {"HEAD, objects and refs folders make a repository; anything less is searched",
+                {"dir notes/objects", "file notes/HEAD ref: refs/heads/main", "repo notes/journal",
+                 "dir half/objects", "file half/HEAD x", "file half/refs x"},
+                {"notes/journal"}},
+        Layout {"Library and .Trash are pruned only directly under home",
+                {"repo Library/foo", "repo .Trash/old", "repo code/Library/foo",
+                 "repo code/.Trash/kept", "repo library/lower"},
+                {"code/Library/foo", "code/.Trash/kept", "library/lower"}},
+        Layout {"dependency and build folders are pruned at any depth, by exact name",
+                {"repo node_modules/top", "repo web/node_modules/left-pad",
+                 "repo ios/DerivedData/App/cache", "repo swift/.build/checkouts/dependency",
+                 "repo swift/Sources/.build", "repo web/Node_Modules/kept", "repo web/src/app"},
+                {"web/src/app", "web/Node_Modules/kept"}},
+        Layout {"hidden folders are searched",
+                {"repo .config/nvim/pack/plugin", "repo .dotfiles"},
+                {".dotfiles", ".config/nvim/pack/plugin"}},
+        Layout {"links are not followed, so loops end",
+                {"repo loop/real", "link ~/loop loop/self", "link .. loop/up", "link ~ home-again",
+                 "link /nonexistent dangling"},
+                {"loop/real"}},
+        Layout {
+            "names sort numerically and case-insensitively",
+            {"repo repo10", "repo repo2", "repo x/Beta", "repo alpha", "repo Zulu", "repo repo1"},
+            {"alpha", "x/Beta", "repo1", "repo2", "repo10", "Zulu"}},
+        Layout {"equal names sort by path the same way",
+                {"repo b/tool", "repo A/tool", "repo c10/tool", "repo c9/tool"},
+                {"A/tool", "b/tool", "c9/tool", "c10/tool"}}),
+    [](const ::testing::TestParamInfo<Layout> &info) {
+        return "Layout" + std::to_string(info.index);
+    });
 
 TEST_F(ScannerTest, HomeThatIsARepositoryIsTheOnlyEntry)
 {
-    repository(QStringLiteral("."));
-    repository(QStringLiteral("projects/inner"));
-
+    build({"repo .", "repo projects/inner"});
     const QList<DiscoveredRepository> found = RepositoryScanner(home()).scan();
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(found[0].path, home());
-    EXPECT_EQ(found[0].name, home().section(QLatin1Char('/'), -1));
+    EXPECT_EQ(found[0].name, home().section('/', -1));
 }
 
-TEST_F(ScannerTest, RepositoriesInsideAFoundRepositoryAreNotReported)
+TEST_F(ScannerTest, RepositoryMarkersAreCheckedOnTheFolderItself)
 {
-    repository(QStringLiteral("outer"));
-    repository(QStringLiteral("outer/inner"));
-    repository(QStringLiteral("outer/vendor/deep"));
-    repository(QStringLiteral("plain/code/app"));
-
-    EXPECT_EQ(scanned(), (QStringList {"plain/code/app", "outer"}));
+    build({"file worktree/.git gitdir: /x", "bare bare.git", "dir notes/objects",
+           "file notes/HEAD x"});
+    const std::pair<const char *, bool> cases[]
+        = {{"worktree", true}, {"bare.git", true}, {"notes", false}, {"missing", false}};
+    for (const auto &[path, isRepository] : cases)
+        EXPECT_EQ(RepositoryScanner::isRepository(at(path)), isRepository) << path;
+    EXPECT_TRUE(RepositoryScanner(at("missing")).scan().isEmpty());
 }
 
-TEST_F(ScannerTest, GitFileOfLinkedWorkTreeMarksARepository)
+TEST(SkipRuleTest, TopLevelAndAnyDepthRules)
 {
-    folder(QStringLiteral("worktree"));
-    file(QStringLiteral("worktree/.git"), "gitdir: /elsewhere/.git/worktrees/worktree\n");
-    folder(QStringLiteral("worktree/sub/also"));
-    file(QStringLiteral("worktree/sub/also/.git"), "gitdir: /elsewhere\n");
-
-    EXPECT_EQ(scanned(), QStringList {"worktree"});
-    EXPECT_TRUE(RepositoryScanner::isRepository(at(QStringLiteral("worktree"))));
+    const std::pair<const char *, bool> cases[] = {
+        {"Library", true},       {"Library/Caches", true}, {".Trash", true},
+        {"code/Library", false}, {"code/.Trash", false},   {"a/b/node_modules", true},
+        {"DerivedData", true},   {"pkg/.build", true},     {"pkg/.builds", false},
+        {"derivedData", false},  {"code", false},
+    };
+    for (const auto &[path, skipped] : cases) {
+        EXPECT_EQ(RepositoryScanner::shouldSkipDirectory("/home/ada/" + QString::fromLatin1(path),
+                                                         "/home/ada"),
+                  skipped)
+            << path;
+    }
 }
 
-TEST_F(ScannerTest, BareRepositoryIsReportedAndNotEntered)
+TEST_F(ScannerTest, LinkedOrUnstandardHomeFolderIsScannedUnderItsOwnSpelling)
 {
-    bareRepository(QStringLiteral("server/project.git"));
-    bareRepository(QStringLiteral("server/project.git/refs/nested.git"));
+    build({"repo code/app"});
+    QTemporaryDir links;
+    const QString linkedHome = links.filePath("home");
+    ASSERT_EQ(::symlink(home().toUtf8().constData(), linkedHome.toUtf8().constData()), 0);
+    EXPECT_EQ(RepositoryScanner(linkedHome).scan(),
+              (QList<DiscoveredRepository> {{"app", linkedHome + "/code/app"}}));
 
-    EXPECT_EQ(scanned(), QStringList {"server/project.git"});
-    EXPECT_TRUE(RepositoryScanner::isRepository(at(QStringLiteral("server/project.git"))));
+    const RepositoryScanner scanner(home() + "/code/../.");
+    EXPECT_EQ(scanner.homeDirectory(), home());
+    EXPECT_EQ(scanned(), QStringList {"code/app"});
+    EXPECT_EQ(RepositoryScanner(home() + '/').homeDirectory(), home());
 }
 
-TEST_F(ScannerTest, FolderWithHeadButNoRefsIsSearchedInside)
+TEST_F(ScannerTest, UnreadableFoldersArePassedOver)
 {
-    folder(QStringLiteral("notes/objects"));
-    file(QStringLiteral("notes/HEAD"), "ref: refs/heads/main\n");
-    repository(QStringLiteral("notes/journal"));
-    // "refs" must be a folder too.
-    folder(QStringLiteral("half/objects"));
-    file(QStringLiteral("half/HEAD"));
-    file(QStringLiteral("half/refs"));
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "root reads every folder";
+    build({"repo locked/inside", "repo searchable", "repo open"});
+    ASSERT_TRUE(QFile::setPermissions(at("locked"), QFileDevice::WriteOwner));
+    // Listing is refused, but the markers inside can still be looked up.
+    ASSERT_TRUE(QFile::setPermissions(at("searchable"), QFileDevice::ExeOwner));
 
-    EXPECT_EQ(scanned(), QStringList {"notes/journal"});
-    EXPECT_FALSE(RepositoryScanner::isRepository(at(QStringLiteral("notes"))));
-    EXPECT_FALSE(RepositoryScanner::isRepository(at(QStringLiteral("half"))));
+    const QStringList found = scanned();
+    for (const char *path : {"locked", "searchable"})
+        QFile::setPermissions(
+            at(path), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    EXPECT_EQ(found, (QStringList {"open", "searchable"}));
 }
 
-// --- pruning -------------------------------------------------------------------------------------
-
-TEST_F(ScannerTest, LibraryAndTrashArePrunedOnlyDirectlyUnderHome)
+TEST_F(ScannerTest, TwoScansInARowGiveTheSameResult)
 {
-    repository(QStringLiteral("Library/foo"));
-    repository(QStringLiteral(".Trash/old"));
-    repository(QStringLiteral("code/Library/foo"));
-    repository(QStringLiteral("code/.Trash/kept"));
-    repository(QStringLiteral("library/lower"));
+    for (int n = 0; n < 30; ++n)
+        build({QStringLiteral("repo group%1/project%2").arg(n % 7).arg(n)});
+    build({"repo same/Tool", "repo same/tool", "bare mirror.git"});
 
-    EXPECT_EQ(scanned(), (QStringList {"code/Library/foo", "code/.Trash/kept", "library/lower"}));
+    const RepositoryScanner scanner(home());
+    const QList<DiscoveredRepository> first = scanner.scan();
+    EXPECT_EQ(first.size(), 33);
+    EXPECT_EQ(scanner.scan(), first);
 }
 
 TEST_F(ScannerTest, TheDesktopTrashIsPrunedWhereTheDataFolderSaysItIs)
@@ -148,9 +231,8 @@ TEST_F(ScannerTest, TheDesktopTrashIsPrunedWhereTheDataFolderSaysItIs)
         {"relative/not/valid", {"data/Trash/files/b", ".local/share/projects/kept"}},
         {"data", {".local/share/Trash/files/a", ".local/share/projects/kept"}},
     };
-    repository(QStringLiteral(".local/share/Trash/files/a"));
-    repository(QStringLiteral("data/Trash/files/b"));
-    repository(QStringLiteral(".local/share/projects/kept"));
+    build({"repo .local/share/Trash/files/a", "repo data/Trash/files/b",
+           "repo .local/share/projects/kept"});
     for (const Case &test : cases) {
         if (test.dataHome == "-")
             qunsetenv("XDG_DATA_HOME");
@@ -161,145 +243,4 @@ TEST_F(ScannerTest, TheDesktopTrashIsPrunedWhereTheDataFolderSaysItIs)
         EXPECT_EQ(scanned(), test.expected) << test.dataHome.constData();
     }
     qputenv("XDG_DATA_HOME", saved);
-}
-
-TEST_F(ScannerTest, DependencyAndBuildFoldersArePrunedAtAnyDepth)
-{
-    repository(QStringLiteral("node_modules/top"));
-    repository(QStringLiteral("web/node_modules/left-pad"));
-    repository(QStringLiteral("ios/DerivedData/App/cache"));
-    repository(QStringLiteral("swift/.build/checkouts/dependency"));
-    repository(QStringLiteral("swift/Sources/.build"));
-    // The names are matched exactly.
-    repository(QStringLiteral("web/Node_Modules/kept"));
-    repository(QStringLiteral("web/src/app"));
-
-    EXPECT_EQ(scanned(), (QStringList {"web/src/app", "web/Node_Modules/kept"}));
-}
-
-TEST(SkipRuleTest, TopLevelAndAnyDepthRules)
-{
-    const QString root = QStringLiteral("/home/ada");
-    EXPECT_TRUE(RepositoryScanner::shouldSkipDirectory("/home/ada/Library", root));
-    EXPECT_TRUE(RepositoryScanner::shouldSkipDirectory("/home/ada/Library/Caches", root));
-    EXPECT_TRUE(RepositoryScanner::shouldSkipDirectory("/home/ada/.Trash", root));
-    EXPECT_FALSE(RepositoryScanner::shouldSkipDirectory("/home/ada/code/Library", root));
-    EXPECT_FALSE(RepositoryScanner::shouldSkipDirectory("/home/ada/code/.Trash", root));
-    EXPECT_TRUE(RepositoryScanner::shouldSkipDirectory("/home/ada/a/b/node_modules", root));
-    EXPECT_TRUE(RepositoryScanner::shouldSkipDirectory("/home/ada/DerivedData", root));
-    EXPECT_TRUE(RepositoryScanner::shouldSkipDirectory("/home/ada/pkg/.build", root));
-    EXPECT_FALSE(RepositoryScanner::shouldSkipDirectory("/home/ada/pkg/.builds", root));
-    EXPECT_FALSE(RepositoryScanner::shouldSkipDirectory("/home/ada/derivedData", root));
-    EXPECT_FALSE(RepositoryScanner::shouldSkipDirectory("/home/ada/code", root));
-}
-
-TEST_F(ScannerTest, HiddenFoldersAreSearched)
-{
-    repository(QStringLiteral(".config/nvim/pack/plugin"));
-    repository(QStringLiteral(".dotfiles"));
-
-    EXPECT_EQ(scanned(), (QStringList {".dotfiles", ".config/nvim/pack/plugin"}));
-}
-
-// --- links and unreadable folders ----------------------------------------------------------------
-
-TEST_F(ScannerTest, SymbolicLinksAreNotFollowedSoLoopsEnd)
-{
-    repository(QStringLiteral("loop/real"));
-    link(at(QStringLiteral("loop")), QStringLiteral("loop/self"));
-    link(QStringLiteral(".."), QStringLiteral("loop/up"));
-    link(home(), QStringLiteral("home-again"));
-    QTemporaryDir outside;
-    runGitIn(outside.path(), {QStringLiteral("init"), QStringLiteral("-q")});
-    link(outside.path(), QStringLiteral("outside-repository"));
-    link(at(QStringLiteral("missing")), QStringLiteral("dangling"));
-
-    EXPECT_EQ(scanned(), QStringList {"loop/real"});
-}
-
-TEST_F(ScannerTest, LinkedHomeFolderIsScanned)
-{
-    repository(QStringLiteral("code/app"));
-    QTemporaryDir links;
-    const QString linkedHome = links.filePath(QStringLiteral("home"));
-    ASSERT_EQ(::symlink(home().toUtf8().constData(), linkedHome.toUtf8().constData()), 0);
-
-    const QList<DiscoveredRepository> found = RepositoryScanner(linkedHome).scan();
-    ASSERT_EQ(found.size(), 1);
-    EXPECT_EQ(found[0].path, linkedHome + QStringLiteral("/code/app"));
-}
-
-TEST_F(ScannerTest, UnreadableFoldersArePassedOver)
-{
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "root reads every folder";
-    repository(QStringLiteral("locked/inside"));
-    repository(QStringLiteral("searchable"));
-    repository(QStringLiteral("open"));
-    ASSERT_TRUE(QFile::setPermissions(at(QStringLiteral("locked")), QFileDevice::WriteOwner));
-    // Listing is refused, but the markers inside can still be looked up.
-    ASSERT_TRUE(QFile::setPermissions(at(QStringLiteral("searchable")), QFileDevice::ExeOwner));
-
-    const QStringList found = scanned();
-    QFile::setPermissions(at(QStringLiteral("locked")),
-                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    QFile::setPermissions(at(QStringLiteral("searchable")),
-                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    EXPECT_EQ(found, (QStringList {"open", "searchable"}));
-}
-
-TEST_F(ScannerTest, MissingHomeFolderGivesNothing)
-{
-    EXPECT_TRUE(RepositoryScanner(at(QStringLiteral("missing"))).scan().isEmpty());
-    EXPECT_FALSE(RepositoryScanner::isRepository(at(QStringLiteral("missing"))));
-}
-
-// --- paths and order -----------------------------------------------------------------------------
-
-TEST_F(ScannerTest, HomeFolderPathIsStandardized)
-{
-    repository(QStringLiteral("code/app"));
-    const RepositoryScanner scanner(home() + QStringLiteral("/code/../."));
-
-    EXPECT_EQ(scanner.homeDirectory(), home());
-    const QList<DiscoveredRepository> found = scanner.scan();
-    ASSERT_EQ(found.size(), 1);
-    EXPECT_EQ(found[0].path, home() + QStringLiteral("/code/app"));
-    EXPECT_EQ(RepositoryScanner(home() + QLatin1Char('/')).homeDirectory(), home());
-}
-
-TEST_F(ScannerTest, NamesSortNumericallyAndCaseInsensitively)
-{
-    repository(QStringLiteral("repo10"));
-    repository(QStringLiteral("repo2"));
-    repository(QStringLiteral("x/Beta"));
-    repository(QStringLiteral("alpha"));
-    repository(QStringLiteral("Zulu"));
-    repository(QStringLiteral("repo1"));
-
-    EXPECT_EQ(scanned(), (QStringList {"alpha", "x/Beta", "repo1", "repo2", "repo10", "Zulu"}));
-}
-
-TEST_F(ScannerTest, EqualNamesSortByPathTheSameWay)
-{
-    repository(QStringLiteral("b/tool"));
-    repository(QStringLiteral("A/tool"));
-    repository(QStringLiteral("c10/tool"));
-    repository(QStringLiteral("c9/tool"));
-
-    EXPECT_EQ(scanned(), (QStringList {"A/tool", "b/tool", "c9/tool", "c10/tool"}));
-}
-
-TEST_F(ScannerTest, TwoScansInARowGiveTheSameResult)
-{
-    for (int n = 0; n < 30; ++n)
-        repository(QStringLiteral("group%1/project").arg(n % 7) + QString::number(n));
-    repository(QStringLiteral("same/Tool"));
-    repository(QStringLiteral("same/tool"));
-    bareRepository(QStringLiteral("mirror.git"));
-
-    const RepositoryScanner scanner(home());
-    const QList<DiscoveredRepository> first = scanner.scan();
-    EXPECT_EQ(first.size(), 33);
-    EXPECT_EQ(scanner.scan(), first);
 }

@@ -42,8 +42,7 @@ QStringList names(const QList<RecentRepository> &recents)
 }
 
 const DiscoveredRepositoryCatalog sampleCatalog {
-    {{QStringLiteral("zeta"), QStringLiteral("/home/ada/code/zeta")},
-     {QStringLiteral("alpha"), QStringLiteral("/home/ada/alpha")}},
+    {{"zeta", "/home/ada/code/zeta"}, {"alpha", "/home/ada/alpha"}},
     utc("2024-05-06T07:08:09.500Z")};
 
 // Every test gets a settings file of its own in a temporary folder.
@@ -68,117 +67,64 @@ protected:
 
 } // namespace
 
-// --- stored format -------------------------------------------------------------------------------
-
-TEST_F(StoreTest, RecentsAreStoredAsJsonWithDatesInSecondsSince2001)
+TEST_F(StoreTest, ValuesAreStoredAsJsonWithDatesInSecondsSince2001)
 {
-    RecentRepositoryStore(settingsFile())
-        .save({recent(QStringLiteral("tool"), "2001-01-01T00:01:40.5Z")});
-
-    const QJsonDocument stored
-        = QJsonDocument::fromJson(readRaw(QStringLiteral("recentRepositories")));
-    ASSERT_TRUE(stored.isArray());
-    ASSERT_EQ(stored.array().size(), 1);
-    const QJsonObject object = stored.array().at(0).toObject();
-    EXPECT_EQ(object.keys(), (QStringList {"lastOpened", "name", "path"}));
-    EXPECT_EQ(object.value("name").toString(), "tool");
-    EXPECT_EQ(object.value("path").toString(), "/home/ada/tool");
-    EXPECT_DOUBLE_EQ(object.value("lastOpened").toDouble(), 100.5);
-}
-
-TEST_F(StoreTest, CatalogIsStoredAsJsonObjectWithRepositoriesAndScannedAt)
-{
+    RecentRepositoryStore(settingsFile()).save({recent("tool", "2001-01-01T00:01:40.5Z")});
     DiscoveredRepositoryStore(settingsFile()).save(sampleCatalog);
 
-    const QJsonDocument stored
-        = QJsonDocument::fromJson(readRaw(QStringLiteral("discoveredRepositories")));
-    ASSERT_TRUE(stored.isObject());
-    const QJsonObject object = stored.object();
-    EXPECT_EQ(object.keys(), (QStringList {"repositories", "scannedAt"}));
-    const QJsonArray repositories = object.value("repositories").toArray();
-    ASSERT_EQ(repositories.size(), 2);
-    EXPECT_EQ(repositories.at(0).toObject().keys(), (QStringList {"name", "path"}));
-    EXPECT_EQ(repositories.at(0).toObject().value("path").toString(), "/home/ada/code/zeta");
+    const QJsonArray recents = QJsonDocument::fromJson(readRaw("recentRepositories")).array();
+    EXPECT_EQ(recents,
+              QJsonArray({QJsonObject {
+                  {"name", "tool"}, {"path", "/home/ada/tool"}, {"lastOpened", 100.5}}}));
+    const QJsonObject catalog = QJsonDocument::fromJson(readRaw("discoveredRepositories")).object();
+    EXPECT_EQ(catalog.value("repositories"),
+              QJsonArray({QJsonObject {{"name", "zeta"}, {"path", "/home/ada/code/zeta"}},
+                          QJsonObject {{"name", "alpha"}, {"path", "/home/ada/alpha"}}}));
     // 2024-05-06T07:08:09.5Z is 1714979289.5 s after 1970.
-    EXPECT_DOUBLE_EQ(object.value("scannedAt").toDouble(), 1714979289.5 - 978307200.0);
+    EXPECT_DOUBLE_EQ(catalog.value("scannedAt").toDouble(), 1714979289.5 - 978307200.0);
+    EXPECT_EQ(catalog.size(), 2);
 }
 
 TEST_F(StoreTest, ReadsDataWrittenByAnotherEncoder)
 {
     // Key order, white space, escaped slashes and unknown keys do not matter.
-    storeRaw(QStringLiteral("recentRepositories"),
-             QByteArray(R"( [ {"lastOpened": 731000000.25, "path": "\/home\/ada\/tool",
-                             "name": "tool", "pinned": true} ] )"));
-    storeRaw(QStringLiteral("discoveredRepositories"),
+    storeRaw("recentRepositories", QByteArray(R"( [ {"lastOpened": 731000000.25,
+        "path": "\/home\/ada\/tool", "name": "tool", "pinned": true} ] )"));
+    storeRaw("discoveredRepositories",
              QByteArray(R"({"scannedAt": 0, "repositories": [{"path": "/p", "name": "p"}]})"));
 
-    const QList<RecentRepository> recents = RecentRepositoryStore(settingsFile()).load();
-    ASSERT_EQ(recents.size(), 1);
-    EXPECT_EQ(recents[0].name, "tool");
-    EXPECT_EQ(recents[0].path, "/home/ada/tool");
-    EXPECT_EQ(recents[0].lastOpened, utc("2001-01-01T00:00:00Z").addMSecs(731000000250));
-
-    const auto catalog = DiscoveredRepositoryStore(settingsFile()).load();
-    ASSERT_TRUE(catalog);
-    EXPECT_EQ(catalog->repositories,
-              (QList<DiscoveredRepository> {{QStringLiteral("p"), QStringLiteral("/p")}}));
-    EXPECT_EQ(catalog->scannedAt, utc("2001-01-01T00:00:00Z"));
+    EXPECT_EQ(RecentRepositoryStore(settingsFile()).load(),
+              (QList<RecentRepository> {
+                  {"tool", "/home/ada/tool", utc("2001-01-01T00:00:00Z").addMSecs(731000000250)}}));
+    EXPECT_EQ(DiscoveredRepositoryStore(settingsFile()).load(),
+              (DiscoveredRepositoryCatalog {{{"p", "/p"}}, utc("2001-01-01T00:00:00Z")}));
 }
 
-// --- persistence ---------------------------------------------------------------------------------
-
-TEST_F(StoreTest, NothingStoredLoadsEmptyRecentsAndNoCatalog)
+TEST_F(StoreTest, ValuesSurviveANewSettingsInstanceInTheirOrderAndUnderTheirKey)
 {
     EXPECT_TRUE(RecentRepositoryStore(settingsFile()).load().isEmpty());
     EXPECT_FALSE(DiscoveredRepositoryStore(settingsFile()).load().has_value());
-}
 
-TEST_F(StoreTest, ValuesSurviveANewSettingsInstance)
-{
-    const QList<RecentRepository> recents {recent(QStringLiteral("b")),
-                                           recent(QStringLiteral("a"), "2023-12-31T23:59:59.999Z")};
+    const QList<RecentRepository> unsorted {recent("old", "2020-01-01T00:00:00Z"),
+                                            recent("new", "2024-01-01T23:59:59.999Z"),
+                                            recent("mid", "2022-01-01T00:00:00Z")};
     {
         QSettings settings(settingsFile(), QSettings::IniFormat);
-        RecentRepositoryStore(&settings).save(recents);
+        RecentRepositoryStore(&settings).save(unsorted);
+        RecentRepositoryStore(&settings, "other").save({recent("apart")});
         DiscoveredRepositoryStore(&settings).save(sampleCatalog);
     }
-
-    QSettings reopened(settingsFile(), QSettings::IniFormat);
-    EXPECT_EQ(RecentRepositoryStore(&reopened).load(), recents);
-    EXPECT_EQ(DiscoveredRepositoryStore(&reopened).load(), sampleCatalog);
-    // The file on disk holds them too, not only the settings cache of this process.
-    QFile file(settingsFile());
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray text = file.readAll();
-    EXPECT_TRUE(text.contains("recentRepositories")) << text.constData();
-    EXPECT_TRUE(text.contains("discoveredRepositories")) << text.constData();
-}
-
-TEST_F(StoreTest, SavingKeepsTheStoredOrder)
-{
-    const QList<RecentRepository> unsorted {recent(QStringLiteral("old"), "2020-01-01T00:00:00Z"),
-                                            recent(QStringLiteral("new"), "2024-01-01T00:00:00Z"),
-                                            recent(QStringLiteral("mid"), "2022-01-01T00:00:00Z")};
-    RecentRepositoryStore(settingsFile()).save(unsorted);
-    EXPECT_EQ(names(RecentRepositoryStore(settingsFile()).load()),
-              (QStringList {"old", "new", "mid"}));
-}
-
-TEST_F(StoreTest, CustomKeysKeepValuesApart)
-{
-    const RecentRepositoryStore first(settingsFile(), QStringLiteral("first"));
-    const RecentRepositoryStore second(settingsFile(), QStringLiteral("second"));
-    first.save({recent(QStringLiteral("one"))});
-    second.save({recent(QStringLiteral("two"))});
-    EXPECT_EQ(names(first.load()), QStringList {"one"});
-    EXPECT_EQ(names(second.load()), QStringList {"two"});
+    // Read back from the file on disk, not from the settings cache of this process.
+    EXPECT_EQ(RecentRepositoryStore(settingsFile()).load(), unsorted);
+    EXPECT_EQ(names(RecentRepositoryStore(settingsFile(), "other").load()), QStringList {"apart"});
+    EXPECT_EQ(DiscoveredRepositoryStore(settingsFile()).load(), sampleCatalog);
 }
 
 TEST_F(StoreTest, UnencodableValuesLeaveTheStoredOnes)
 {
     const RecentRepositoryStore recents(settingsFile());
-    recents.save({recent(QStringLiteral("kept"))});
-    recents.save({recent(QStringLiteral("fine")), {QStringLiteral("broken"), "/x", QDateTime()}});
+    recents.save({recent("kept")});
+    recents.save({recent("fine"), {"broken", "/x", QDateTime()}});
     EXPECT_EQ(names(recents.load()), QStringList {"kept"});
 
     const DiscoveredRepositoryStore discovered(settingsFile());
@@ -187,93 +133,72 @@ TEST_F(StoreTest, UnencodableValuesLeaveTheStoredOnes)
     EXPECT_EQ(discovered.load(), sampleCatalog);
 }
 
-// --- corrupted data ------------------------------------------------------------------------------
-
-class CorruptedRecentsTest : public StoreTest, public ::testing::WithParamInterface<const char *>
+TEST_F(StoreTest, CorruptedValuesLoadAsNothingAndAreOverwrittenByTheNextSave)
 {
-};
-
-TEST_P(CorruptedRecentsTest, LoadsEmptyAndIsOverwrittenByTheNextSave)
-{
-    storeRaw(QStringLiteral("recentRepositories"), QByteArray(GetParam()));
-    const RecentRepositoryStore store(settingsFile());
-    EXPECT_TRUE(store.load().isEmpty());
-
-    store.save({recent(QStringLiteral("fresh"))});
-    EXPECT_EQ(names(store.load()), QStringList {"fresh"});
-    EXPECT_EQ(names(RecentRepositoryStore(settingsFile()).load()), QStringList {"fresh"});
+    for (const char *stored :
+         {"not json at all", "[{\"name\": \"cut", R"({"name":"a","path":"/a"})",
+          R"([{"name":"a","path":"/a"}])", R"([{"name":1,"path":"/a","lastOpened":0}])",
+          R"([{"name":"a","path":null,"lastOpened":0}])",
+          R"([{"name":"a","path":"/a","lastOpened":"2024-01-01"}])",
+          R"([{"name":"a","path":"/a","lastOpened":0}, 7])",
+          R"([{"name":"a","path":"/a","lastOpened":1e300}])"}) {
+        storeRaw("recentRepositories", QByteArray(stored));
+        const RecentRepositoryStore store(settingsFile());
+        EXPECT_TRUE(store.load().isEmpty()) << stored;
+        store.save({recent("fresh")});
+        EXPECT_EQ(names(RecentRepositoryStore(settingsFile()).load()), QStringList {"fresh"});
+    }
+    for (const char *stored : {"\x01\x02garbage", "[]", R"({"repositories":[]})",
+                               R"({"scannedAt":0})", R"({"repositories":{},"scannedAt":0})",
+                               R"({"repositories":[{"name":"a"}],"scannedAt":0})",
+                               R"({"repositories":[],"scannedAt":null})"}) {
+        storeRaw("discoveredRepositories", QByteArray(stored));
+        const DiscoveredRepositoryStore store(settingsFile());
+        EXPECT_FALSE(store.load().has_value()) << stored;
+        store.save(sampleCatalog);
+        EXPECT_EQ(DiscoveredRepositoryStore(settingsFile()).load(), sampleCatalog);
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, CorruptedRecentsTest,
-    ::testing::Values("not json at all", "[{\"name\": \"cut", R"({"name":"a","path":"/a"})",
-                      R"([{"name":"a","path":"/a"}])", R"([{"name":1,"path":"/a","lastOpened":0}])",
-                      R"([{"name":"a","path":null,"lastOpened":0}])",
-                      R"([{"name":"a","path":"/a","lastOpened":"2024-01-01"}])",
-                      R"([{"name":"a","path":"/a","lastOpened":0}, 7])",
-                      R"([{"name":"a","path":"/a","lastOpened":1e300}])"));
-
-class CorruptedCatalogTest : public StoreTest, public ::testing::WithParamInterface<const char *>
+TEST(RecentsListTest, NewestFirstWithoutDuplicatesUpToTwelve)
 {
-};
+    const auto remembered = [](QList<RecentRepository> recents, std::initializer_list<int> opened) {
+        for (const int n : opened)
+            recents = rememberedRecents(recents, recent(QStringLiteral("repo%1").arg(n)));
+        return names(recents);
+    };
+    const struct
+    {
+        int existing;
+        std::initializer_list<int> opened;
+        QStringList expected;
+    } cases[] = {
+        // A thirteenth repository pushes out the oldest.
+        {0,
+         {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12},
+         {"repo12", "repo11", "repo10", "repo9", "repo8", "repo7", "repo6", "repo5", "repo4",
+          "repo3", "repo2", "repo1"}},
+        // Reopening moves the entry to the head and drops nothing else.
+        {4, {2}, {"repo2", "repo0", "repo1", "repo3"}},
+        {12,
+         {11},
+         {"repo11", "repo0", "repo1", "repo2", "repo3", "repo4", "repo5", "repo6", "repo7", "repo8",
+          "repo9", "repo10"}},
+    };
+    for (const auto &row : cases)
+        EXPECT_EQ(remembered(recentsNamed(row.existing), row.opened), row.expected);
 
-TEST_P(CorruptedCatalogTest, LoadsNothingAndIsOverwrittenByTheNextSave)
-{
-    storeRaw(QStringLiteral("discoveredRepositories"), QByteArray(GetParam()));
-    const DiscoveredRepositoryStore store(settingsFile());
-    EXPECT_FALSE(store.load().has_value());
-
-    store.save(sampleCatalog);
-    EXPECT_EQ(DiscoveredRepositoryStore(settingsFile()).load(), sampleCatalog);
-}
-
-INSTANTIATE_TEST_SUITE_P(Values, CorruptedCatalogTest,
-                         ::testing::Values("\x01\x02garbage", "[]", R"({"repositories":[]})",
-                                           R"({"scannedAt":0})",
-                                           R"({"repositories":{},"scannedAt":0})",
-                                           R"({"repositories":[{"name":"a"}],"scannedAt":0})",
-                                           R"({"repositories":[],"scannedAt":null})"));
-
-// --- the recents list ----------------------------------------------------------------------------
-
-TEST(RecentsListTest, ThirteenthRepositoryPushesOutTheOldest)
-{
-    QList<RecentRepository> recents;
-    for (int n = 0; n < 13; ++n)
-        recents = rememberedRecents(recents, recent(QStringLiteral("repo%1").arg(n)));
-
-    ASSERT_EQ(recents.size(), maximumRecentRepositories);
-    EXPECT_EQ(recents.first().name, "repo12");
-    EXPECT_EQ(recents.last().name, "repo1");
-    EXPECT_FALSE(names(recents).contains("repo0"));
-}
-
-TEST(RecentsListTest, ReopeningMovesTheEntryToTheHeadWithItsNewDate)
-{
-    QList<RecentRepository> recents = recentsNamed(4); // repo0 .. repo3
-    const RecentRepository reopened = recent(QStringLiteral("repo2"), "2025-01-01T00:00:00Z");
-    recents = rememberedRecents(recents, reopened);
-
-    EXPECT_EQ(names(recents), (QStringList {"repo2", "repo0", "repo1", "repo3"}));
-    EXPECT_EQ(recents.first().lastOpened, reopened.lastOpened);
-}
-
-TEST(RecentsListTest, ReopeningInAFullListDropsNothingElse)
-{
-    QList<RecentRepository> recents = recentsNamed(12);
-    recents = rememberedRecents(recents, recent(QStringLiteral("repo11")));
-    EXPECT_EQ(recents.size(), 12);
-    EXPECT_EQ(recents.first().name, "repo11");
-    EXPECT_EQ(recents.last().name, "repo10");
+    // The reopened entry carries its new date.
+    const RecentRepository reopened = recent("repo1", "2025-01-01T00:00:00Z");
+    EXPECT_EQ(rememberedRecents(recentsNamed(3), reopened).first(), reopened);
 }
 
 TEST(RecentsListTest, RemovingDropsEveryEntryWithThePathAndKeepsTheOrder)
 {
     QList<RecentRepository> recents = recentsNamed(3);
-    recents.append(recent(QStringLiteral("repo1")));
+    recents.append(recent("repo1"));
     EXPECT_EQ(names(recentsWithout(recents, "/home/ada/repo1")), (QStringList {"repo0", "repo2"}));
     EXPECT_EQ(recentsWithout(recents, "/home/ada/repo1/"), recents);
-    EXPECT_EQ(recentsWithout(recents, "/elsewhere"), recents);
 }
 
 // --- where the values go -------------------------------------------------------------------------
@@ -305,10 +230,10 @@ TEST_F(StoreTest, OwnSettingsFileIsTheOnlyFileWritten)
     const QStringList configBefore = snapshot(config);
     const QStringList homeBefore = snapshot(QDir::homePath());
 
-    RecentRepositoryStore(settingsFile()).save({recent(QStringLiteral("a"))});
+    RecentRepositoryStore(settingsFile()).save({recent("a")});
     DiscoveredRepositoryStore(settingsFile()).save(sampleCatalog);
     QSettings own(settingsFile(), QSettings::IniFormat);
-    RecentRepositoryStore(&own).save({recent(QStringLiteral("b"))});
+    RecentRepositoryStore(&own).save({recent("b")});
     DiscoveredRepositoryStore(&own).load();
 
     EXPECT_TRUE(QFile::exists(settingsFile()));

@@ -35,7 +35,7 @@ CommandRun scan(const QStringList &arguments)
 void makeRepository(const QString &path)
 {
     ASSERT_TRUE(QDir().mkpath(path));
-    runGitIn(path, {QStringLiteral("init"), QStringLiteral("-q")});
+    runGitIn(path, {"init", "-q"});
 }
 
 } // namespace
@@ -43,73 +43,54 @@ void makeRepository(const QString &path)
 TEST(ScanCommandTest, PrintsRepositoriesWithNameThenPathInScanOrder)
 {
     QTemporaryDir home;
-    makeRepository(home.filePath(QStringLiteral("repo10")));
-    makeRepository(home.filePath(QStringLiteral("nested/repo2")));
-    makeRepository(home.filePath(QStringLiteral("Library/hidden")));
+    const CommandRun empty = scan({home.path()});
+    EXPECT_EQ(std::make_pair(empty.status, empty.out), std::make_pair(0, QByteArray("[]\n")));
 
-    const CommandRun run = scan({home.path() + QStringLiteral("/.")});
+    for (const char *path : {"repo10", "nested/repo2", "Library/hidden"})
+        makeRepository(home.filePath(path));
+    const CommandRun run = scan({home.path() + "/."});
     ASSERT_EQ(run.status, 0) << run.err.constData();
     EXPECT_TRUE(run.err.isEmpty());
-
-    const QJsonDocument json = QJsonDocument::fromJson(run.out);
-    ASSERT_TRUE(json.isArray()) << run.out.constData();
-    const QJsonArray array = json.array();
-    ASSERT_EQ(array.size(), 2);
-    EXPECT_EQ(array[0].toObject(),
-              (QJsonObject {{"name", "repo2"}, {"path", home.filePath("nested/repo2")}}));
-    EXPECT_EQ(array[1].toObject(),
-              (QJsonObject {{"name", "repo10"}, {"path", home.filePath("repo10")}}));
+    EXPECT_EQ(QJsonDocument::fromJson(run.out).array(),
+              QJsonArray({QJsonObject {{"name", "repo2"}, {"path", home.filePath("nested/repo2")}},
+                          QJsonObject {{"name", "repo10"}, {"path", home.filePath("repo10")}}}));
     EXPECT_LT(run.out.indexOf("\"name\""), run.out.indexOf("\"path\""));
-}
 
-TEST(ScanCommandTest, EmptyHomePrintsEmptyArray)
-{
-    QTemporaryDir home;
-    const CommandRun run = scan({home.path()});
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "[]\n");
-}
-
-TEST(ScanCommandTest, DefaultsToTheUsersHomeFolder)
-{
-    // The test main points HOME at a private temporary folder.
-    const QString repository = QDir::homePath() + QStringLiteral("/work/scan-default");
+    // Without a folder: the user's home, which the test main points at a private folder.
+    const QString repository = QDir::homePath() + "/work/scan-default";
     makeRepository(repository);
-
-    const CommandRun run = scan({});
-    QDir(QDir::homePath() + QStringLiteral("/work")).removeRecursively();
-    ASSERT_EQ(run.status, 0) << run.err.constData();
-    const QJsonArray array = QJsonDocument::fromJson(run.out).array();
-    ASSERT_EQ(array.size(), 1) << run.out.constData();
-    EXPECT_EQ(array[0].toObject().value("path").toString(), repository);
+    const CommandRun defaulted = scan({});
+    QDir(QDir::homePath() + "/work").removeRecursively();
+    EXPECT_EQ(QJsonDocument::fromJson(defaulted.out).array(),
+              QJsonArray({QJsonObject {{"name", "scan-default"}, {"path", repository}}}));
 }
 
-TEST(ScanCommandTest, MissingOrPlainFileFolderFailsWithOneLine)
+TEST(ScanCommandTest, BadFoldersFailWithOneLineAndWrongUsageWithTwo)
 {
     QTemporaryDir dir;
-    const QString missing = dir.filePath(QStringLiteral("missing"));
-    CommandRun run = scan({missing});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(run.out.isEmpty());
-    EXPECT_EQ(run.err, ("strataloom-cli: " + missing + ": no such folder\n").toUtf8());
-
-    const QString plain = dir.filePath(QStringLiteral("plain"));
-    QFile file(plain);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.close();
-    run = scan({plain});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.err, ("strataloom-cli: " + plain + ": not a folder\n").toUtf8());
-}
-
-TEST(ScanCommandTest, WrongUsageExitsWithTwo)
-{
-    QTemporaryDir home;
-    for (const QStringList &arguments :
-         {QStringList {home.path(), home.path()}, QStringList {QStringLiteral("--deep")}}) {
-        const CommandRun run = scan(arguments);
-        EXPECT_EQ(run.status, 2) << arguments.join(' ').toStdString();
+    QFile plain(dir.filePath("plain"));
+    ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
+    plain.close();
+    const struct
+    {
+        QStringList arguments;
+        int status;
+        QString error;
+    } cases[] = {
+        {{dir.filePath("missing")},
+         1,
+         "strataloom-cli: " + dir.filePath("missing") + ": no such folder\n"},
+        {{plain.fileName()}, 1, "strataloom-cli: " + plain.fileName() + ": not a folder\n"},
+        {{dir.path(), dir.path()}, 2, "strataloom-cli: scan: "},
+        {{"--deep"}, 2, "strataloom-cli: scan: "},
+    };
+    for (const auto &row : cases) {
+        const CommandRun run = scan(row.arguments);
+        SCOPED_TRACE(row.arguments.join(' ').toStdString());
+        EXPECT_EQ(run.status, row.status);
         EXPECT_TRUE(run.out.isEmpty());
-        EXPECT_TRUE(run.err.startsWith("strataloom-cli: scan: ")) << run.err.constData();
+        EXPECT_TRUE(QString::fromUtf8(run.err).startsWith(row.error)) << run.err.constData();
+        // A failure is one line; wrong usage adds the usage text.
+        EXPECT_EQ(run.err.count('\n') == 1, row.status == 1);
     }
 }

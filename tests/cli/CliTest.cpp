@@ -1,5 +1,5 @@
-#include "git/GitProcess.h"
 #include "TestRepository.h"
+#include "git/GitProcess.h"
 
 #include <QDir>
 #include <QFile>
@@ -50,27 +50,28 @@ QJsonDocument parsed(const CliRun &run)
 TEST(Cli, BadInputEndsWithOneLineAndStatusOne)
 {
     TestRepository repository;
-    repository.write(QStringLiteral("notes.txt"), "text\n");
-    repository.commit(QStringLiteral("first"));
+    repository.write("notes.txt", "text\n");
+    repository.commit("first");
     QTemporaryDir outside;
 
-    expectOneLineFailure(
-        cli({QStringLiteral("summary"), outside.filePath(QStringLiteral("missing"))}),
-        QStringLiteral("no such folder"));
-    expectOneLineFailure(
-        cli({QStringLiteral("summary"), repository.filePath(QStringLiteral("notes.txt"))}),
-        QStringLiteral("not a folder"));
-    expectOneLineFailure(cli({QStringLiteral("summary"), outside.path()}),
-                         QStringLiteral("fatal: not a git repository"));
-    expectOneLineFailure(
-        cli({QStringLiteral("summary"), repository.filePath(QStringLiteral(".git"))}),
-        QStringLiteral("The selected folder is not a Git repository."));
-    expectOneLineFailure(cli({QStringLiteral("summary"), repository.path()},
-                             {QStringLiteral("STRATALOOM_GIT=/nonexistent/git")}),
-                         QStringLiteral("/nonexistent/git"));
-    for (const QString &command : {QStringLiteral("changes"), QStringLiteral("diff")})
-        expectOneLineFailure(cli({command, repository.path(), QStringLiteral("0123456789abcdef")}),
-                             QStringLiteral("0123456789abcdef"));
+    const struct
+    {
+        QStringList arguments;
+        QStringList environment;
+        QString message;
+    } cases[] = {
+        {{"summary", outside.filePath("missing")}, {}, "no such folder"},
+        {{"summary", repository.filePath("notes.txt")}, {}, "not a folder"},
+        {{"summary", outside.path()}, {}, "fatal: not a git repository"},
+        {{"summary", repository.filePath(".git")}, {}, "not a Git repository"},
+        {{"summary", repository.path()}, {"STRATALOOM_GIT=/nonexistent/git"}, "/nonexistent/git"},
+        {{"changes", repository.path(), "0123456789abcdef"}, {}, "0123456789abcdef"},
+        {{"diff", repository.path(), "0123456789abcdef"}, {}, "0123456789abcdef"},
+    };
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.arguments.join(' ').toStdString());
+        expectOneLineFailure(cli(row.arguments, row.environment), row.message);
+    }
 }
 
 TEST(Cli, WrongUsagePrintsUsageWithStatusTwo)
@@ -78,58 +79,50 @@ TEST(Cli, WrongUsagePrintsUsageWithStatusTwo)
     TestRepository repository;
     const QList<QStringList> misuses {
         {},
-        {QStringLiteral("frobnicate"), repository.path()},
-        {QStringLiteral("summary")},
-        {QStringLiteral("search"), repository.path()},
-        {QStringLiteral("commits"), repository.path(), QStringLiteral("--limit")},
-        {QStringLiteral("commits"), repository.path(), QStringLiteral("--limit"),
-         QStringLiteral("many")},
-        {QStringLiteral("graph"), repository.path(), QStringLiteral("--months"),
-         QStringLiteral("3")},
+        {"frobnicate", repository.path()},
+        {"summary"},
+        {"search", repository.path()},
+        {"commits", repository.path(), "--limit"},
+        {"commits", repository.path(), "--limit", "many"},
+        {"graph", repository.path(), "--months", "3"},
     };
     for (const QStringList &arguments : misuses) {
         const CliRun run = cli(arguments);
-        EXPECT_EQ(run.status, 2) << arguments.join(QLatin1Char(' ')).toStdString();
-        EXPECT_TRUE(run.err.contains(QStringLiteral("Usage: strataloom-cli")))
-            << run.err.toStdString();
+        EXPECT_EQ(run.status, 2) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(run.err.contains("Usage: strataloom-cli")) << run.err.toStdString();
         EXPECT_TRUE(run.out.isEmpty());
     }
-    const CliRun help = cli({QStringLiteral("--help")});
+    const CliRun help = cli({"--help"});
     EXPECT_EQ(help.status, 0);
-    EXPECT_TRUE(help.out.startsWith(QStringLiteral("Usage: strataloom-cli")));
+    EXPECT_TRUE(help.out.startsWith("Usage: strataloom-cli"));
 }
 
 TEST(Cli, PrintsRecordsAsJsonWithUtcDatesAndNulls)
 {
     TestRepository repository;
-    repository.setDate(QStringLiteral("2024-03-01T10:20:30+01:00"));
-    repository.write(QStringLiteral("a.txt"), "a\nb\n");
-    const QString commit = repository.commit(QStringLiteral("Add a | \"quoted\" caf\u00e9"));
+    repository.setDate("2024-03-01T10:20:30+01:00");
+    repository.write("a.txt", "a\nb\n");
+    const QString subject = "Add a | \"quoted\" café";
+    const QString commit = repository.commit(subject);
 
-    const QJsonObject summary
-        = parsed(cli({QStringLiteral("summary"), repository.path()})).object();
-    EXPECT_EQ(summary.value(QStringLiteral("name")).toString(), QDir(repository.path()).dirName());
-    EXPECT_TRUE(summary.value(QStringLiteral("remoteURL")).isNull());
-    EXPECT_EQ(summary.value(QStringLiteral("commitCount")).toInteger(), 1);
-    EXPECT_EQ(summary.value(QStringLiteral("firstCommitDate")).toString(),
-              QStringLiteral("2024-03-01T09:20:30Z"));
+    const QJsonObject summary = parsed(cli({"summary", repository.path()})).object();
+    EXPECT_EQ(summary.value("name").toString(), QDir(repository.path()).dirName());
+    EXPECT_TRUE(summary.value("remoteURL").isNull());
+    EXPECT_EQ(summary.value("commitCount").toInteger(), 1);
+    EXPECT_EQ(summary.value("firstCommitDate").toString(), "2024-03-01T09:20:30Z");
 
-    const CliRun commitsRun = cli({QStringLiteral("commits"), repository.path(),
-                                   QStringLiteral("--limit"), QStringLiteral("5")});
+    const CliRun commitsRun = cli({"commits", repository.path(), "--limit", "5"});
     const QJsonArray commits = parsed(commitsRun).array();
     ASSERT_EQ(commits.size(), 1);
     const QJsonObject first = commits.first().toObject();
-    EXPECT_EQ(first.value(QStringLiteral("id")).toString(), commit);
-    EXPECT_EQ(first.value(QStringLiteral("subject")).toString(),
-              QStringLiteral("Add a | \"quoted\" caf\u00e9"));
-    EXPECT_EQ(first.value(QStringLiteral("additions")).toInteger(), 2);
+    EXPECT_EQ(first.value("id").toString(), commit);
+    EXPECT_EQ(first.value("subject").toString(), subject);
+    EXPECT_EQ(first.value("additions").toInteger(), 2);
     // Fields come in the record's own order, not sorted.
-    EXPECT_LT(commitsRun.out.indexOf(QStringLiteral("\"shortHash\"")),
-              commitsRun.out.indexOf(QStringLiteral("\"author\"")));
-    EXPECT_LT(commitsRun.out.indexOf(QStringLiteral("\"subject\"")),
-              commitsRun.out.indexOf(QStringLiteral("\"body\"")));
+    EXPECT_LT(commitsRun.out.indexOf("\"shortHash\""), commitsRun.out.indexOf("\"author\""));
+    EXPECT_LT(commitsRun.out.indexOf("\"subject\""), commitsRun.out.indexOf("\"body\""));
 
-    const CliRun diff = cli({QStringLiteral("diff"), repository.path(), commit});
+    const CliRun diff = cli({"diff", repository.path(), commit});
     EXPECT_EQ(diff.status, 0);
-    EXPECT_TRUE(diff.out.startsWith(QStringLiteral("commit ") + commit));
+    EXPECT_TRUE(diff.out.startsWith("commit " + commit));
 }

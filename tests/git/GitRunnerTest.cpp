@@ -1,6 +1,6 @@
+#include "TestRepository.h"
 #include "git/GitProcess.h"
 #include "git/GitService.h"
-#include "TestRepository.h"
 
 #include <QDir>
 #include <QFile>
@@ -71,28 +71,25 @@ TEST(GitRunner, CommonDirectoryIsAbsoluteAndStandardized)
 
 TEST(GitRunner, TextHelpersKeepInnerBlanks)
 {
-    EXPECT_EQ(nonEmptyLines(QStringLiteral("a\n\n  \nb")),
-              (QStringList {QStringLiteral("a"), QStringLiteral("b")}));
-    EXPECT_EQ(nonEmptyLines(QStringLiteral("  x  ")), QStringList {QStringLiteral("  x  ")});
-    EXPECT_EQ(nonEmptyLines(QStringLiteral("a\r\nb\rc\u2028d")),
-              (QStringList {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"),
-                            QStringLiteral("d")}));
-    EXPECT_EQ(nilIfEmpty(QStringLiteral(" \n")), std::nullopt);
-    EXPECT_EQ(nilIfEmpty(QStringLiteral("  x ")), std::optional<QString>(QStringLiteral("x")));
+    EXPECT_EQ(nonEmptyLines("a\n\n  \nb"), QStringList({"a", "b"}));
+    EXPECT_EQ(nonEmptyLines("  x  "), QStringList {"  x  "});
+    EXPECT_EQ(nonEmptyLines(QStringLiteral("a\r\nb\rc\u2028d")), QStringList({"a", "b", "c", "d"}));
+    EXPECT_EQ(nilIfEmpty(" \n"), std::nullopt);
+    EXPECT_EQ(nilIfEmpty("  x "), std::optional<QString>("x"));
 }
 
 TEST(GitRunner, ParsesOnlyStrictInternetDates)
 {
-    const auto date = GitService::parseISODate(QStringLiteral("2024-03-01T10:20:30+01:00\n"));
-    ASSERT_TRUE(date.has_value());
-    EXPECT_EQ(date->toSecsSinceEpoch(),
-              QDateTime::fromString(QStringLiteral("2024-03-01T09:20:30Z"), Qt::ISODate)
-                  .toSecsSinceEpoch());
-    EXPECT_TRUE(GitService::parseISODate(QStringLiteral("2024-03-01T09:20:30Z")).has_value());
-    EXPECT_FALSE(GitService::parseISODate(QStringLiteral("2024-03-01")).has_value());
-    EXPECT_FALSE(GitService::parseISODate(QStringLiteral("2024-03-01T09:20:30.5Z")).has_value());
-    EXPECT_FALSE(GitService::parseISODate(QStringLiteral("yesterday")).has_value());
-    EXPECT_FALSE(GitService::parseISODate(QStringLiteral("2024-13-01T09:20:30Z")).has_value());
+    const std::pair<const char *, std::optional<QDateTime>> cases[] = {
+        {"2024-03-01T10:20:30+01:00\n", utcDate("2024-03-01T09:20:30Z")},
+        {"2024-03-01T09:20:30Z", utcDate("2024-03-01T09:20:30Z")},
+        {"2024-03-01", std::nullopt},
+        {"2024-03-01T09:20:30.5Z", std::nullopt},
+        {"yesterday", std::nullopt},
+        {"2024-13-01T09:20:30Z", std::nullopt},
+    };
+    for (const auto &[text, date] : cases)
+        EXPECT_EQ(GitService::parseISODate(text), date) << text;
 }
 
 TEST(GitRunner, DrainsLargeOutputOnBothStreamsWithoutDeadlock)
@@ -125,15 +122,9 @@ TEST(GitRunner, ManyConcurrentRunsEachGetTheirOwnOutput)
 
 TEST(GitRunner, MissingProgramIsALaunchErrorAndExitStatusIsReported)
 {
-    EXPECT_THROW(runProcess(QStringLiteral("/nonexistent/git"), {}), ProcessLaunchError);
-    EXPECT_EQ(
-        runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("exit 7")})
-            .exitStatus,
-        7);
-    EXPECT_EQ(
-        runProcess(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("kill -9 $$")})
-            .exitStatus,
-        128 + 9);
+    EXPECT_THROW(runProcess("/nonexistent/git", {}), ProcessLaunchError);
+    EXPECT_EQ(runProcess("/bin/sh", {"-c", "exit 7"}).exitStatus, 7);
+    EXPECT_EQ(runProcess("/bin/sh", {"-c", "kill -9 $$"}).exitStatus, 128 + 9);
 }
 
 TEST(GitRunner, FeedsStandardInputWhileDrainingOutput)

@@ -1,5 +1,5 @@
-#include "git/GitService.h"
 #include "TestRepository.h"
+#include "git/GitService.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -7,39 +7,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 
 using namespace strataloom;
 
 namespace {
 
-QStringList namesOf(const QList<BranchRecord> &branches)
-{
-    QStringList names;
-    for (const BranchRecord &branch : branches)
-        names.append(branch.name);
-    return names;
-}
-
-const BranchRecord *findBranch(const QList<BranchRecord> &branches, const QString &name)
+std::optional<BranchRecord> findBranch(const QList<BranchRecord> &branches, const QString &name)
 {
     const auto found = std::find_if(branches.begin(), branches.end(),
                                     [&](const BranchRecord &b) { return b.name == name; });
-    return found == branches.end() ? nullptr : &*found;
+    return found == branches.end() ? std::nullopt : std::optional(*found);
 }
 
 QString shortHash(const TestRepository &repository, const QString &revision)
 {
-    return repository.git({QStringLiteral("rev-parse"), QStringLiteral("--short"), revision})
-        .trimmed();
-}
-
-void switchTo(const TestRepository &repository, const QString &branch, bool create = false)
-{
-    QStringList arguments {QStringLiteral("switch"), QStringLiteral("-q")};
-    if (create)
-        arguments << QStringLiteral("-c");
-    repository.git(arguments << branch);
+    return repository.git({"rev-parse", "--short", revision}).trimmed();
 }
 
 // A repository with main and topic pushed to a bare origin, origin/HEAD set, plus a branch
@@ -51,24 +33,21 @@ struct ClonedSetup
 
     ClonedSetup()
     {
-        work.setDate(QStringLiteral("2024-01-01T10:00:00Z"));
         work.setDateStep(3600);
-        work.commit(QStringLiteral("root"));
-        switchTo(work, QStringLiteral("topic"), true);
-        work.commit(QStringLiteral("topic work"));
-        switchTo(work, QStringLiteral("feature"), true);
-        work.commit(QStringLiteral("feature work"));
-        switchTo(work, QStringLiteral("main"));
-        work.git({QStringLiteral("remote"), QStringLiteral("add"), QStringLiteral("origin"),
-                  origin.path()});
-        work.git({QStringLiteral("push"), QStringLiteral("-q"), QStringLiteral("origin"),
-                  QStringLiteral("main"), QStringLiteral("topic"), QStringLiteral("feature")});
-        work.git({QStringLiteral("branch"), QStringLiteral("-q"), QStringLiteral("-D"),
-                  QStringLiteral("feature")});
-        work.git({QStringLiteral("fetch"), QStringLiteral("-q"), QStringLiteral("origin")});
-        work.git({QStringLiteral("remote"), QStringLiteral("set-head"), QStringLiteral("origin"),
-                  QStringLiteral("-a")});
+        work.commit("root");
+        work.git({"switch", "-q", "-c", "topic"});
+        work.commit("topic work");
+        work.git({"switch", "-q", "-c", "feature"});
+        work.commit("feature work");
+        work.git({"switch", "-q", "main"});
+        work.git({"remote", "add", "origin", origin.path()});
+        work.git({"push", "-q", "origin", "main", "topic", "feature"});
+        work.git({"branch", "-q", "-D", "feature"});
+        work.git({"fetch", "-q", "origin"});
+        work.git({"remote", "set-head", "origin", "-a"});
     }
+
+    QString current() const { return work.git({"branch", "--show-current"}).trimmed(); }
 };
 
 } // namespace
@@ -84,186 +63,125 @@ TEST(RefLoader, EmptyRepositoryHasNoBranchesOrTags)
 TEST(RefLoader, LocalBranchesNewestTipFirstWithCurrentMarked)
 {
     TestRepository repository;
-    repository.setDate(QStringLiteral("2024-01-01T10:00:00Z"));
-    repository.commit(QStringLiteral("root"));
-    switchTo(repository, QStringLiteral("feature/x"), true);
-    repository.setDate(QStringLiteral("2024-02-01T08:30:00+02:00"));
-    const QString tip = repository.commit(QStringLiteral("feature"), QStringLiteral("Grace Hopper"),
-                                          QStringLiteral("grace@example.com"));
-    switchTo(repository, QStringLiteral("main"));
+    repository.commit("root");
+    repository.git({"switch", "-q", "-c", "feature/x"});
+    repository.setDate("2024-02-01T08:30:00+02:00");
+    const QString tip = repository.commit("feature", "Grace Hopper", "grace@example.com");
+    repository.git({"switch", "-q", "main"});
 
     const QList<BranchRecord> branches = GitService().loadBranches(repository.path());
-    EXPECT_EQ(namesOf(branches),
-              (QStringList {QStringLiteral("feature/x"), QStringLiteral("main")}));
     ASSERT_EQ(branches.size(), 2);
+    // A slash does not make a branch remote.
+    EXPECT_EQ(branches.at(0),
+              (BranchRecord {"feature/x", false, false, shortHash(repository, tip),
+                             utcDate("2024-02-01T06:30:00Z"), "Grace Hopper"}));
+    EXPECT_EQ(branches.at(1).name, "main");
+    EXPECT_TRUE(branches.at(1).isCurrent);
+    EXPECT_EQ(branches.at(1).lastAuthor, "Ada Lovelace");
 
-    const BranchRecord &feature = branches.at(0);
-    EXPECT_FALSE(feature.isRemote); // a slash does not make a branch remote
-    EXPECT_FALSE(feature.isCurrent);
-    EXPECT_EQ(feature.lastCommitHash, shortHash(repository, tip));
-    EXPECT_EQ(feature.lastCommitDate, utcDate("2024-02-01T06:30:00Z"));
-    EXPECT_EQ(feature.lastAuthor, QStringLiteral("Grace Hopper"));
-
-    const BranchRecord &main = branches.at(1);
-    EXPECT_TRUE(main.isCurrent);
-    EXPECT_FALSE(main.isRemote);
-    EXPECT_EQ(main.lastAuthor, QStringLiteral("Ada Lovelace"));
-}
-
-TEST(RefLoader, DetachedHeadMarksNoBranchCurrent)
-{
-    TestRepository repository;
-    repository.commit(QStringLiteral("root"));
-    repository.commit(QStringLiteral("second"));
-    repository.git({QStringLiteral("switch"), QStringLiteral("-q"), QStringLiteral("--detach"),
-                    QStringLiteral("HEAD~1")});
-
-    const QList<BranchRecord> branches = GitService().loadBranches(repository.path());
-    ASSERT_EQ(branches.size(), 1);
-    EXPECT_FALSE(branches.at(0).isCurrent);
+    // A detached HEAD marks no branch current.
+    repository.git({"switch", "-q", "--detach", "HEAD"});
+    for (const BranchRecord &branch : GitService().loadBranches(repository.path()))
+        EXPECT_FALSE(branch.isCurrent) << branch.name.toStdString();
 }
 
 TEST(RefLoader, RemoteTrackingBranchesAndRemoteHeadAreListedAsRemote)
 {
     ClonedSetup setup;
     const QList<BranchRecord> branches = GitService().loadBranches(setup.work.path());
-
-    for (const QString &name : {QStringLiteral("origin/main"), QStringLiteral("origin/topic"),
-                                QStringLiteral("origin/feature")}) {
-        const BranchRecord *remote = findBranch(branches, name);
-        ASSERT_NE(remote, nullptr) << name.toStdString();
-        EXPECT_TRUE(remote->isRemote);
-        EXPECT_FALSE(remote->isCurrent);
-    }
-    // git 2.39 shortens refs/remotes/origin/HEAD to origin/HEAD, newer versions to origin.
-    const BranchRecord *remoteHead = findBranch(branches, QStringLiteral("origin/HEAD"));
-    if (!remoteHead)
-        remoteHead = findBranch(branches, QStringLiteral("origin"));
-    ASSERT_NE(remoteHead, nullptr);
-    EXPECT_TRUE(remoteHead->isRemote);
-    EXPECT_EQ(remoteHead->lastCommitHash,
-              findBranch(branches, QStringLiteral("origin/main"))->lastCommitHash);
-
-    const BranchRecord *main = findBranch(branches, QStringLiteral("main"));
-    ASSERT_NE(main, nullptr);
-    EXPECT_TRUE(main->isCurrent);
-    EXPECT_FALSE(main->isRemote);
     EXPECT_EQ(branches.size(), 6); // main, topic and four remote refs
     // Tips by author date, newest first: feature's tip is the newest commit.
-    EXPECT_EQ(branches.first().name, QStringLiteral("origin/feature"));
+    EXPECT_EQ(branches.first().name, "origin/feature");
+    // git 2.39 shortens refs/remotes/origin/HEAD to origin/HEAD, newer versions to origin.
+    const auto remoteHead = findBranch(branches, "origin/HEAD")
+        ? findBranch(branches, "origin/HEAD")
+        : findBranch(branches, "origin");
+    ASSERT_TRUE(remoteHead.has_value());
+    EXPECT_EQ(remoteHead->lastCommitHash, findBranch(branches, "origin/main")->lastCommitHash);
+    const std::tuple<QString, bool, bool> expected[]
+        = {{"origin/main", true, false},    {"origin/topic", true, false},
+           {"origin/feature", true, false}, {remoteHead->name, true, false},
+           {"main", false, true},           {"topic", false, false}};
+    for (const auto &[name, isRemote, isCurrent] : expected) {
+        const auto branch = findBranch(branches, name);
+        ASSERT_TRUE(branch.has_value()) << name.toStdString();
+        EXPECT_EQ(std::make_pair(branch->isRemote, branch->isCurrent),
+                  std::make_pair(isRemote, isCurrent))
+            << name.toStdString();
+    }
 }
 
-TEST(RefLoader, CheckoutSwitchesToALocalBranch)
-{
-    ClonedSetup setup;
-    GitService git;
-    const QList<BranchRecord> before = git.loadBranches(setup.work.path());
-    const BranchRecord *topic = findBranch(before, QStringLiteral("topic"));
-    ASSERT_NE(topic, nullptr);
-    git.checkout(*topic, setup.work.path());
-
-    EXPECT_EQ(
-        setup.work.git({QStringLiteral("branch"), QStringLiteral("--show-current")}).trimmed(),
-        QStringLiteral("topic"));
-    const QList<BranchRecord> after = git.loadBranches(setup.work.path());
-    const BranchRecord *current = findBranch(after, QStringLiteral("topic"));
-    ASSERT_NE(current, nullptr);
-    EXPECT_TRUE(current->isCurrent);
-}
-
-TEST(RefLoader, CheckoutOfARemoteBranchCreatesATrackingBranch)
-{
-    ClonedSetup setup;
-    GitService git;
-    const QList<BranchRecord> branches = git.loadBranches(setup.work.path());
-    const BranchRecord *remote = findBranch(branches, QStringLiteral("origin/feature"));
-    ASSERT_NE(remote, nullptr);
-    git.checkout(*remote, setup.work.path());
-
-    EXPECT_EQ(
-        setup.work.git({QStringLiteral("branch"), QStringLiteral("--show-current")}).trimmed(),
-        QStringLiteral("feature"));
-    EXPECT_EQ(setup.work
-                  .git({QStringLiteral("rev-parse"), QStringLiteral("--abbrev-ref"),
-                        QStringLiteral("feature@{upstream}")})
-                  .trimmed(),
-              QStringLiteral("origin/feature"));
-}
-
-TEST(RefLoader, CheckoutOfARemoteBranchWhoseLocalNameExistsFailsWithGitsMessage)
+TEST(RefLoader, CheckoutSwitchesToLocalAndTrackingBranchesOrFailsWithGitsMessage)
 {
     ClonedSetup setup;
     GitService git;
     const QList<BranchRecord> branches = git.loadBranches(setup.work.path());
-    const BranchRecord *remote = findBranch(branches, QStringLiteral("origin/topic"));
-    ASSERT_NE(remote, nullptr);
-    const QString message = gitErrorOf([&] { git.checkout(*remote, setup.work.path()); });
-    EXPECT_EQ(message, QStringLiteral("fatal: a branch named 'topic' already exists"));
+
+    git.checkout(*findBranch(branches, "topic"), setup.work.path());
+    EXPECT_EQ(setup.current(), "topic");
+    EXPECT_TRUE(findBranch(git.loadBranches(setup.work.path()), "topic")->isCurrent);
+
+    // A remote branch whose local name exists already is refused as git refuses it.
     EXPECT_EQ(
-        setup.work.git({QStringLiteral("branch"), QStringLiteral("--show-current")}).trimmed(),
-        QStringLiteral("main"));
+        gitErrorOf([&] { git.checkout(*findBranch(branches, "origin/topic"), setup.work.path()); }),
+        "fatal: a branch named 'topic' already exists");
+    EXPECT_EQ(setup.current(), "topic");
+
+    // Otherwise git makes a local branch of the same short name that tracks it.
+    git.checkout(*findBranch(branches, "origin/feature"), setup.work.path());
+    EXPECT_EQ(setup.current(), "feature");
+    EXPECT_EQ(setup.work.git({"rev-parse", "--abbrev-ref", "feature@{upstream}"}).trimmed(),
+              "origin/feature");
 }
 
 TEST(RefLoader, LightweightAndAnnotatedTagsNewestFirst)
 {
     TestRepository repository;
-    repository.setDate(QStringLiteral("2024-01-01T10:00:00Z"));
-    const QString first = repository.commit(QStringLiteral("First release | \"quoted\""));
-    repository.git({QStringLiteral("tag"), QStringLiteral("v1.0")});
-    repository.setDate(QStringLiteral("2024-03-01T10:00:00Z"));
-    const QString second = repository.commit(QStringLiteral("Second"));
-    repository.setDate(QStringLiteral("2024-04-01T12:00:00+02:00"));
-    repository.git({QStringLiteral("tag"), QStringLiteral("-a"), QStringLiteral("v2.0"),
-                    QStringLiteral("-m"), QStringLiteral("Release two\n\nNotes."), second});
+    const QString first = repository.commit("First release | \"quoted\"");
+    repository.git({"tag", "v1.0"});
+    repository.setDate("2024-03-01T10:00:00Z");
+    const QString second = repository.commit("Second");
+    repository.setDate("2024-04-01T12:00:00+02:00");
+    repository.git({"tag", "-a", "v2.0", "-m", "Release two\n\nNotes.", second});
 
-    const QList<TagRecord> tags = GitService().loadTags(repository.path());
-    ASSERT_EQ(tags.size(), 2);
-
-    const TagRecord &annotated = tags.at(0);
-    EXPECT_EQ(annotated.name, QStringLiteral("v2.0"));
-    EXPECT_EQ(annotated.objectHash, shortHash(repository, QStringLiteral("refs/tags/v2.0")));
-    EXPECT_NE(annotated.objectHash, shortHash(repository, second));
-    EXPECT_EQ(annotated.date, utcDate("2024-04-01T10:00:00Z")); // the tagger's date
-    EXPECT_EQ(annotated.subject, QStringLiteral("Release two"));
-
-    const TagRecord &lightweight = tags.at(1);
-    EXPECT_EQ(lightweight.name, QStringLiteral("v1.0"));
-    EXPECT_EQ(lightweight.objectHash, shortHash(repository, first));
-    EXPECT_EQ(lightweight.date, utcDate("2024-01-01T10:00:00Z"));
-    EXPECT_EQ(lightweight.subject, QStringLiteral("First release | \"quoted\""));
+    // An annotated tag names its tag object and the tagger's date.
+    EXPECT_EQ(GitService().loadTags(repository.path()),
+              (QList<TagRecord> {{"v2.0", shortHash(repository, "refs/tags/v2.0"),
+                                  utcDate("2024-04-01T10:00:00Z"), "Release two"},
+                                 {"v1.0", shortHash(repository, first),
+                                  utcDate("2024-01-01T10:00:00Z"), "First release | \"quoted\""}}));
+    EXPECT_NE(shortHash(repository, "refs/tags/v2.0"), shortHash(repository, second));
 }
 
 TEST(RefLoader, CheckoutRunsNeitherTheRepositoryHooksNorItsFilters)
 {
     TestRepository repository;
-    repository.write(QStringLiteral("a.txt"), "one\n");
-    repository.write(QStringLiteral(".gitattributes"), "*.txt filter=evil\n");
-    repository.commit(QStringLiteral("root"));
-    repository.git({QStringLiteral("branch"), QStringLiteral("other")});
-    repository.write(QStringLiteral("a.txt"), "two\n");
-    repository.commit(QStringLiteral("main moves on"));
+    repository.write("a.txt", "one\n");
+    repository.write(".gitattributes", "*.txt filter=evil\n");
+    repository.commit("root");
+    repository.git({"branch", "other"});
+    repository.write("a.txt", "two\n");
+    repository.commit("main moves on");
 
     QTemporaryDir trapDir;
-    const QString marker = trapDir.filePath(QStringLiteral("marker"));
-    const QString trap = trapDir.filePath(QStringLiteral("trap.sh"));
+    const QString marker = trapDir.filePath("marker");
+    const QString trap = trapDir.filePath("trap.sh");
     QFile script(trap);
     ASSERT_TRUE(script.open(QIODevice::WriteOnly));
     script.write(QStringLiteral("#!/bin/sh\ntouch '%1'\ncat\n").arg(marker).toUtf8());
     script.close();
     script.setPermissions(script.permissions() | QFile::ExeOwner);
-    QFile::copy(trap, repository.filePath(QStringLiteral(".git/hooks/post-checkout")));
-    repository.git({QStringLiteral("config"), QStringLiteral("filter.evil.smudge"), trap});
-    repository.git({QStringLiteral("config"), QStringLiteral("filter.evil.clean"), trap});
+    QFile::copy(trap, repository.filePath(".git/hooks/post-checkout"));
+    repository.git({"config", "filter.evil.smudge", trap});
+    repository.git({"config", "filter.evil.clean", trap});
 
     BranchRecord other;
-    other.name = QStringLiteral("other");
+    other.name = "other";
     GitService().checkout(other, repository.path());
-    EXPECT_EQ(
-        repository.git({QStringLiteral("branch"), QStringLiteral("--show-current")}).trimmed(),
-        QStringLiteral("other"));
+    EXPECT_EQ(repository.git({"branch", "--show-current"}).trimmed(), "other");
     EXPECT_FALSE(QFile::exists(marker)) << "checkout started a program of the repository";
 
     // The traps are real: git's own switch runs them.
-    repository.git({QStringLiteral("switch"), QStringLiteral("-q"), QStringLiteral("main")});
+    repository.git({"switch", "-q", "main"});
     EXPECT_TRUE(QFile::exists(marker));
 }

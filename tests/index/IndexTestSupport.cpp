@@ -15,23 +15,20 @@ using namespace strataloom;
 
 namespace {
 
-const QStringList dumpQueries {
-    QStringLiteral("SELECT * FROM authors ORDER BY rowid"),
-    QStringLiteral("SELECT * FROM author_aliases ORDER BY rowid"),
-    QStringLiteral("SELECT * FROM commits ORDER BY rowid"),
-    QStringLiteral("SELECT * FROM commit_parents ORDER BY rowid"),
-    QStringLiteral("SELECT * FROM files ORDER BY rowid"),
-    QStringLiteral("SELECT * FROM file_paths ORDER BY rowid"),
-    QStringLiteral("SELECT * FROM commit_files ORDER BY rowid"),
-    QStringLiteral("SELECT name, kind, target_sha, is_remote FROM refs ORDER BY rowid"),
-    QStringLiteral("SELECT * FROM tags ORDER BY rowid"),
-    QStringLiteral("SELECT * FROM daily_activity ORDER BY rowid"),
-    QStringLiteral("SELECT * FROM author_daily_activity ORDER BY rowid"),
-    QStringLiteral(
-        "SELECT rowid, sha, subject, body, author, email FROM commit_search ORDER BY rowid"),
-    QStringLiteral(
-        "SELECT key, value FROM index_metadata WHERE key <> 'last_indexed_at' ORDER BY key"),
-};
+// Whole tables in storage order, but for the columns that hold the time of the run.
+QStringList dumpQueries()
+{
+    QStringList queries;
+    for (const char *table :
+         {"authors", "author_aliases", "commits", "commit_parents", "files", "file_paths",
+          "commit_files", "tags", "daily_activity", "author_daily_activity"})
+        queries << QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1String(table));
+    return queries << "SELECT name, kind, target_sha, is_remote FROM refs ORDER BY rowid"
+                   << "SELECT rowid, sha, subject, body, author, email FROM commit_search "
+                      "ORDER BY rowid"
+                   << "SELECT key, value FROM index_metadata WHERE key <> 'last_indexed_at' "
+                      "ORDER BY key";
+}
 
 QString git(const QString &repository, const QStringList &arguments)
 {
@@ -66,17 +63,12 @@ struct Counts
 
 QList<IndexedFileChange> referenceChanges(const QString &repository, const QString &sha)
 {
-    const QStringList common {QStringLiteral("--root"), QStringLiteral("-r")};
-    const QString numstat
-        = git(repository,
-              QStringList {QStringLiteral("diff-tree")} + common
-                  + QStringList {QStringLiteral("--numstat"), QStringLiteral("--find-renames"),
-                                 QStringLiteral("--no-commit-id"), sha});
-    const QString names
-        = git(repository,
-              QStringList {QStringLiteral("diff-tree")} + common
-                  + QStringList {QStringLiteral("--name-status"), QStringLiteral("--find-renames"),
-                                 QStringLiteral("--no-commit-id"), sha});
+    const auto diffTree = [&](const char *format) {
+        return git(repository,
+                   {"diff-tree", "--root", "-r", format, "--find-renames", "--no-commit-id", sha});
+    };
+    const QString numstat = diffTree("--numstat");
+    const QString names = diffTree("--name-status");
     QHash<QString, Counts> counts;
     for (const QString &line : nonEmptyLines(numstat)) {
         const QStringList fields = line.split(QLatin1Char('\t'));
@@ -130,36 +122,16 @@ QString unquoteGitPath(const QString &path)
             continue;
         }
         const char e = quoted[++i];
-        switch (e) {
-        case 'a':
-            bytes.append('\a');
-            break;
-        case 'b':
-            bytes.append('\b');
-            break;
-        case 't':
-            bytes.append('\t');
-            break;
-        case 'n':
-            bytes.append('\n');
-            break;
-        case 'v':
-            bytes.append('\v');
-            break;
-        case 'f':
-            bytes.append('\f');
-            break;
-        case 'r':
-            bytes.append('\r');
-            break;
-        default:
-            if (e >= '0' && e <= '3' && i + 2 < quoted.size()) {
-                bytes.append(
-                    char(((e - '0') << 6) | ((quoted[i + 1] - '0') << 3) | (quoted[i + 2] - '0')));
-                i += 2;
-            } else {
-                bytes.append(e);
-            }
+        static const QByteArray escapes("a\ab\bt\tn\nv\vf\fr\r");
+        const qsizetype named = escapes.indexOf(e);
+        if (named >= 0 && named % 2 == 0) {
+            bytes.append(escapes[named + 1]);
+        } else if (e >= '0' && e <= '3' && i + 2 < quoted.size()) {
+            bytes.append(
+                char(((e - '0') << 6) | ((quoted[i + 1] - '0') << 3) | (quoted[i + 2] - '0')));
+            i += 2;
+        } else {
+            bytes.append(e);
         }
     }
     return QString::fromUtf8(bytes);
@@ -169,7 +141,7 @@ QMap<QString, QStringList> dumpIndex(RepositoryIndex &index)
 {
     return index.read([](SQLiteDatabase &database) {
         QMap<QString, QStringList> dump;
-        for (const QString &query : dumpQueries) {
+        for (const QString &query : dumpQueries()) {
             SQLiteStatement statement = database.statement(query);
             QStringList rows;
             const int columns = sqlite3_column_count(statement.handle());

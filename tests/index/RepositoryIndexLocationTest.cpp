@@ -37,48 +37,31 @@ private:
 
 } // namespace
 
-TEST(RepositoryIndexLocation, StableHashIsSixtyFourBitFNV1aInLowercaseHex)
+TEST(RepositoryIndexLocation, StableHashIsSixtyFourBitFNV1aOfUTF8InLowercaseHex)
 {
-    EXPECT_EQ(RepositoryIndexLocation::stableHash(QString()), QStringLiteral("cbf29ce484222325"));
-    EXPECT_EQ(RepositoryIndexLocation::stableHash(QStringLiteral("a")),
-              QStringLiteral("af63dc4c8601ec8c"));
-    EXPECT_EQ(RepositoryIndexLocation::stableHash(QStringLiteral("foobar")),
-              QStringLiteral("85944171f73967e8"));
-    EXPECT_EQ(RepositoryIndexLocation::stableHash(QStringLiteral("/home/ada/src/strataloom/.git")),
-              QStringLiteral("4e08a329c1a0cdcb"));
-    // Hashes the UTF-8 bytes, not UTF-16 code units.
-    EXPECT_EQ(RepositoryIndexLocation::stableHash(QStringLiteral("Grüße/ü")),
-              QStringLiteral("1f83fd2ed443b27a"));
-    // A hash below 2^60 is written without a leading zero.
-    EXPECT_EQ(RepositoryIndexLocation::stableHash(QStringLiteral("aa")),
-              QStringLiteral("89c4307b54596b7"));
+    const std::pair<const char *, const char *> cases[] = {
+        {"", "cbf29ce484222325"},
+        {"foobar", "85944171f73967e8"},
+        {"Grüße/ü", "1f83fd2ed443b27a"}, // the UTF-8 bytes, not UTF-16 code units
+        {"aa", "89c4307b54596b7"}, // no leading zero below 2^60
+    };
+    for (const auto &[text, hash] : cases)
+        EXPECT_EQ(RepositoryIndexLocation::stableHash(QString::fromUtf8(text)),
+                  QLatin1String(hash));
 }
 
 TEST(RepositoryIndexLocation, SpellingsOfOneCommonDirectoryShareOneFile)
 {
     const QString base = QStringLiteral("/var/indexes");
-    const QString expected = base + QLatin1Char('/')
-        + RepositoryIndexLocation::stableHash(QStringLiteral("/src/repo/.git"))
-        + QStringLiteral("/index.sqlite");
-    for (const QString &spelling : {
-             QStringLiteral("/src/repo/.git"),
-             QStringLiteral("/src/repo/.git/"),
-             QStringLiteral("/src/repo/sub/../.git"),
-             QStringLiteral("/src/./repo//.git"),
-         }) {
+    const QString expected
+        = base + u'/' + RepositoryIndexLocation::stableHash("/src/repo/.git") + "/index.sqlite";
+    const QString relative = QDir::current().relativeFilePath("/src/repo/.git");
+    for (const QString &spelling :
+         QStringList {"/src/repo/.git", "/src/repo/.git/", "/src/repo/sub/../.git",
+                      "/src/./repo//.git", relative})
         EXPECT_EQ(RepositoryIndexLocation::databasePath(spelling, base), expected)
             << spelling.toStdString();
-    }
-    EXPECT_NE(RepositoryIndexLocation::databasePath(QStringLiteral("/src/other/.git"), base),
-              expected);
-}
-
-TEST(RepositoryIndexLocation, RelativeCommonDirectoryIsMadeAbsolute)
-{
-    const QString base = QStringLiteral("/var/indexes");
-    EXPECT_EQ(RepositoryIndexLocation::databasePath(QStringLiteral("repo/.git"), base),
-              RepositoryIndexLocation::databasePath(
-                  QDir::currentPath() + QStringLiteral("/repo/.git"), base));
+    EXPECT_NE(RepositoryIndexLocation::databasePath("/src/other/.git", base), expected);
 }
 
 TEST(RepositoryIndexLocation, BaseDirectoryComesFromEnvironmentThenUserData)

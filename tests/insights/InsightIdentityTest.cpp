@@ -7,8 +7,8 @@
 
 #include "HistoryBuilder.h"
 #include "ReferenceInsights.h"
-#include "insights/RepositoryInsights.h"
 #include "index/SQLite.h"
+#include "insights/RepositoryInsights.h"
 
 #include <gtest/gtest.h>
 
@@ -104,13 +104,13 @@ void expectSameAsQueries(RepositoryIndex &index)
 
         // Everything else, totals and fully ordered lists alike, is equal as a whole.
         const auto withoutTiedLists = [](RepositoryAnalyticsInsights value) {
-            value.topAuthors.clear();
-            value.hotspots.clear();
-            value.directories.clear();
-            value.largestCommits.clear();
-            value.branches.clear();
-            value.tags.clear();
-            value.emailDomains.clear();
+            value.topAuthors = {};
+            value.hotspots = {};
+            value.directories = {};
+            value.largestCommits = {};
+            value.branches = {};
+            value.tags = {};
+            value.emailDomains = {};
             return value;
         };
         EXPECT_EQ(withoutTiedLists(fast), withoutTiedLists(reference));
@@ -125,26 +125,12 @@ public:
     explicit RandomHistory(unsigned seed)
         : m_random(seed)
     {
-        m_paths = {"README.md",
-                   "Makefile",
-                   "src/main.cpp",
-                   "src/main.h",
-                   "src/é.c",
-                   "src/\U0001D400.h",
-                   "src/\uE000.txt",
-                   "docs/guide.md",
-                   "docs/Guide.md",
-                   "(root)/odd",
-                   "/leading",
-                   "lib/a.rs",
-                   "lib/b.rs",
-                   "lib/c.go",
-                   "web/x.ts",
-                   "web/y.tsx",
-                   "assets/logo.png",
-                   "LICENSE",
-                   "a",
-                   "b"};
+        // clang-format off
+        m_paths = {"README.md", "Makefile", "src/main.cpp", "src/main.h", "src/é.c",
+                   "src/\U0001D400.h", "src/\uE000.txt", "docs/guide.md", "docs/Guide.md",
+                   "(root)/odd", "/leading", "lib/a.rs", "lib/b.rs", "lib/c.go", "web/x.ts",
+                   "web/y.tsx", "assets/logo.png", "LICENSE", "a", "b"};
+        // clang-format on
         for (int i = 0; m_paths.size() < 60; ++i)
             m_paths.append(QStringLiteral("gen/f%1.py").arg(i));
     }
@@ -156,28 +142,15 @@ public:
             {"bob", "bob@Example.COM"}, {"Bob", "bob@example.com"}, {"ada", "ada@host"},
             {"Ada", "ADA@HOST"},        {"Zoë", "zoe@ÉCOLE.fr"},    {"nobody", "no-at-sign"},
             {"𝐌ath", "m@x@y.org"},      {"carl", "carl@"}};
-        static const QStringList subjects {"fix: crash",
-                                           "Fix(parser)!: crash",
-                                           "feat!: drop",
-                                           "revert: undo",
-                                           "Revert \"feat: x\"",
-                                           "REVERTED again",
-                                           "undo revert",
-                                           " fix: blank",
-                                           "wip",
-                                           "abcdef     ",
-                                           "αβγδεζηθι",
-                                           "Ελληνικά λόγια",
-                                           "Исправить ОШИБКУ",
-                                           "修正: バグ、再発",
-                                           "cafe\u0301 café",
-                                           "𝐀𝐁𝐂 words words",
-                                           "docs: \uE000abc \U0001F600abc",
-                                           QStringLiteral("nul\u0000inside a subject"),
-                                           "",
-                                           "chore: bump 2024 deps",
-                                           "\t\tabcdefgh",
-                                           "Revert\u00A0x"};
+        // clang-format off
+        static const QStringList subjects {
+            "fix: crash", "Fix(parser)!: crash", "feat!: drop", "revert: undo",
+            "Revert \"feat: x\"", "REVERTED again", "undo revert", " fix: blank", "wip",
+            "abcdef     ", "αβγδεζηθι", "Ελληνικά λόγια", "Исправить ОШИБКУ", "修正: バグ、再発",
+            "cafe\u0301 café", "𝐀𝐁𝐂 words words", "docs: \uE000abc \U0001F600abc",
+            QStringLiteral("nul\u0000inside a subject"), "", "chore: bump 2024 deps",
+            "\t\tabcdefgh", "Revert\u00A0x"};
+        // clang-format on
         for (int i = 0; i < count; ++i) {
             const auto &[name, email] = authors[pick(0, int(authors.size()) - 1)];
             // Few distinct instants, so times tie; some before 1970 and at 0.

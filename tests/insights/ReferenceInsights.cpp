@@ -3,17 +3,15 @@
 #include "ReferenceInsights.h"
 
 #include "insights/InsightAggregates.h"
-
-#include "insights/Classifiers.h"
 #include "index/RepositoryIndex.h"
 #include "index/SQLite.h"
+#include "insights/Classifiers.h"
+#include "insights/RepositoryInsights.h"
 
 #include <QHash>
 #include <QRegularExpression>
 
 #include <algorithm>
-#include <memory>
-#include <unordered_map>
 #include <vector>
 
 namespace strataloom::reference {
@@ -22,14 +20,6 @@ namespace {
 
 bool limitsOff = false;
 
-// The query as written, or without its LIMIT clause to see every row that ties at the cut.
-SQLiteStatement prepare(SQLiteDatabase &database, QString sql)
-{
-    if (limitsOff)
-        sql.remove(QRegularExpression(QStringLiteral("\\nLIMIT \\d+$")));
-    return database.statement(sql);
-}
-
 std::optional<QDateTime> dateFromSeconds(qint64 seconds)
 {
     if (seconds < 1)
@@ -37,9 +27,38 @@ std::optional<QDateTime> dateFromSeconds(qint64 seconds)
     return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
 }
 
-QString textOr(const SQLiteStatement &statement, int column, const QString &fallback)
+// One row of a statement, read column by column from the left.
+class Row
 {
-    return statement.columnText(column).value_or(fallback);
+public:
+    explicit Row(const SQLiteStatement &statement)
+        : m_statement(statement)
+    { }
+    qint64 number() { return m_statement.columnInt64(m_column++); }
+    QString text(const QString &fallback = {})
+    {
+        return m_statement.columnText(m_column++).value_or(fallback);
+    }
+    std::optional<QDateTime> date() { return dateFromSeconds(number()); }
+
+private:
+    const SQLiteStatement &m_statement;
+    int m_column = 0;
+};
+
+// Every row of the query as written, or without its LIMIT clause to see every row that ties at
+// the cut, each made into a value by @p make.
+template<typename Make> auto query(SQLiteDatabase &database, QString sql, Make make)
+{
+    if (limitsOff)
+        sql.remove(QRegularExpression(QStringLiteral("\\nLIMIT \\d+$")));
+    SQLiteStatement statement = database.statement(sql);
+    QList<decltype(make(std::declval<Row &>()))> rows;
+    while (statement.step()) {
+        Row row(statement);
+        rows.append(make(row));
+    }
+    return rows;
 }
 
 // Code-point order (the order of UTF-8 bytes, as SQLite's BINARY collation compares), which plain
@@ -49,53 +68,30 @@ bool codePointLess(const QString &left, const QString &right)
     const auto fixed = [](char16_t unit) -> char16_t {
         if (unit >= 0xD800 && unit <= 0xDFFF)
             return unit + 0x2000;
-        if (unit >= 0xE000)
-            return unit - 0x800;
-        return unit;
+        return unit >= 0xE000 ? unit - 0x800 : unit;
     };
-    const qsizetype length = std::min(left.size(), right.size());
-    for (qsizetype i = 0; i < length; ++i) {
-        const char16_t a = left[i].unicode();
-        const char16_t b = right[i].unicode();
-        if (a != b)
-            return fixed(a) < fixed(b);
-    }
-    return left.size() < right.size();
+    const auto mismatch = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
+    if (mismatch.first == left.end() || mismatch.second == right.end())
+        return left.size() < right.size();
+    return fixed(mismatch.first->unicode()) < fixed(mismatch.second->unicode());
 }
 
 // Counts sorted by count descending, ties by name in code-point order.
 QList<IndexedNamedCount> sortedCounts(const QHash<QString, qint64> &counts, qsizetype limit)
 {
     std::vector<IndexedNamedCount> entries;
-    entries.reserve(counts.size());
     for (auto it = counts.cbegin(); it != counts.cend(); ++it)
         entries.push_back({it.key(), it.value()});
-    const auto before = [](const IndexedNamedCount &a, const IndexedNamedCount &b) {
-        if (a.count != b.count)
-            return a.count > b.count;
-        return codePointLess(a.name, b.name);
-    };
     const auto end = entries.begin() + std::min<qsizetype>(limit, qsizetype(entries.size()));
-    std::partial_sort(entries.begin(), end, entries.end(), before);
+    std::partial_sort(entries.begin(), end, entries.end(), [](const auto &a, const auto &b) {
+        return a.count != b.count ? a.count > b.count : codePointLess(a.name, b.name);
+    });
     return QList<IndexedNamedCount>(entries.begin(), end);
 }
 
-struct Summary
+void loadSummary(SQLiteDatabase &database, RepositoryAnalyticsInsights &result)
 {
-    qint64 totalCommits = 0;
-    qint64 mergeCommits = 0;
-    qint64 revertCommits = 0;
-    qint64 firstTime = 0;
-    qint64 lastTime = 0;
-    qint64 subjectLength = 0;
-    qint64 shortMessages = 0;
-    qint64 commitsWithoutChanges = 0;
-    qint64 wideCommits = 0;
-};
-
-Summary loadSummary(SQLiteDatabase &database)
-{
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    const auto rows = query(database, QStringLiteral(R"(
 SELECT COUNT(*), COALESCE(SUM(is_merge), 0),
        COALESCE(SUM(CASE WHEN lower(subject) LIKE 'revert%' THEN 1 ELSE 0 END), 0),
        MIN(author_time), MAX(author_time),
@@ -107,37 +103,48 @@ SELECT COUNT(*), COALESCE(SUM(is_merge), 0),
        COALESCE(SUM(CASE WHEN (
            SELECT COUNT(*) FROM commit_files cf WHERE cf.commit_id = commits.id
        ) >= 10 THEN 1 ELSE 0 END), 0)
-FROM commits WHERE is_reachable = 1)"));
-    if (!statement.step())
+FROM commits WHERE is_reachable = 1)"),
+                            [&](Row &row) {
+                                result.totalCommits = row.number();
+                                result.mergeCommits = row.number();
+                                result.revertCommits = row.number();
+                                result.firstCommitAt = row.date();
+                                result.lastCommitAt = row.date();
+                                const qint64 length = row.number();
+                                if (result.totalCommits > 0)
+                                    result.averageSubjectLength
+                                        = double(length) / double(result.totalCommits);
+                                result.shortMessages = row.number();
+                                result.commitsWithoutChanges = row.number();
+                                result.wideCommits = row.number();
+                                return 0;
+                            });
+    if (rows.isEmpty())
         throw SQLiteError::step(QStringLiteral("Missing insights summary"));
-    return {statement.columnInt64(0), statement.columnInt64(1), statement.columnInt64(2),
-            statement.columnInt64(3), statement.columnInt64(4), statement.columnInt64(5),
-            statement.columnInt64(6), statement.columnInt64(7), statement.columnInt64(8)};
 }
 
 void loadLineTotals(SQLiteDatabase &database, RepositoryAnalyticsInsights &result)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    query(database, QStringLiteral(R"(
 SELECT COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
        COALESCE(SUM(CASE WHEN cf.status LIKE 'A%' THEN 1 ELSE 0 END), 0),
        COALESCE(SUM(CASE WHEN cf.status LIKE 'D%' THEN 1 ELSE 0 END), 0),
        COALESCE(SUM(CASE WHEN cf.status LIKE 'R%' THEN 1 ELSE 0 END), 0),
        COUNT(DISTINCT CASE WHEN cf.is_binary = 1 THEN cf.file_id END)
 FROM commit_files cf JOIN commits c ON c.id = cf.commit_id
-WHERE c.is_reachable = 1)"));
-    if (!statement.step())
-        throw SQLiteError::step(QStringLiteral("Missing insights line totals"));
-    result.additions = statement.columnInt64(0);
-    result.deletions = statement.columnInt64(1);
-    result.filesAdded = statement.columnInt64(2);
-    result.filesDeleted = statement.columnInt64(3);
-    result.filesRenamed = statement.columnInt64(4);
-    result.binaryFiles = statement.columnInt64(5);
+WHERE c.is_reachable = 1)"),
+          [&](Row &row) {
+              for (qint64 *field :
+                   {&result.additions, &result.deletions, &result.filesAdded, &result.filesDeleted,
+                    &result.filesRenamed, &result.binaryFiles})
+                  *field = row.number();
+              return 0;
+          });
 }
 
 QList<IndexedAuthorInsight> loadAuthors(SQLiteDatabase &database, qint64 totalCommits)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    return query(database, QStringLiteral(R"(
 SELECT a.canonical_name, COUNT(DISTINCT c.id),
        COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
        MIN(c.author_time), MAX(c.author_time)
@@ -146,22 +153,24 @@ JOIN author_aliases aa ON aa.author_id = a.id
 JOIN commits c ON c.author_alias_id = aa.id AND c.is_reachable = 1
 LEFT JOIN commit_files cf ON cf.commit_id = c.id
 GROUP BY a.id, a.canonical_name
-ORDER BY COUNT(DISTINCT c.id) DESC, a.canonical_name COLLATE NOCASE)"));
-    QList<IndexedAuthorInsight> authors;
-    while (statement.step()) {
-        const qint64 commits = statement.columnInt64(1);
-        authors.append({textOr(statement, 0, QStringLiteral("Unknown")), commits,
-                        statement.columnInt64(2), statement.columnInt64(3),
-                        totalCommits > 0 ? double(commits) / double(totalCommits) : 0.0,
-                        dateFromSeconds(statement.columnInt64(4)),
-                        dateFromSeconds(statement.columnInt64(5))});
-    }
-    return authors;
+ORDER BY COUNT(DISTINCT c.id) DESC, a.canonical_name COLLATE NOCASE)"),
+                 [&](Row &row) {
+                     IndexedAuthorInsight author {row.text(QStringLiteral("Unknown")),
+                                                  row.number(),
+                                                  row.number(),
+                                                  row.number(),
+                                                  0.0,
+                                                  row.date(),
+                                                  row.date()};
+                     if (totalCommits > 0)
+                         author.commitShare = double(author.commits) / double(totalCommits);
+                     return author;
+                 });
 }
 
 QList<IndexedFileInsight> loadHotspots(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    return query(database, QStringLiteral(R"(
 SELECT f.current_path, COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id),
        COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
        MIN(c.author_time), MAX(c.author_time)
@@ -172,49 +181,34 @@ LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
 GROUP BY f.id, f.current_path
 ORDER BY COUNT(DISTINCT c.id) DESC,
          COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
-LIMIT 15)"));
-    QList<IndexedFileInsight> files;
-    while (statement.step()) {
-        files.append({textOr(statement, 0, QStringLiteral("Unknown")), statement.columnInt64(1),
-                      statement.columnInt64(2), statement.columnInt64(3), statement.columnInt64(4),
-                      dateFromSeconds(statement.columnInt64(5)),
-                      dateFromSeconds(statement.columnInt64(6))});
-    }
-    return files;
-}
-
-// Counts commit types and significant words of every reachable subject.
-void countSubjects(SQLiteDatabase &database, QHash<QString, qint64> &types,
-                   QHash<QString, qint64> &words)
-{
-    SQLiteStatement statement
-        = database.statement(QStringLiteral("SELECT subject FROM commits WHERE is_reachable = 1"));
-    while (statement.step()) {
-        const QString subject = statement.columnText(0).value_or(QString());
-        ++types[commitType(subject)];
-        for (const QString &word : significantWords(subject))
-            ++words[word];
-    }
+LIMIT 15)"),
+                 [](Row &row) {
+                     return IndexedFileInsight {row.text(QStringLiteral("Unknown")),
+                                                row.number(),
+                                                row.number(),
+                                                row.number(),
+                                                row.number(),
+                                                row.date(),
+                                                row.date()};
+                 });
 }
 
 qint64 loadLongestGapDays(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = database.statement(QStringLiteral(
-        "SELECT author_time FROM commits WHERE is_reachable = 1 ORDER BY author_time"));
+    const QList<qint64> times
+        = query(database,
+                QStringLiteral(
+                    "SELECT author_time FROM commits WHERE is_reachable = 1 ORDER BY author_time"),
+                [](Row &row) { return row.number(); });
     qint64 longest = 0;
-    std::optional<qint64> previous;
-    while (statement.step()) {
-        const qint64 time = statement.columnInt64(0);
-        if (previous)
-            longest = std::max(longest, (time - *previous) / 86400);
-        previous = time;
-    }
+    for (qsizetype i = 1; i < times.size(); ++i)
+        longest = std::max(longest, (times[i] - times[i - 1]) / 86400);
     return longest;
 }
 
 QList<IndexedDirectoryInsight> loadDirectories(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    return query(database, QStringLiteral(R"(
 SELECT CASE WHEN instr(f.current_path, '/') > 0
             THEN substr(f.current_path, 1, instr(f.current_path, '/') - 1)
             ELSE '(root)' END AS directory,
@@ -227,50 +221,46 @@ LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
 GROUP BY directory
 ORDER BY COUNT(DISTINCT c.id) DESC,
          COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
-LIMIT 20)"));
-    QList<IndexedDirectoryInsight> directories;
-    while (statement.step()) {
-        directories.append({textOr(statement, 0, QStringLiteral("(root)")),
-                            statement.columnInt64(1), statement.columnInt64(2),
-                            statement.columnInt64(3), statement.columnInt64(4)});
-    }
-    return directories;
+LIMIT 20)"),
+                 [](Row &row) {
+                     return IndexedDirectoryInsight {row.text(QStringLiteral("(root)")),
+                                                     row.number(), row.number(), row.number(),
+                                                     row.number()};
+                 });
 }
 
 QList<IndexedTechnologyInsight> loadTechnologies(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    QHash<QString, IndexedTechnologyInsight> totals;
+    query(database, QStringLiteral(R"(
 SELECT f.current_path, COUNT(DISTINCT c.id),
        COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
 FROM files f
 JOIN commit_files cf ON cf.file_id = f.id
 JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
-GROUP BY f.id, f.current_path)"));
-    QHash<QString, IndexedTechnologyInsight> totals;
-    while (statement.step()) {
-        const QString name = technology(statement.columnText(0).value_or(QString()));
-        IndexedTechnologyInsight &entry = totals[name];
-        entry.name = name;
-        entry.files += 1;
-        entry.changes += statement.columnInt64(1);
-        entry.additions += statement.columnInt64(2);
-        entry.deletions += statement.columnInt64(3);
-    }
+GROUP BY f.id, f.current_path)"),
+          [&](Row &row) {
+              const QString name = technology(row.text());
+              IndexedTechnologyInsight &entry = totals[name];
+              entry.name = name;
+              entry.files += 1;
+              entry.changes += row.number();
+              entry.additions += row.number();
+              entry.deletions += row.number();
+              return 0;
+          });
     QList<IndexedTechnologyInsight> technologies(totals.cbegin(), totals.cend());
-    std::sort(technologies.begin(), technologies.end(),
-              [](const IndexedTechnologyInsight &a, const IndexedTechnologyInsight &b) {
-                  const qint64 churnA = a.additions + a.deletions;
-                  const qint64 churnB = b.additions + b.deletions;
-                  if (churnA != churnB)
-                      return churnA > churnB;
-                  return codePointLess(a.name, b.name);
-              });
+    std::sort(technologies.begin(), technologies.end(), [](const auto &a, const auto &b) {
+        const qint64 churnA = a.additions + a.deletions;
+        const qint64 churnB = b.additions + b.deletions;
+        return churnA != churnB ? churnA > churnB : codePointLess(a.name, b.name);
+    });
     return technologies;
 }
 
 QList<IndexedCommitSizeInsight> loadLargestCommits(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    return query(database, QStringLiteral(R"(
 SELECT c.sha, c.subject, a.canonical_name, c.author_time,
        COUNT(cf.file_id), COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
 FROM commits c
@@ -280,81 +270,73 @@ LEFT JOIN commit_files cf ON cf.commit_id = c.id
 WHERE c.is_reachable = 1
 GROUP BY c.id
 ORDER BY COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
-LIMIT 12)"));
-    QList<IndexedCommitSizeInsight> commits;
-    while (statement.step()) {
-        commits.append({textOr(statement, 0, QString()), textOr(statement, 1, QString()),
-                        textOr(statement, 2, QStringLiteral("Unknown")),
-                        dateFromSeconds(statement.columnInt64(3)), statement.columnInt64(4),
-                        statement.columnInt64(5), statement.columnInt64(6)});
-    }
-    return commits;
+LIMIT 12)"),
+                 [](Row &row) {
+                     return IndexedCommitSizeInsight {
+                         row.text(),  row.text(),   row.text(QStringLiteral("Unknown")),
+                         row.date(),  row.number(), row.number(),
+                         row.number()};
+                 });
 }
 
 QList<IndexedBranchInsight> loadBranches(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    return query(database, QStringLiteral(R"(
 SELECT r.name, r.is_remote, c.author_time
 FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
 WHERE r.kind = 'branch'
-ORDER BY r.is_remote, r.name COLLATE NOCASE)"));
-    QList<IndexedBranchInsight> branches;
-    while (statement.step()) {
-        branches.append({textOr(statement, 0, QStringLiteral("Unknown")),
-                         statement.columnInt64(1) == 1, dateFromSeconds(statement.columnInt64(2))});
-    }
-    return branches;
+ORDER BY r.is_remote, r.name COLLATE NOCASE)"),
+                 [](Row &row) {
+                     return IndexedBranchInsight {row.text(QStringLiteral("Unknown")),
+                                                  row.number() == 1, row.date()};
+                 });
 }
 
 QList<IndexedTagInsight> loadTags(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    return query(database, QStringLiteral(R"(
 SELECT r.name, c.author_time
 FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
 WHERE r.kind = 'tag'
-ORDER BY c.author_time, r.name COLLATE NOCASE)"));
-    QList<IndexedTagInsight> tags;
-    while (statement.step()) {
-        tags.append({textOr(statement, 0, QStringLiteral("Unknown")),
-                     dateFromSeconds(statement.columnInt64(1))});
-    }
-    return tags;
+ORDER BY c.author_time, r.name COLLATE NOCASE)"),
+                 [](Row &row) {
+                     return IndexedTagInsight {row.text(QStringLiteral("Unknown")), row.date()};
+                 });
 }
 
 QList<IndexedNamedCount> loadEmailDomains(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    return query(database, QStringLiteral(R"(
 SELECT lower(substr(aa.email, instr(aa.email, '@') + 1)), COUNT(DISTINCT c.id)
 FROM author_aliases aa JOIN commits c ON c.author_alias_id = aa.id
 WHERE c.is_reachable = 1 AND instr(aa.email, '@') > 0
 GROUP BY lower(substr(aa.email, instr(aa.email, '@') + 1))
 ORDER BY COUNT(DISTINCT c.id) DESC
-LIMIT 12)"));
-    QList<IndexedNamedCount> domains;
-    while (statement.step())
-        domains.append({textOr(statement, 0, QStringLiteral("unknown")), statement.columnInt64(1)});
-    return domains;
+LIMIT 12)"),
+                 [](Row &row) {
+                     return IndexedNamedCount {row.text(QStringLiteral("unknown")), row.number()};
+                 });
 }
 
 // Reachable commits and lines per period, oldest first, active periods only; @p grouping is
 // the strftime format of the period key.
 QList<IndexedActivityInsight> loadActivity(SQLiteDatabase &database, const QString &grouping)
 {
-    SQLiteStatement statement
-        = database.statement(QStringLiteral("SELECT strftime('") + grouping
-                             + QStringLiteral(R"(', c.author_time, 'unixepoch') AS period,
+    return query(database,
+                 QStringLiteral("SELECT strftime('") + grouping
+                     + QStringLiteral(R"(', c.author_time, 'unixepoch') AS period,
        COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
 FROM commits c LEFT JOIN commit_files cf ON cf.commit_id = c.id
 WHERE c.is_reachable = 1
 GROUP BY period
-ORDER BY period)"));
-    QList<IndexedActivityInsight> points;
-    while (statement.step()) {
-        const QString label = textOr(statement, 0, QStringLiteral("Unknown"));
-        points.append({label, periodDate(label), statement.columnInt64(1), statement.columnInt64(2),
-                       statement.columnInt64(3)});
-    }
-    return points;
+ORDER BY period)"),
+                 [](Row &row) {
+                     const QString label = row.text(QStringLiteral("Unknown"));
+                     const qint64 commits = row.number();
+                     const qint64 additions = row.number();
+                     return IndexedActivityInsight {label, periodDate(label), commits, additions,
+                                                    row.number()};
+                 });
 }
 
 // Percentage change in distinct authors from before the middle of the span to from it on.
@@ -385,7 +367,7 @@ WHERE c.is_reachable = 1)"));
 
 QList<IndexedCoChangeInsight> coChanges(SQLiteDatabase &database)
 {
-    SQLiteStatement statement = prepare(database, QStringLiteral(R"(
+    return query(database, QStringLiteral(R"(
 SELECT f1.current_path, f2.current_path, COUNT(*)
 FROM commit_files a
 JOIN commit_files b ON b.commit_id = a.commit_id AND b.file_id > a.file_id
@@ -396,13 +378,12 @@ WHERE (SELECT COUNT(*) FROM commit_files size WHERE size.commit_id = a.commit_id
 GROUP BY a.file_id, b.file_id
 HAVING COUNT(*) >= 2
 ORDER BY COUNT(*) DESC, f1.current_path, f2.current_path
-LIMIT 15)"));
-    QList<IndexedCoChangeInsight> pairs;
-    while (statement.step()) {
-        pairs.append({textOr(statement, 0, QStringLiteral("Unknown")),
-                      textOr(statement, 1, QStringLiteral("Unknown")), statement.columnInt64(2)});
-    }
-    return pairs;
+LIMIT 15)"),
+                 [](Row &row) {
+                     return IndexedCoChangeInsight {row.text(QStringLiteral("Unknown")),
+                                                    row.text(QStringLiteral("Unknown")),
+                                                    row.number()};
+                 });
 }
 
 RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool withoutLimits)
@@ -411,32 +392,26 @@ RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool wit
     const std::unique_ptr<bool, void (*)(bool *)> restore(&limitsOff,
                                                           [](bool *flag) { *flag = false; });
     RepositoryAnalyticsInsights result;
-
-    const Summary summary = loadSummary(database);
-    result.totalCommits = summary.totalCommits;
-    result.mergeCommits = summary.mergeCommits;
-    result.revertCommits = summary.revertCommits;
-    result.firstCommitAt = dateFromSeconds(summary.firstTime);
-    result.lastCommitAt = dateFromSeconds(summary.lastTime);
-    result.shortMessages = summary.shortMessages;
-    result.commitsWithoutChanges = summary.commitsWithoutChanges;
-    result.wideCommits = summary.wideCommits;
-    if (summary.totalCommits > 0)
-        result.averageSubjectLength = double(summary.subjectLength) / double(summary.totalCommits);
-
+    loadSummary(database, result);
     loadLineTotals(database, result);
-    result.topAuthors = loadAuthors(database, summary.totalCommits);
+    result.topAuthors = loadAuthors(database, result.totalCommits);
     result.hotspots = loadHotspots(database);
 
     QHash<QString, qint64> typeCounts;
     QHash<QString, qint64> wordCounts;
-    countSubjects(database, typeCounts, wordCounts);
-    for (auto it = typeCounts.cbegin(); it != typeCounts.cend(); ++it) {
-        if (it.key() != QStringLiteral("other"))
-            result.conventionalCommits += it.value();
-    }
-    for (const IndexedNamedCount &type : sortedCounts(typeCounts, typeCounts.size()))
+    query(database, QStringLiteral("SELECT subject FROM commits WHERE is_reachable = 1"),
+          [&](Row &row) {
+              const QString subject = row.text();
+              ++typeCounts[commitType(subject)];
+              for (const QString &word : significantWords(subject))
+                  ++wordCounts[word];
+              return 0;
+          });
+    for (const IndexedNamedCount &type : sortedCounts(typeCounts, typeCounts.size())) {
         result.commitTypes.append({type.name, type.count});
+        if (type.name != QStringLiteral("other"))
+            result.conventionalCommits += type.count;
+    }
 
     result.dailyActivity = loadActivity(database, QStringLiteral("%Y-%m-%d"));
     result.monthlyActivity = loadActivity(database, QStringLiteral("%Y-%m"));
@@ -446,14 +421,12 @@ RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool wit
         if (!result.peakDay || day.commits > result.peakDay->commits)
             result.peakDay = day;
     }
-
     result.longestGapDays = loadLongestGapDays(database);
 
     qint64 covered = 0;
     for (const IndexedAuthorInsight &author : std::as_const(result.topAuthors)) {
-        if (author.commits == 1)
-            ++result.oneTimeContributors;
-        if (summary.totalCommits > 2 * covered) {
+        result.oneTimeContributors += author.commits == 1 ? 1 : 0;
+        if (result.totalCommits > 2 * covered) {
             covered += author.commits;
             ++result.busFactor;
         }
@@ -463,21 +436,18 @@ RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool wit
     result.technologies = loadTechnologies(database);
     result.coChanges = coChanges(database);
     result.largestCommits = loadLargestCommits(database);
-
     result.branches = loadBranches(database);
     for (const IndexedBranchInsight &branch : std::as_const(result.branches))
         ++(branch.isRemote ? result.remoteBranches : result.localBranches);
     result.tags = loadTags(database);
     result.tagCount = result.tags.size();
-
     result.emailDomains = loadEmailDomains(database);
-
     result.contributorTrendPercent
         = contributorTrend(database, result.firstCommitAt, result.lastCommitAt);
     result.commonWords = sortedCounts(wordCounts, 15);
-    if (summary.totalCommits > 0) {
+    if (result.totalCommits > 0) {
         result.averageCommitChurn
-            = double(result.additions + result.deletions) / double(summary.totalCommits);
+            = double(result.additions + result.deletions) / double(result.totalCommits);
     }
     result.activityTrendPercent = trend(result.dailyActivity, ActivityValue::Commits);
     result.churnTrendPercent = trend(result.dailyActivity, ActivityValue::Churn);
