@@ -496,8 +496,6 @@ TEST_F(RepositoryIndexTest, StreamedCommitsAreWrittenLikeListedOnes)
 
 // Bad storage
 
-}
-
 TEST_F(RepositoryIndexTest, FullDiskLeavesTheEarlierIndexWhole)
 {
     RepositoryIndexSnapshot before;
