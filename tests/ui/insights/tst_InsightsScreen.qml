@@ -93,7 +93,7 @@ ScreenTestCase {
         const opened = openReady(knownFixture())
         const model = opened.model
         const screen = opened.screen
-        tryCompare(model, "isLoading", false)
+        tryCompare(model.session, "isLoading", false)
         const authors = findAll(screen, "authorRow")
         const files = findAll(screen, "hotspotRow")
         compare(authors.map(r => r.modelData.name), ["Ada Lovelace", "Grace Hopper", "Linus Side"])

@@ -28,7 +28,7 @@ ScreenTestCase {
         const opened = open(row.component, repo)
         tryVerify(() => opened.model.analytics.analyticsIndexState.isFailed, 60000)
         InsightTestHelper.setIndexDirectory(previous)
-        tryCompare(opened.model, "isLoading", false)
+        tryCompare(opened.model.session, "isLoading", false)
 
         const placeholder = findOne(opened.screen, row.placeholder)
         verify(placeholder.visible)

@@ -86,7 +86,7 @@ ScreenTestCase {
         fixtures.commit(repo, "Add a", "Grace Hopper", "grace@example.org")
         const opened = open(screenComponent, repo)
         tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 60000)
-        tryCompare(opened.model, "isLoading", false)
+        tryCompare(opened.model.session, "isLoading", false)
         const row = findOne(opened.screen, "statisticsAuthorRow")
         scrollTo(opened.screen, "statisticsFlick", row)
         mouseClick(row)
