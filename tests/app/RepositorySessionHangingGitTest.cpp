@@ -1,5 +1,6 @@
 // Loads whose git never answers: a newer open must not wait for them, and their git ends.
 #include "ModelTestSupport.h"
+#include "ProcessState.h"
 
 #include "app/RepositorySession.h"
 
@@ -11,17 +12,6 @@
 using namespace strataloom;
 
 namespace {
-
-// Alive means running: a killed process that nobody has reaped yet is a zombie, not alive.
-bool isRunning(qint64 pid)
-{
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray text = stat.readAll();
-    const qsizetype state = text.lastIndexOf(')') + 2;
-    return state < text.size() && text[state] != 'Z' && text[state] != 'X';
-}
 
 QList<qint64> pidsIn(const QString &path)
 {
@@ -93,7 +83,7 @@ void RepositorySessionHangingGitTest::supersededLoadsOfAHangingGitEndAndDoNotBlo
     QVERIFY(!session.isLoading());
     const QList<qint64> started = pidsIn(pids);
     QVERIFY(!started.isEmpty());
-    QVERIFY(QTest::qWaitFor([&] { return std::none_of(started.begin(), started.end(), isRunning); },
+    QVERIFY(QTest::qWaitFor([&] { return std::none_of(started.begin(), started.end(), isProcessRunning); },
                             5000));
 }
 

@@ -1,5 +1,6 @@
 // The command line with odd arguments and with a git that never answers.
 #include "TestRepository.h"
+#include "ProcessState.h"
 #include "git/GitProcess.h"
 
 #include <QDir>
@@ -33,17 +34,6 @@ CliRun cli(const QStringList &arguments)
     const ProcessResult result = runProcess(QStringLiteral(STRATALOOM_CLI), arguments);
     return {result.exitStatus, QJsonDocument::fromJson(result.standardOutput),
             QString::fromUtf8(result.standardError)};
-}
-
-// Alive means running: a killed process that nobody has reaped yet is a zombie, not alive.
-bool isRunning(qint64 pid)
-{
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray text = stat.readAll();
-    const qsizetype state = text.lastIndexOf(')') + 2;
-    return state < text.size() && text[state] != 'Z' && text[state] != 'X';
 }
 
 qint64 readPid(const QString &path, int timeoutMilliseconds)
@@ -162,7 +152,7 @@ TEST(CliFaults, TerminationEndsAHangingGitAndWhatItStarted)
         const qint64 child = readPid(pids + QStringLiteral(".child"), 10000);
         ASSERT_GT(git, 0);
         ASSERT_GT(child, 0);
-        EXPECT_TRUE(isRunning(git));
+        EXPECT_TRUE(isProcessRunning(git));
 
         ::kill(pid_t(process.processId()), signal);
         ASSERT_TRUE(process.waitForFinished(5000));
@@ -170,10 +160,10 @@ TEST(CliFaults, TerminationEndsAHangingGitAndWhatItStarted)
         EXPECT_EQ(process.exitCode(), 128 + signal);
         QElapsedTimer timer;
         timer.start();
-        while ((isRunning(git) || isRunning(child)) && timer.elapsed() < 5000)
+        while ((isProcessRunning(git) || isProcessRunning(child)) && timer.elapsed() < 5000)
             QThread::msleep(20);
-        EXPECT_FALSE(isRunning(git));
-        EXPECT_FALSE(isRunning(child));
+        EXPECT_FALSE(isProcessRunning(git));
+        EXPECT_FALSE(isProcessRunning(child));
     }
 }
 
