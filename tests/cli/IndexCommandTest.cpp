@@ -1,5 +1,6 @@
 // The index command as scripts use it, including the rough ways a run can end: killed midway,
 // or racing another process on the same index.
+#include "TestFixtures.h"
 #include "TestRepository.h"
 #include "git/GitProcess.h"
 
@@ -20,7 +21,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <sqlite3.h>
 
 using namespace strataloom;
 
@@ -53,54 +53,20 @@ void buildHistory(TestRepository &repository, int commits)
     }
 }
 
-// The rows of read-only queries, columns joined by "|".
-QStringList query(const QString &databasePath, std::initializer_list<const char *> queries)
-{
-    sqlite3 *db = nullptr;
-    EXPECT_EQ(
-        sqlite3_open_v2(databasePath.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr),
-        SQLITE_OK);
-    QStringList rows;
-    for (const char *sql : queries) {
-        sqlite3_stmt *statement = nullptr;
-        EXPECT_EQ(sqlite3_prepare_v2(db, sql, -1, &statement, nullptr), SQLITE_OK)
-            << sqlite3_errmsg(db);
-        while (statement && sqlite3_step(statement) == SQLITE_ROW) {
-            QStringList row;
-            for (int c = 0; c < sqlite3_column_count(statement); ++c) {
-                const auto *text
-                    = reinterpret_cast<const char *>(sqlite3_column_text(statement, c));
-                row << (text ? QString::fromUtf8(text) : "NULL");
-            }
-            rows << row.join('|');
-        }
-        sqlite3_finalize(statement);
-    }
-    sqlite3_close(db);
-    return rows;
-}
-
 // Every table's rows, for comparing two indexes that should hold the same history.
 QStringList tableRows(const QString &databasePath)
 {
-    return query(databasePath,
-                 {"SELECT * FROM commits ORDER BY id", "SELECT * FROM commit_files ORDER BY rowid",
-                  "SELECT * FROM authors ORDER BY id", "SELECT * FROM files ORDER BY id",
-                  "SELECT * FROM daily_activity ORDER BY day",
-                  "SELECT sha FROM commit_search ORDER BY rowid",
-                  "SELECT name, kind, target_sha FROM refs ORDER BY name"});
+    return sqliteRows(databasePath,
+                      {"SELECT * FROM commits ORDER BY id", "SELECT * FROM commit_files ORDER BY rowid",
+                       "SELECT * FROM authors ORDER BY id", "SELECT * FROM files ORDER BY id",
+                       "SELECT * FROM daily_activity ORDER BY day",
+                       "SELECT sha FROM commit_search ORDER BY rowid",
+                       "SELECT name, kind, target_sha FROM refs ORDER BY name"});
 }
 
 QString integrity(const QString &databasePath)
 {
-    return query(databasePath, {"PRAGMA integrity_check"}).join('\n');
-}
-
-QString onlyIndexFile(const QString &indexDir)
-{
-    const QStringList hashes = QDir(indexDir).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    EXPECT_EQ(hashes.size(), 1);
-    return indexDir + '/' + hashes.value(0) + "/index.sqlite";
+    return sqliteRows(databasePath, {"PRAGMA integrity_check"}).join('\n');
 }
 
 } // namespace
@@ -134,15 +100,11 @@ TEST(IndexCommand, RunKilledMidwayIsCompletedByTheNextRun)
     // put every commit into its open transaction and is waiting for git to finish when killed.
     const QString ready = work.filePath("ready");
     const QString wrapper = work.filePath("slow-git.sh");
-    QFile script(wrapper);
-    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-    script.write(QStringLiteral("#!/bin/sh\ncase \" $* \" in *\" --stdin \"*)\n"
-                                "  /usr/bin/git \"$@\"; echo $$ > '%1'; sleep 60; exit 0;;\nesac\n"
-                                "exec /usr/bin/git \"$@\"\n")
-                     .arg(ready)
-                     .toUtf8());
-    script.close();
-    script.setPermissions(script.permissions() | QFile::ExeOwner);
+    writeScript(wrapper, QStringLiteral("case \" $* \" in *\" --stdin \"*)\n"
+                                         "  /usr/bin/git \"$@\"; echo $$ > '%1'; sleep 60; exit 0;;\n"
+                                         "esac\nexec /usr/bin/git \"$@\"\n")
+                              .arg(ready)
+                              .toUtf8());
 
     const QString killedDir = work.filePath("killed");
     const QByteArray cli = QByteArrayLiteral(STRATALOOM_CLI);
@@ -214,7 +176,7 @@ TEST(IndexCommand, TwoProcessesOnOneIndexBothEndWell)
     EXPECT_NE(a.value("wasUpToDate").toBool(), b.value("wasUpToDate").toBool());
     const QString database = onlyIndexFile(indexDir.path());
     EXPECT_EQ(integrity(database), "ok");
-    EXPECT_EQ(query(database, {"SELECT COUNT(DISTINCT sha), COUNT(*) FROM commits"}),
+    EXPECT_EQ(sqliteRows(database, {"SELECT COUNT(DISTINCT sha), COUNT(*) FROM commits"}),
               QStringList {"80|80"});
 }
 

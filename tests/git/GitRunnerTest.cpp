@@ -28,8 +28,6 @@ TEST(GitRunner, ValidatesWorkTreeAndRejectsGitDirectoryAndForeignFolder)
         FAIL() << "the .git folder was accepted";
     } catch (const GitError &error) {
         EXPECT_EQ(error.kind(), GitError::Kind::NotRepository);
-        EXPECT_EQ(error.description(),
-                  QStringLiteral("The selected folder is not a Git repository."));
     }
 
     QTemporaryDir outside;
@@ -140,16 +138,13 @@ TEST(GitRunner, FeedsStandardInputWhileDrainingOutput)
 
     options.input = QByteArray();
     EXPECT_TRUE(runProcess(QStringLiteral("/bin/cat"), {}, options).standardOutput.isEmpty());
-}
 
-TEST(GitRunner, ChildThatStopsReadingEarlyDoesNotHurtTheParent)
-{
-    ProcessOptions options;
+    // A child that stops reading early does not hurt the parent.
     options.input = QByteArray(8 * 1024 * 1024, 'y');
-    const ProcessResult result = runProcess(QStringLiteral("/usr/bin/head"),
-                                            {QStringLiteral("-c"), QStringLiteral("3")}, options);
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.standardOutput, QByteArray("yyy"));
+    EXPECT_EQ(runProcess(QStringLiteral("/usr/bin/head"), {QStringLiteral("-c"), QStringLiteral("3")},
+                         options)
+                  .standardOutput,
+              QByteArray("yyy"));
 }
 
 TEST(GitRunner, ThrowingSinkStopsTheChild)

@@ -10,6 +10,7 @@
 #include "git/GitService.h"
 #include "index/RepositoryIndex.h"
 #include "index/RepositoryIndexer.h"
+#include "TestFixtures.h"
 #include "TestRepository.h"
 
 #include <QDateTime>
@@ -41,11 +42,7 @@ public:
     {
         const QString path = m_dir.filePath(QString(name).replace(QLatin1Char(':'), QLatin1Char('-'))
                                             .replace(QLatin1Char('='), QLatin1Char('-')));
-        QFile script(path);
-        script.open(QIODevice::WriteOnly);
-        script.write(QStringLiteral("#!/bin/sh\necho '%1' >> '%2'\ncat\n").arg(name, log()).toUtf8());
-        script.close();
-        script.setPermissions(script.permissions() | QFile::ExeOwner);
+        writeScript(path, QStringLiteral("echo '%1' >> '%2'\ncat\n").arg(name, log()).toUtf8());
         return path;
     }
     // A folder holding every hook git knows, each a trap.
@@ -136,30 +133,6 @@ void writeSettings(const QString &file, const GitSettings &settings)
         runGitIn(QDir::tempPath(),
                  {QStringLiteral("config"), QStringLiteral("--file"), file, setting.key,
                   setting.value});
-}
-
-// Rewrites the tip of the current branch as a commit that carries a signature, so that a
-// verifier would be started for it.
-void signTip(const TestRepository &repository)
-{
-    QByteArray commit = repository.git({QStringLiteral("cat-file"), QStringLiteral("commit"),
-                                        QStringLiteral("HEAD")})
-                            .toUtf8();
-    const qsizetype headerEnd = commit.indexOf("\n\n");
-    commit.insert(headerEnd + 1, "gpgsig -----BEGIN PGP SIGNATURE-----\n \n iQEzBAABCAAdFiEE\n "
-                                 "-----END PGP SIGNATURE-----\n");
-    ProcessOptions options;
-    options.input = commit;
-    const QString signedCommit
-        = QString::fromUtf8(runProcess(QStringLiteral("/usr/bin/git"),
-                                       {QStringLiteral("-C"), repository.path(),
-                                        QStringLiteral("hash-object"), QStringLiteral("-t"),
-                                        QStringLiteral("commit"), QStringLiteral("-w"),
-                                        QStringLiteral("--stdin")},
-                                       options)
-                                .standardOutput)
-              .trimmed();
-    repository.git({QStringLiteral("update-ref"), QStringLiteral("HEAD"), signedCommit});
 }
 
 // A superproject with filtered files changed in history and in the work tree, a checked-out

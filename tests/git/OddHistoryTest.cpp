@@ -57,7 +57,9 @@ QString seconds(const QDateTime &date)
 
 } // namespace
 
-TEST(OddHistory, EveryCommitIsListedWithItsDateOrWithoutOne)
+// Every commit is listed with its date or without one; details count the commits without a
+// date but date only the others; activity counts each dated commit on its author's day.
+TEST(OddHistory, OddDatesAreListedCountedAndDatedOnlyWhereKnown)
 {
     TestRepository repository;
     buildOddDates(repository);
@@ -83,13 +85,7 @@ TEST(OddHistory, EveryCommitIsListedWithItsDateOrWithoutOne)
                   seconds(expectedDate(oddDates[i])))
             << oddDates[i].raw;
     }
-}
 
-TEST(OddHistory, DetailsCountCommitsWithoutDateButDateOnlyTheOthers)
-{
-    TestRepository repository;
-    buildOddDates(repository);
-    GitService git;
     qint64 first = std::numeric_limits<qint64>::max();
     qint64 last = 0;
     int dated = 0;
@@ -118,14 +114,9 @@ TEST(OddHistory, DetailsCountCommitsWithoutDateButDateOnlyTheOthers)
     EXPECT_EQ(summary.commitCount, int(std::size(oddDates)));
     EXPECT_EQ(seconds(summary.latestCommitDate.value_or(QDateTime())),
               seconds(expectedDate(oddDates[std::size(oddDates) - 1])));
-}
 
-TEST(OddHistory, ActivityCountsEachDatedCommitOnItsAuthorsDay)
-{
-    TestRepository repository;
-    buildOddDates(repository);
     // Far enough back for every dated commit; the count of months alone must not empty the list.
-    const QList<ActivityPoint> points = GitService().loadActivity(repository.path(), 100000);
+    const QList<ActivityPoint> points = git.loadActivity(repository.path(), 100000);
     QMap<QString, int> expected;
     for (const OddDate &odd : oddDates) {
         if (odd.authorDay)
@@ -202,56 +193,39 @@ TEST(OddHistory, PathsComeOutAsNamedInFilesChangesAndFile)
     }
 }
 
-TEST(OddHistory, AuthorNamesAreMatchedLiterally)
+// Author names and file paths that look like patterns, pathspecs or options are matched as
+// written.
+TEST(OddHistory, NamesAndPathsAreMatchedLiterally)
 {
     TestRepository repository;
     const struct
     {
+        bool isAuthor;
         QString name;
         int commits;
-    } authors[] = {{QStringLiteral("dependabot[bot]"), 2},
-                   {QStringLiteral("dependabotb"), 1},
-                   {QStringLiteral("a.b+c*"), 1},
-                   {QStringLiteral("axxbbbc"), 3},
-                   {QStringLiteral("-n"), 1}};
+    } cases[] = {{true, QStringLiteral("dependabot[bot]"), 2}, {true, QStringLiteral("dependabotb"), 1},
+                 {true, QStringLiteral("a.b+c*"), 1},          {true, QStringLiteral("axxbbbc"), 3},
+                 {true, QStringLiteral("-n"), 1},              {false, QStringLiteral("[ab].txt"), 1},
+                 {false, QStringLiteral("a.txt"), 2},          {false, QStringLiteral(":x"), 1},
+                 {false, QStringLiteral(":(glob)**/*.c"), 1},  {false, QStringLiteral("lib/deep.c"), 1},
+                 {false, QStringLiteral("--output=o"), 1},     {false, QStringLiteral("*.c"), 1}};
     int serial = 0;
-    for (const auto &author : authors) {
-        for (int i = 0; i < author.commits; ++i) {
-            repository.write(QStringLiteral("f.txt"), QByteArray::number(++serial));
-            repository.commit(QStringLiteral("c%1").arg(serial), author.name,
+    for (const auto &row : cases) {
+        for (int i = 0; i < row.commits; ++i) {
+            // "./": Qt reads a name that begins with ":" as one of its resources.
+            repository.write(row.isAuthor ? QStringLiteral("f.txt") : QStringLiteral("./") + row.name,
+                             QByteArray::number(++serial));
+            repository.commit(QStringLiteral("c%1").arg(serial),
+                              row.isAuthor ? row.name : QStringLiteral("Ada Lovelace"),
                               QStringLiteral("bot%1@example.com").arg(serial));
         }
     }
-    for (const auto &author : authors) {
-        EXPECT_EQ(GitService().loadAuthorDetails(repository.path(), author.name).commits,
-                  author.commits)
-            << author.name.toStdString();
-    }
-}
-
-TEST(OddHistory, FilePathsAreLiteralNotPathspecs)
-{
-    TestRepository repository;
-    const struct
-    {
-        QString path;
-        int commits;
-    } files[] = {{QStringLiteral("[ab].txt"), 1},   {QStringLiteral("a.txt"), 2},
-                 {QStringLiteral(":x"), 1},         {QStringLiteral(":(glob)**/*.c"), 1},
-                 {QStringLiteral("lib/deep.c"), 1}, {QStringLiteral("--output=o"), 1},
-                 {QStringLiteral("*.c"), 1}};
-    int serial = 0;
-    for (const auto &file : files) {
-        for (int i = 0; i < file.commits; ++i) {
-            // "./": Qt reads a name that begins with ":" as one of its resources.
-            repository.write(QStringLiteral("./") + file.path, QByteArray::number(++serial));
-            repository.commit(QStringLiteral("c%1").arg(serial));
-        }
-    }
-    for (const auto &file : files) {
-        EXPECT_EQ(GitService().loadFileDetails(repository.path(), file.path).commitCount,
-                  file.commits)
-            << file.path.toStdString();
+    GitService git;
+    for (const auto &row : cases) {
+        EXPECT_EQ(row.isAuthor ? git.loadAuthorDetails(repository.path(), row.name).commits
+                               : git.loadFileDetails(repository.path(), row.name).commitCount,
+                  row.commits)
+            << row.name.toStdString();
     }
 }
 

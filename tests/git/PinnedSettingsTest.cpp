@@ -2,6 +2,7 @@
 // every row of the index come out the same with each setting, in the repository's configuration
 // and in the user's global one, as without it.
 #include "git/GitProcess.h"
+#include "TestFixtures.h"
 #include "TestRepository.h"
 
 #include <QDir>
@@ -9,7 +10,6 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <functional>
 #include <future>
@@ -27,53 +27,23 @@ QString runCli(const QStringList &arguments)
     return QString::fromUtf8(result.standardOutput);
 }
 
-// Every row of every table of the index in @p indexDir, as text.
+// Every row of every table of the index in @p indexDir, as text, but for the times of writing
+// (index_metadata, updated_at), which differ from run to run and are read back elsewhere.
 QStringList indexRows(const QString &indexDir)
 {
-    const QStringList hashes = QDir(indexDir).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    if (hashes.size() != 1) {
-        ADD_FAILURE() << "expected one index in " << indexDir.toStdString();
-        return {};
+    const QString path = onlyIndexFile(indexDir);
+    QStringList queries;
+    for (const QString &table : sqliteRows(
+             path, {QStringLiteral("SELECT name, (SELECT group_concat('\"' || name || '\"') FROM "
+                                   "pragma_table_info(m.name) WHERE name != 'updated_at') FROM "
+                                   "sqlite_master m WHERE type = 'table' AND name NOT LIKE "
+                                   "'sqlite_%' AND sql NOT LIKE '%VIRTUAL%' AND name != "
+                                   "'index_metadata'")})) {
+        const QString name = table.section(QLatin1Char('|'), 0, 0);
+        queries << QStringLiteral("SELECT '%1', %2 FROM \"%1\"")
+                       .arg(name, table.section(QLatin1Char('|'), 1));
     }
-    const QByteArray path = (indexDir + QLatin1Char('/') + hashes.first()
-                             + QStringLiteral("/index.sqlite"))
-                                .toUtf8();
-    sqlite3 *db = nullptr;
-    sqlite3_open_v2(path.constData(), &db, SQLITE_OPEN_READONLY, nullptr);
-    QStringList tables;
-    QStringList rows;
-    const auto query = [&](const QString &sql, const std::function<void(sqlite3_stmt *)> &row) {
-        sqlite3_stmt *statement = nullptr;
-        EXPECT_EQ(sqlite3_prepare_v2(db, sql.toUtf8().constData(), -1, &statement, nullptr),
-                  SQLITE_OK)
-            << sqlite3_errmsg(db);
-        while (statement && sqlite3_step(statement) == SQLITE_ROW)
-            row(statement);
-        sqlite3_finalize(statement);
-    };
-    const auto text = [](sqlite3_stmt *statement, int column) {
-        const auto *value = sqlite3_column_text(statement, column);
-        return value ? QString::fromUtf8(reinterpret_cast<const char *>(value))
-                     : QStringLiteral("NULL");
-    };
-    query(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
-                         "'sqlite_%' AND sql NOT LIKE '%VIRTUAL%' ORDER BY name"),
-          [&](sqlite3_stmt *statement) { tables << text(statement, 0); });
-    for (const QString &table : std::as_const(tables)) {
-        // When it was indexed differs from run to run; the rest of it is read back elsewhere.
-        if (table == QLatin1String("index_metadata"))
-            continue;
-        query(QStringLiteral("SELECT * FROM \"%1\"").arg(table), [&](sqlite3_stmt *statement) {
-            QStringList row {table};
-            for (int c = 0; c < sqlite3_column_count(statement); ++c) {
-                // When a row was written is the one value that differs from run to run.
-                if (qstrcmp(sqlite3_column_name(statement, c), "updated_at") != 0)
-                    row << text(statement, c);
-            }
-            rows << row.join(QLatin1Char('|'));
-        });
-    }
-    sqlite3_close(db);
+    QStringList rows = sqliteRows(path, queries);
     rows.sort();
     return rows;
 }
@@ -121,28 +91,8 @@ struct Fixture
         repository.commit(QStringLiteral("more notes"), QStringLiteral("A. Lovelace"));
         repository.git({QStringLiteral("tag"), QStringLiteral("-a"), QStringLiteral("-m"),
                         QStringLiteral("second"), QStringLiteral("t2")});
-        signTip();
+        signTip(repository);
         repository.write(QStringLiteral("untracked.txt"), "new\n");
-    }
-
-    void signTip() const
-    {
-        QByteArray commit = repository.git({QStringLiteral("cat-file"), QStringLiteral("commit"),
-                                            QStringLiteral("HEAD")})
-                                .toUtf8();
-        commit.insert(commit.indexOf("\n\n") + 1,
-                      "gpgsig -----BEGIN PGP SIGNATURE-----\n \n iQEz\n -----END PGP SIGNATURE-----\n");
-        ProcessOptions options;
-        options.input = commit;
-        const QByteArray signedCommit
-            = runProcess(QStringLiteral("/usr/bin/git"),
-                         {QStringLiteral("-C"), repository.path(), QStringLiteral("hash-object"),
-                          QStringLiteral("-t"), QStringLiteral("commit"), QStringLiteral("-w"),
-                          QStringLiteral("--stdin")},
-                         options)
-                  .standardOutput.trimmed();
-        repository.git(
-            {QStringLiteral("update-ref"), QStringLiteral("HEAD"), QString::fromLatin1(signedCommit)});
     }
 
     // Everything the tool prints about the repository, and the index it builds from a subfolder.
@@ -193,12 +143,7 @@ TEST(PinnedSettings, NoSettingChangesAFigure)
     }
     // A verifier that says what gpg would say about a signature.
     const QString verifier = scratch.filePath(QStringLiteral("verifier"));
-    {
-        QFile script(verifier);
-        script.open(QIODevice::WriteOnly);
-        script.write("#!/bin/sh\necho 'gpg: Good signature from \"Ada\"' >&2\n");
-        script.setPermissions(script.permissions() | QFile::ExeOwner);
-    }
+    writeScript(verifier, "echo 'gpg: Good signature from \"Ada\"' >&2\n");
     const QStringList expected = fixture.figures();
     ASSERT_FALSE(expected.isEmpty());
 

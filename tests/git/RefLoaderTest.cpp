@@ -1,8 +1,6 @@
 #include "TestRepository.h"
 #include "git/GitService.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -151,37 +149,4 @@ TEST(RefLoader, LightweightAndAnnotatedTagsNewestFirst)
                                  {"v1.0", shortHash(repository, first),
                                   utcDate("2024-01-01T10:00:00Z"), "First release | \"quoted\""}}));
     EXPECT_NE(shortHash(repository, "refs/tags/v2.0"), shortHash(repository, second));
-}
-
-TEST(RefLoader, CheckoutRunsNeitherTheRepositoryHooksNorItsFilters)
-{
-    TestRepository repository;
-    repository.write("a.txt", "one\n");
-    repository.write(".gitattributes", "*.txt filter=evil\n");
-    repository.commit("root");
-    repository.git({"branch", "other"});
-    repository.write("a.txt", "two\n");
-    repository.commit("main moves on");
-
-    QTemporaryDir trapDir;
-    const QString marker = trapDir.filePath("marker");
-    const QString trap = trapDir.filePath("trap.sh");
-    QFile script(trap);
-    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-    script.write(QStringLiteral("#!/bin/sh\ntouch '%1'\ncat\n").arg(marker).toUtf8());
-    script.close();
-    script.setPermissions(script.permissions() | QFile::ExeOwner);
-    QFile::copy(trap, repository.filePath(".git/hooks/post-checkout"));
-    repository.git({"config", "filter.evil.smudge", trap});
-    repository.git({"config", "filter.evil.clean", trap});
-
-    BranchRecord other;
-    other.name = "other";
-    GitService().checkout(other, repository.path());
-    EXPECT_EQ(repository.git({"branch", "--show-current"}).trimmed(), "other");
-    EXPECT_FALSE(QFile::exists(marker)) << "checkout started a program of the repository";
-
-    // The traps are real: git's own switch runs them.
-    repository.git({"switch", "-q", "main"});
-    EXPECT_TRUE(QFile::exists(marker));
 }

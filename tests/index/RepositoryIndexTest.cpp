@@ -122,12 +122,6 @@ TEST_F(RepositoryIndexTest, SchemaAndMetadataSurviveReopening)
     {
         RepositoryIndex index(databasePath());
         EXPECT_EQ(index.snapshot(), RepositoryIndexSnapshot {});
-        EXPECT_EQ(rows(index,
-                       "SELECT name FROM sqlite_schema WHERE type = 'table' "
-                       "AND name NOT LIKE 'commit_search_%' ORDER BY name"),
-                  QStringList({"author_aliases", "author_daily_activity", "authors", "commit_files",
-                               "commit_parents", "commit_search", "commits", "daily_activity",
-                               "file_paths", "files", "index_metadata", "refs", "tags"}));
         written = index.apply(batch({commit("c1", {}, day0, {change("a.txt", 3, 0, "A")})}, {"c1"},
                                     {ref("main", "branch", "c1")}, "fingerprint"));
         EXPECT_EQ(index.metadata("custom"), std::nullopt);
