@@ -1,4 +1,5 @@
 // The command line with odd arguments and with a git that never answers.
+#include "TestFixtures.h"
 #include "TestRepository.h"
 #include "ProcessState.h"
 #include "git/GitProcess.h"
@@ -10,7 +11,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -127,16 +127,7 @@ TEST(CliFaults, TerminationEndsAHangingGitAndWhatItStarted)
     TestRepository repository;
     QTemporaryDir folder;
     const QString script = folder.filePath(QStringLiteral("hanging-git"));
-    {
-        QFile file(script);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("#!/bin/sh\n"
-                   "sleep 300 &\n"
-                   "echo $! > \"$HANG_PIDS.child\"\n"
-                   "echo $$ > \"$HANG_PIDS\"\n"
-                   "wait\n");
-        file.setPermissions(file.permissions() | QFile::ExeOwner);
-    }
+    writeScript(script, "sleep 300 &\necho $! > \"$HANG_PIDS.child\"\necho $$ > \"$HANG_PIDS\"\nwait\n");
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
         SCOPED_TRACE(signal);
         const QString pids = folder.filePath(QStringLiteral("pids-%1").arg(signal));
@@ -176,12 +167,7 @@ TEST(CliFaults, DamagedIndexIsReportedOnceOnStandardErrorAndRebuilt)
     const QStringList index {QStringLiteral("index"), repository.path(),
                              QStringLiteral("--index-dir"), indexes.path()};
     ASSERT_EQ(cli(index).status, 0);
-    const QStringList files = QDir(indexes.path())
-                                  .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
-                                  .replaceInStrings(QRegularExpression(QStringLiteral("^")),
-                                                    indexes.path() + QLatin1Char('/'));
-    ASSERT_EQ(files.size(), 1);
-    const QString file = files[0] + QStringLiteral("/index.sqlite");
+    const QString file = onlyIndexFile(indexes.path());
     {
         QFile damaged(file);
         ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));

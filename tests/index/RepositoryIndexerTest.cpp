@@ -1,5 +1,6 @@
 #include "index/RepositoryIndexer.h"
 #include "IndexTestSupport.h"
+#include "TestFixtures.h"
 #include "TestRepository.h"
 #include "git/GitProcess.h"
 #include "git/GitService.h"
@@ -229,13 +230,8 @@ TEST(RepositoryIndexer, RefOnlyChangesRewriteRefsWithoutReadingTheLog)
     // A git that writes down every command it is asked to run.
     const QString journal = folder.filePath("commands.txt");
     const QString wrapper = folder.filePath("git-journal.sh");
-    QFile script(wrapper);
-    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-    script.write(QStringLiteral("#!/bin/sh\necho \"$*\" >> '%1'\nexec /usr/bin/git \"$@\"\n")
-                     .arg(journal)
-                     .toUtf8());
-    script.close();
-    script.setPermissions(script.permissions() | QFile::ExeOwner);
+    writeScript(wrapper,
+                QStringLiteral("echo \"$*\" >> '%1'\nexec /usr/bin/git \"$@\"\n").arg(journal).toUtf8());
     qputenv("STRATALOOM_GIT", wrapper.toUtf8());
 
     repository.git({"branch", "feature", second});
