@@ -407,8 +407,9 @@ TEST(HostileConfiguration, StatusNeedingTheRepositorysOwnFilterIsUnknownNotAnErr
         EXPECT_EQ(summary.statusUnavailableReason.has_value(), !c.known);
         EXPECT_EQ(summary.commitCount, 1);
         QStringList fired = traps.fired();
-        if (c.fires)
+        if (c.fires) {
             EXPECT_GT(fired.removeAll(QString::fromLatin1(c.fires)), 0);
+        }
         EXPECT_EQ(fired, QStringList());
         QFile::remove(QDir::homePath() + QStringLiteral("/.gitconfig"));
     }
