@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "repo ios/DerivedData/App/cache", "repo swift/.build/checkouts/dependency",
                  "repo swift/Sources/.build", "repo web/Node_Modules/kept", "repo web/src/app",
                  "repo pkg/.builds/kept", "repo ios/derivedData/kept"},
-                {"ios/derivedData/kept", "pkg/.builds/kept", "web/src/app", "web/Node_Modules/kept"}},
+                {"web/src/app", "ios/derivedData/kept", "pkg/.builds/kept", "web/Node_Modules/kept"}},
         Layout {"hidden folders are searched",
                 {"repo .config/nvim/pack/plugin", "repo .dotfiles"},
                 {".dotfiles", ".config/nvim/pack/plugin"}},
