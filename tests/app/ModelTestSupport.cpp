@@ -190,3 +190,22 @@ void SignalOrder::record()
 {
     fired << m_names.value({sender(), senderSignalIndex()});
 }
+
+std::unique_ptr<FixtureRepository> projectRepository(const QByteArray &marker)
+{
+    auto repository = std::make_unique<FixtureRepository>();
+    repository->write(QStringLiteral("src/main.cpp"), "int main() {}\n");
+    repository->write(QStringLiteral("conflict.txt"), "main " + marker + "\n");
+    repository->write(QStringLiteral("docs/old.md"), "old\n");
+    repository->commit(QStringLiteral("Add alpha feature"));
+    repository->write(QStringLiteral("src/main.cpp"), "int main() { return 0; }\n");
+    repository->commit(QStringLiteral("Fix beta bug"), QStringLiteral("Grace Hopper"),
+                       QStringLiteral("grace@example.com"));
+    repository->git({QStringLiteral("tag"), QStringLiteral("v1.0")});
+    repository->git({QStringLiteral("switch"), QStringLiteral("-q"), QStringLiteral("-c"),
+                     QStringLiteral("feature")});
+    repository->write(QStringLiteral("conflict.txt"), "feature\n");
+    repository->commit(QStringLiteral("Change conflict on feature"));
+    repository->git({QStringLiteral("switch"), QStringLiteral("-q"), QStringLiteral("main")});
+    return repository;
+}

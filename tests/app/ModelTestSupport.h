@@ -121,6 +121,11 @@ private:
     std::vector<std::unique_ptr<QAbstractItemModelTester>> m_testers;
 };
 
+/// @brief main: "Add alpha feature" (Ada: src/main.cpp, conflict.txt, docs/old.md), "Fix beta
+/// bug" (Grace: src/main.cpp), tag v1.0; branch feature: one more commit changing conflict.txt.
+/// @p marker makes two such repositories differ.
+std::unique_ptr<FixtureRepository> projectRepository(const QByteArray &marker = "a");
+
 /// @brief Lets the event loop run until every background task of @p room (the model or one of
 /// its rooms) has been handled.
 template<typename Room> bool settle(const Room &room, int timeoutMilliseconds = 120000)

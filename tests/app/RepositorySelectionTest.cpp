@@ -12,20 +12,6 @@ using namespace strataloom;
 
 namespace {
 
-/// main: "Add alpha feature" (Ada, three files), "Fix beta bug" (Grace, one file).
-std::unique_ptr<FixtureRepository> projectRepository()
-{
-    auto repository = std::make_unique<FixtureRepository>();
-    repository->write(QStringLiteral("src/main.cpp"), "int main() {}\n");
-    repository->write(QStringLiteral("conflict.txt"), "main\n");
-    repository->write(QStringLiteral("docs/old.md"), "old\n");
-    repository->commit(QStringLiteral("Add alpha feature"));
-    repository->write(QStringLiteral("src/main.cpp"), "int main() { return 0; }\n");
-    repository->commit(QStringLiteral("Fix beta bug"), QStringLiteral("Grace Hopper"),
-                       QStringLiteral("grace@example.com"));
-    return repository;
-}
-
 /// A session on the project repository and a selection over it.
 struct Room
 {

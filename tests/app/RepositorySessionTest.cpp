@@ -12,28 +12,6 @@ using namespace strataloom;
 
 namespace {
 
-/**
- * main: "Add alpha feature" (Ada), "Fix beta bug" (Grace), tag v1.0;
- * branch feature: one more commit changing conflict.txt.
- */
-std::unique_ptr<FixtureRepository> projectRepository(const QByteArray &marker = "a")
-{
-    auto repository = std::make_unique<FixtureRepository>();
-    repository->write(QStringLiteral("src/main.cpp"), "int main() {}\n");
-    repository->write(QStringLiteral("conflict.txt"), "main " + marker + "\n");
-    repository->commit(QStringLiteral("Add alpha feature"));
-    repository->write(QStringLiteral("src/main.cpp"), "int main() { return 0; }\n");
-    repository->commit(QStringLiteral("Fix beta bug"), QStringLiteral("Grace Hopper"),
-                       QStringLiteral("grace@example.com"));
-    repository->git({QStringLiteral("tag"), QStringLiteral("v1.0")});
-    repository->git({QStringLiteral("switch"), QStringLiteral("-q"), QStringLiteral("-c"),
-                     QStringLiteral("feature")});
-    repository->write(QStringLiteral("conflict.txt"), "feature\n");
-    repository->commit(QStringLiteral("Change conflict on feature"));
-    repository->git({QStringLiteral("switch"), QStringLiteral("-q"), QStringLiteral("main")});
-    return repository;
-}
-
 std::optional<BranchRecord> branchNamed(const RepositorySession &session, const QString &name)
 {
     for (const BranchRecord &branch : session.branches()) {

@@ -211,19 +211,6 @@ private:
 
 } // namespace
 
-TEST(InsightIdentity, EmptyAndTinyIndexesMatchTheQueries)
-{
-    TemporaryIndex empty;
-    expectSameAsQueries(*empty);
-
-    HistoryBuilder one;
-    one.commit(QStringLiteral("feat: one"), at("2024-01-01T00:00:00Z")).changes
-        = {change(QStringLiteral("a/b.c"))};
-    TemporaryIndex index;
-    index->apply(one.batch());
-    expectSameAsQueries(*index);
-}
-
 TEST(InsightIdentity, RandomHistoriesMatchTheQueries)
 {
     for (unsigned seed = 1; seed <= 40; ++seed) {
