@@ -1,19 +1,8 @@
 #include "app/AppViewModel.h"
 
+#include "app/PropertyAssign.h"
+
 namespace strataloom {
-
-namespace {
-
-template<typename T, typename Signal>
-void assign(AppViewModel *model, T &field, const T &value, Signal changed)
-{
-    if (field == value)
-        return;
-    field = value;
-    Q_EMIT(model->*changed)();
-}
-
-} // namespace
 
 AppViewModel::AppViewModel(RecentRepositoryStore recentStore,
                            DiscoveredRepositoryStore discoveredStore,

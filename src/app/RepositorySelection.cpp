@@ -1,6 +1,7 @@
 #include "app/RepositorySelection.h"
 
 #include "app/DesktopActions.h"
+#include "app/PropertyAssign.h"
 #include "app/RepositorySession.h"
 
 #include <QDir>
@@ -8,16 +9,6 @@
 namespace strataloom {
 
 namespace {
-
-/// @brief Writes @p value and signals only when it changes.
-template<typename T, typename Signal>
-void assign(RepositorySelection *selection, T &field, const T &value, Signal changed)
-{
-    if (field == value)
-        return;
-    field = value;
-    Q_EMIT(selection->*changed)();
-}
 
 /// @brief Writes @p value and signals even when it is unchanged: a choice is news.
 template<typename T, typename Signal>
