@@ -22,19 +22,6 @@ namespace strataloom {
 // Records as QML values, derived from their field lists (visitFields): a record is a map keyed
 // by field name (computed fields included), a list a list, an absent value null.
 
-/// @brief T has a field list.
-template<typename T>
-concept HasFields = requires(const T &value) {
-    visitFields(value, [](const char *, const auto &) {});
-};
-
-namespace detail {
-template<typename T> constexpr bool isList = false;
-template<typename T> constexpr bool isList<QList<T>> = true;
-template<typename T> constexpr bool isOptional = false;
-template<typename T> constexpr bool isOptional<std::optional<T>> = true;
-} // namespace detail
-
 template<typename T> QVariant toVariant(const T &value)
 {
     if constexpr (HasFields<T>) {
@@ -45,11 +32,11 @@ template<typename T> QVariant toVariant(const T &value)
         visitFields(value, put);
         visitComputedFields(value, put);
         return map;
-    } else if constexpr (detail::isOptional<T>) {
+    } else if constexpr (fieldtypes::isOptional<T>) {
         return value ? toVariant(*value) : QVariant();
     } else if constexpr (std::is_same_v<T, QList<QString>>) {
         return QVariant(QStringList(value));
-    } else if constexpr (detail::isList<T>) {
+    } else if constexpr (fieldtypes::isList<T>) {
         QVariantList list;
         list.reserve(value.size());
         for (const auto &item : value)
@@ -82,13 +69,13 @@ template<typename T> T fromVariant(const QVariant &value)
                 map.value(QString::fromLatin1(name)));
         });
         return record;
-    } else if constexpr (detail::isOptional<T>) {
+    } else if constexpr (fieldtypes::isOptional<T>) {
         if (!value.isValid() || value.isNull())
             return std::nullopt;
         return fromVariant<typename T::value_type>(value);
     } else if constexpr (std::is_same_v<T, QList<QString>>) {
         return value.toStringList();
-    } else if constexpr (detail::isList<T>) {
+    } else if constexpr (fieldtypes::isList<T>) {
         T list;
         for (const QVariant &item : value.toList())
             list.append(fromVariant<typename T::value_type>(item));

@@ -17,24 +17,12 @@ constexpr qint64 referenceDateMilliseconds = 978307200000;
 // About three million years: beyond this a stored number is not a date anyone wrote.
 constexpr double largestReferenceSeconds = 1e14;
 
-const QString nameKey = QStringLiteral("name");
-const QString pathKey = QStringLiteral("path");
-const QString lastOpenedKey = QStringLiteral("lastOpened");
 const QString repositoriesKey = QStringLiteral("repositories");
 const QString scannedAtKey = QStringLiteral("scannedAt");
 
 std::shared_ptr<QSettings> applicationSettings()
 {
     return std::make_shared<QSettings>(QStringLiteral("Strataloom"), QStringLiteral("Strataloom"));
-}
-
-// A string field; a missing key or another type fails the whole decode.
-std::optional<QString> stringField(const QJsonObject &object, const QString &key)
-{
-    const QJsonValue value = object.value(key);
-    if (!value.isString())
-        return std::nullopt;
-    return value.toString();
 }
 
 std::optional<QDateTime> dateField(const QJsonObject &object, const QString &key)
@@ -54,6 +42,73 @@ std::optional<QJsonDocument> parse(const QByteArray &data)
     if (error.error != QJsonParseError::NoError)
         return std::nullopt;
     return document;
+}
+
+// A record as stored: an object of its fields by name, dates as seconds since the reference
+// date. Nothing is stored when a date cannot be written.
+template<HasFields Record> std::optional<QJsonObject> storedObject(const Record &record)
+{
+    QJsonObject object;
+    bool complete = true;
+    visitFields(record, [&](const char *name, const auto &field) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(field)>, QDateTime>) {
+            const std::optional<double> seconds = referenceSeconds(field);
+            complete = complete && seconds.has_value();
+            object.insert(QLatin1String(name), seconds.value_or(0));
+        } else {
+            object.insert(QLatin1String(name), field);
+        }
+    });
+    return complete ? std::optional(object) : std::nullopt;
+}
+
+// The record back from its stored object; a missing field or one of another type fails it all.
+template<HasFields Record> std::optional<Record> storedRecord(const QJsonValue &value)
+{
+    if (!value.isObject())
+        return std::nullopt;
+    const QJsonObject object = value.toObject();
+    Record record;
+    bool complete = true;
+    visitFields(record, [&](const char *name, auto &field) {
+        const QJsonValue stored = object.value(QLatin1String(name));
+        if constexpr (std::is_same_v<std::decay_t<decltype(field)>, QDateTime>) {
+            const std::optional<QDateTime> date
+                = stored.isDouble() ? dateFromReferenceSeconds(stored.toDouble()) : std::nullopt;
+            complete = complete && date.has_value();
+            field = date.value_or(QDateTime());
+        } else {
+            complete = complete && stored.isString();
+            field = stored.toString();
+        }
+    });
+    return complete ? std::optional(record) : std::nullopt;
+}
+
+template<HasFields Record> std::optional<QJsonArray> storedArray(const QList<Record> &records)
+{
+    QJsonArray array;
+    for (const Record &record : records) {
+        const std::optional<QJsonObject> object = storedObject(record);
+        if (!object)
+            return std::nullopt;
+        array.append(*object);
+    }
+    return array;
+}
+
+template<HasFields Record> std::optional<QList<Record>> storedList(const QJsonValue &value)
+{
+    if (!value.isArray())
+        return std::nullopt;
+    QList<Record> records;
+    for (const QJsonValue &entry : value.toArray()) {
+        std::optional<Record> record = storedRecord<Record>(entry);
+        if (!record)
+            return std::nullopt;
+        records.append(std::move(*record));
+    }
+    return records;
 }
 
 } // namespace
@@ -102,15 +157,10 @@ std::optional<QDateTime> dateFromReferenceSeconds(double seconds)
 
 std::optional<QByteArray> encodeRecents(const QList<RecentRepository> &recents)
 {
-    QJsonArray array;
-    for (const RecentRepository &recent : recents) {
-        const std::optional<double> lastOpened = referenceSeconds(recent.lastOpened);
-        if (!lastOpened)
-            return std::nullopt;
-        array.append(QJsonObject {
-            {nameKey, recent.name}, {pathKey, recent.path}, {lastOpenedKey, *lastOpened}});
-    }
-    return QJsonDocument(array).toJson(QJsonDocument::Compact);
+    const std::optional<QJsonArray> array = storedArray(recents);
+    if (!array)
+        return std::nullopt;
+    return QJsonDocument(*array).toJson(QJsonDocument::Compact);
 }
 
 std::optional<QList<RecentRepository>> decodeRecents(const QByteArray &data)
@@ -118,30 +168,16 @@ std::optional<QList<RecentRepository>> decodeRecents(const QByteArray &data)
     const std::optional<QJsonDocument> document = parse(data);
     if (!document || !document->isArray())
         return std::nullopt;
-    QList<RecentRepository> recents;
-    for (const QJsonValue &value : document->array()) {
-        if (!value.isObject())
-            return std::nullopt;
-        const QJsonObject object = value.toObject();
-        const std::optional<QString> name = stringField(object, nameKey);
-        const std::optional<QString> path = stringField(object, pathKey);
-        const std::optional<QDateTime> lastOpened = dateField(object, lastOpenedKey);
-        if (!name || !path || !lastOpened)
-            return std::nullopt;
-        recents.append({*name, *path, *lastOpened});
-    }
-    return recents;
+    return storedList<RecentRepository>(document->array());
 }
 
 std::optional<QByteArray> encodeCatalog(const DiscoveredRepositoryCatalog &catalog)
 {
     const std::optional<double> scannedAt = referenceSeconds(catalog.scannedAt);
-    if (!scannedAt)
+    const std::optional<QJsonArray> repositories = storedArray(catalog.repositories);
+    if (!scannedAt || !repositories)
         return std::nullopt;
-    QJsonArray repositories;
-    for (const DiscoveredRepository &repository : catalog.repositories)
-        repositories.append(QJsonObject {{nameKey, repository.name}, {pathKey, repository.path}});
-    const QJsonObject object {{repositoriesKey, repositories}, {scannedAtKey, *scannedAt}};
+    const QJsonObject object {{repositoriesKey, *repositories}, {scannedAtKey, *scannedAt}};
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
@@ -151,23 +187,12 @@ std::optional<DiscoveredRepositoryCatalog> decodeCatalog(const QByteArray &data)
     if (!document || !document->isObject())
         return std::nullopt;
     const QJsonObject object = document->object();
-    const QJsonValue repositories = object.value(repositoriesKey);
     const std::optional<QDateTime> scannedAt = dateField(object, scannedAtKey);
-    if (!repositories.isArray() || !scannedAt)
+    std::optional<QList<DiscoveredRepository>> repositories
+        = storedList<DiscoveredRepository>(object.value(repositoriesKey));
+    if (!scannedAt || !repositories)
         return std::nullopt;
-    DiscoveredRepositoryCatalog catalog;
-    catalog.scannedAt = *scannedAt;
-    for (const QJsonValue &value : repositories.toArray()) {
-        if (!value.isObject())
-            return std::nullopt;
-        const QJsonObject entry = value.toObject();
-        const std::optional<QString> name = stringField(entry, nameKey);
-        const std::optional<QString> path = stringField(entry, pathKey);
-        if (!name || !path)
-            return std::nullopt;
-        catalog.repositories.append({*name, *path});
-    }
-    return catalog;
+    return DiscoveredRepositoryCatalog {std::move(*repositories), *scannedAt};
 }
 
 RecentRepositoryStore::RecentRepositoryStore()

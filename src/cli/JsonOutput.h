@@ -79,13 +79,6 @@ private:
 
 QByteArray quoted(const QString &text);
 
-namespace detail {
-template<typename T> constexpr bool isList = false;
-template<typename T> constexpr bool isList<QList<T>> = true;
-template<typename T> constexpr bool isOptional = false;
-template<typename T> constexpr bool isOptional<std::optional<T>> = true;
-} // namespace detail
-
 /**
  * @brief @p value as JSON: a record (anything with a field list, visitFields) as an object of
  * its fields in the record's order, a list as an array, an absent value as null, a date as an
@@ -96,15 +89,15 @@ template<typename T> constexpr bool isOptional<std::optional<T>> = true;
  */
 template<typename T> Json toJson(const T &value)
 {
-    if constexpr (requires { visitFields(value, [](const char *, const auto &) {}); }) {
+    if constexpr (HasFields<T>) {
         Json::Object object;
         visitFields(value, [&object](const char *name, const auto &field) {
             object.emplace_back(QString::fromLatin1(name), toJson(field));
         });
         return object;
-    } else if constexpr (detail::isOptional<T>) {
+    } else if constexpr (fieldtypes::isOptional<T>) {
         return value ? toJson(*value) : Json();
-    } else if constexpr (detail::isList<T>) {
+    } else if constexpr (fieldtypes::isList<T>) {
         return Json::array(value, [](const auto &item) { return toJson(item); });
     } else {
         return Json(value);

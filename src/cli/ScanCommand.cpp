@@ -48,10 +48,7 @@ int runScanCommand(const QStringList &arguments)
         return failure(QStringLiteral("%1: not a folder").arg(home));
 
     const QList<DiscoveredRepository> repositories = RepositoryScanner(home).scan();
-    const Json json = Json::array(repositories, [](const DiscoveredRepository &repository) {
-        return Json(Json::Object {{QStringLiteral("name"), repository.name},
-                                  {QStringLiteral("path"), repository.path}});
-    });
+    const Json json = toJson(repositories);
     const QByteArray text = json.serialize();
     std::fwrite(text.constData(), 1, text.size(), stdout);
     return std::fflush(stdout) == 0 ? 0 : exitFailure;

@@ -2,7 +2,10 @@
 
 #include "git/GitRecords.h"
 
+#include <QList>
+
 #include <concepts>
+#include <optional>
 #include <type_traits>
 
 namespace strataloom {
@@ -10,6 +13,21 @@ namespace strataloom {
 /// @brief R is @p Record, const or not: lets one field list serve reading and writing.
 template<typename R, typename Record>
 concept RecordOf = std::same_as<std::remove_const_t<R>, Record>;
+
+/// @brief T has a field list (visitFields, found by argument-dependent lookup).
+template<typename T>
+concept HasFields = requires(const T &value) {
+    visitFields(value, [](const char *, const auto &) {});
+};
+
+// What the converters built on the field lists (QML values, JSON, stored settings) need to know
+// about a field's type besides the record case.
+namespace fieldtypes {
+template<typename T> constexpr bool isList = false;
+template<typename T> constexpr bool isList<QList<T>> = true;
+template<typename T> constexpr bool isOptional = false;
+template<typename T> constexpr bool isOptional<std::optional<T>> = true;
+} // namespace fieldtypes
 
 // Every git record's fields by name, in the record's order: visitFields(record, visit) calls
 // visit(name, field) once per field, with a const reference for a const record and a mutable
