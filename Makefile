@@ -19,7 +19,10 @@ PACKAGES := cmake make ninja-build g++ pkg-config git python3 ccache \
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps configure build test run bench screenshots clean format
+# What `make package` needs besides the build: CPack's dependency scan and the validators.
+PACKAGE_TOOLS := dpkg-dev file desktop-file-utils appstream man-db
+
+.PHONY: all deps configure build test run bench screenshots clean format package
 
 all: build
 
@@ -72,3 +75,11 @@ format:
 
 clean:
 	rm -rf $(BUILD_DIR)
+
+# A Debian package of both executables with the desktop entry, icon, AppStream description,
+# manual pages and shell completion; then a check of what it holds. Install it with
+# `sudo apt install ./build/strataloom_*.deb`.
+package: build
+	@$(MAKE) --no-print-directory deps PACKAGES="$(PACKAGE_TOOLS)"
+	cd $(BUILD_DIR) && rm -f strataloom_*.deb && cpack -G DEB
+	packaging/check-package.sh $(BUILD_DIR)/strataloom_*.deb

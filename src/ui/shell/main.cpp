@@ -14,6 +14,9 @@
 #include <QQuickStyle>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <cstdio>
+#include <optional>
+
 Q_IMPORT_QML_PLUGIN(Strataloom_StylePlugin)
 Q_IMPORT_QML_PLUGIN(Strataloom_ScreensPlugin)
 Q_IMPORT_QML_PLUGIN(Strataloom_InsightsPlugin)
@@ -21,8 +24,59 @@ Q_IMPORT_QML_PLUGIN(StrataloomPlugin)
 
 using namespace strataloom;
 
+namespace {
+
+const char usage[] = "Usage: strataloom [REPOSITORY]\n"
+                     "\n"
+                     "Explore a Git repository: timeline, history, branches, tags, files, search,\n"
+                     "statistics and insights. REPOSITORY, a folder inside a Git repository, is\n"
+                     "opened at start.\n"
+                     "\n"
+                     "Options:\n"
+                     "  -h, --help     print this help and exit\n"
+                     "  -v, --version  print the version and exit\n"
+                     "  --             what follows is the repository, even if it begins with \"-\"\n"
+                     "\n"
+                     "Without a display, strataloom-cli prints the same figures in a terminal.\n";
+
+// The command line is read before the window's application exists, so that --help and
+// --version answer without a display. Returns the exit status when the process should end.
+std::optional<int> readCommandLine(int argc, char *argv[], QString &repository)
+{
+    bool optionsEnded = false;
+    for (int i = 1; i < argc; ++i) {
+        const QString word = QString::fromLocal8Bit(argv[i]);
+        if (!optionsEnded && (word == QLatin1String("-h") || word == QLatin1String("--help"))) {
+            std::fputs(usage, stdout);
+            return 0;
+        }
+        if (!optionsEnded && (word == QLatin1String("-v") || word == QLatin1String("--version"))) {
+            std::printf("strataloom %s\n", STRATALOOM_VERSION);
+            return 0;
+        }
+        if (!optionsEnded && word == QLatin1String("--")) {
+            optionsEnded = true;
+        } else if (!optionsEnded && word.startsWith(QLatin1Char('-'))) {
+            std::fprintf(stderr, "strataloom: unknown option %s\n%s", argv[i], usage);
+            return 2;
+        } else if (repository.isEmpty()) {
+            repository = word;
+        } else {
+            std::fprintf(stderr, "strataloom: one repository at a time\n%s", usage);
+            return 2;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
 int main(int argc, char *argv[])
 {
+    QString repository;
+    if (const std::optional<int> status = readCommandLine(argc, argv, repository))
+        return *status;
+
     // Charts draw through the widgets module, which needs a QApplication.
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Strataloom"));
@@ -51,9 +105,8 @@ int main(int argc, char *argv[])
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Strataloom/Main.qml")));
 
     // `strataloom <path>` opens that repository at start.
-    const QStringList arguments = QApplication::arguments();
-    if (arguments.size() > 1)
-        model.session()->openRepository(QFileInfo(arguments.at(1)).absoluteFilePath());
+    if (!repository.isEmpty())
+        model.session()->openRepository(QFileInfo(repository).absoluteFilePath());
 
     return QApplication::exec();
 }
