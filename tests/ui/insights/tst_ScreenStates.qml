@@ -52,8 +52,7 @@ UiTestCase {
 
         const placeholder = findOne(opened.screen, row.placeholder)
         verify(placeholder.visible && !placeholder.busy, "the reason shows, nothing is running")
-        verify(state().message !== "")
-        compare(placeholder.text, state().message)
+        verify(state().message !== "" && placeholder.text === state().message, placeholder.text)
 
         const retry = findOne(opened.screen, "retryIndex")
         if (row.tag === "statistics")

@@ -92,10 +92,8 @@ UiTestCase {
         compare(failed.visible, !!data.broken)
         if (data.broken)
             return compare(failed.message, model.errorMessage)
-        for (const name in data.fields) {
-            const item = findChild(pane, name)
-            compare(item.value !== undefined ? item.value : item.text, data.fields[name], name)
-        }
+        for (const name in data.fields)
+            compare(findChild(pane, name).value || findChild(pane, name).text, data.fields[name], name)
         verify(findChild(pane, data.list).visible)
     }
 

@@ -139,7 +139,6 @@ UiTestCase {
         let texts = []
         if (data.shown === "diffText") {
             compare(area.text, model.selection.presentedDiff)
-            verify(area.readOnly)
             area.selectAll()
             compare(area.selectedText.length, area.length)
             texts = area.text.split("\n")

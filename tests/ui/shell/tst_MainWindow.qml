@@ -84,7 +84,7 @@ UiTestCase {
         const loader = section => findOne(window, "sectionLoader_" + section)
         mouseClick(findOne(window, "section_History"))
         const history = loader(3).item
-        tryVerify(() => textsOf(history).indexOf("2 commits") >= 0, 5000, "the history lists the commits")
+        tryVerify(() => findOne(history, "historyList").count === 2, 5000, "the history lists the commits")
         mouseClick(findOne(window, "section_Tags"))
         mouseClick(findOne(window, "section_History"))
         compare(loader(3).item, history, "coming back shows the same screen")

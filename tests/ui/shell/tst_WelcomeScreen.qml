@@ -36,8 +36,7 @@ UiTestCase {
             fixtures.git(repo, ["clone", "-q", repo, home + "/projects/demo"])
         const { model, welcome, shown } = welcomeOver(home, 1)
         mouseClick(findOne(welcome, data.button))
-        compare(model.catalog.isScanningRepositories, true)
-        verify(findOne(welcome, "scanningState").visible)
+        verify(model.catalog.isScanningRepositories && findOne(welcome, "scanningState").visible, "the scan shows")
         verify(!findOne(welcome, "scanButton").enabled, "one scan at a time")
 
         tryCompare(model.catalog, "isScanningRepositories", false, 20000)

@@ -3,7 +3,7 @@ import QtTest
 import QtQuick.Window
 
 // The base of every window and screen test: finding items by object name (popups' content
-// included), the texts a user sees, fixture histories and models that have opened them.
+// included), fixture histories and models that have opened them.
 TestCase {
     id: testCase
     when: windowShown
@@ -25,20 +25,12 @@ TestCase {
         return found
     }
 
-    function findAll(root, name) {
-        return collect(root, object => object.objectName === name, [], new Set())
-    }
+    function findAll(root, name) { return collect(root, object => object.objectName === name, [], new Set()) }
 
     /// The one item named @p name under @p root, once it is there (loaders build late).
     function findOne(root, name) {
         tryVerify(() => findAll(root, name).length === 1, 5000, name + " is not there exactly once")
         return findAll(root, name)[0]
-    }
-
-    /// The non-empty texts of the visible items under @p root.
-    function textsOf(root) {
-        return collect(root, o => o.visible !== false && typeof o.text === "string" && o.text !== "",
-                       [], new Set()).map(o => o.text)
     }
 
     /// A new repository with one commit per entry: { files: { path: content or null }, message, author }.
