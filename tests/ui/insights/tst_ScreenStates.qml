@@ -1,63 +1,73 @@
 import QtQuick
 import QtTest
 import Strataloom.Insights
-import Strataloom.InsightTests
+import "../support"
 
-// What both screens do in the states around the figures: an index that cannot be built, and a
-// history with nothing to draw.
-ScreenTestCase {
+// What both screens do in the states around the figures: an index still being built, one that
+// cannot be built, and a history with nothing to draw.
+UiTestCase {
     name: "ScreenStates"
 
     Component { id: statistics; StatisticsScreen {} }
     Component { id: insights; InsightsScreen {} }
 
-    function test_failureShowsItsReasonAndRetries_data() {
+    function screens() {
         return [
             { tag: "statistics", component: statistics, placeholder: "statisticsPlaceholder",
-              flick: "statisticsFlick" },
-            { tag: "insights", component: insights, placeholder: "insightsPlaceholder", flick: "" }
+              content: "historySections", flick: "statisticsFlick", notes: 13 },
+            { tag: "insights", component: insights, placeholder: "insightsPlaceholder", content: "insightsFlick", notes: 7 }
         ]
     }
 
-    function test_failureShowsItsReasonAndRetries(row) {
+    function test_busyWhileIndexingThenTheFigures_data() { return screens() }
+
+    function test_busyWhileIndexingThenTheFigures(row) {
+        const opened = open(row.component)
+        const state = () => opened.model.analytics.analyticsIndexState
+        const content = findOne(opened.screen, row.content)
+        verify(!content.visible, "no figures without a repository")
+        // A long history keeps the index busy long enough to see the indexing state.
         const repo = fixtures.newRepository()
-        fixtures.write(repo, "a.txt", "a\n")
-        fixtures.commit(repo, "Add a")
+        fixtures.importHistory(repo, 3000)
+        opened.model.session.openRepository(repo)
+        tryVerify(() => state().isIndexing, 20000)
+        const placeholder = findOne(opened.screen, row.placeholder)
+        verify(placeholder.visible && placeholder.busy && !content.visible)
+        verify(!findOne(opened.screen, "retryIndex").visible)
+        tryVerify(() => state().isReady, 120000)
+        tryVerify(() => !placeholder.visible && content.visible)
+    }
+
+    function test_failureShowsItsReasonAndRetries_data() { return screens() }
+
+    function test_failureShowsItsReasonAndRetries(row) {
+        const repo = history([{ files: { "a.txt": "a\n" }, message: "Add a" }])
         // An index folder below a regular file cannot be created.
-        const previous = InsightTestHelper.setIndexDirectory(repo + "/a.txt/indexes")
+        const previous = fixtures.setIndexDirectory(repo + "/a.txt/indexes")
         const opened = open(row.component, repo)
-        tryVerify(() => opened.model.analytics.analyticsIndexState.isFailed, 60000)
-        InsightTestHelper.setIndexDirectory(previous)
+        const state = () => opened.model.analytics.analyticsIndexState
+        tryVerify(() => state().isFailed, 60000)
+        fixtures.setIndexDirectory(previous)
         tryCompare(opened.model.session, "isLoading", false)
 
         const placeholder = findOne(opened.screen, row.placeholder)
-        verify(placeholder.visible)
-        verify(!placeholder.busy, "nothing is running")
-        verify(opened.model.analytics.analyticsIndexState.message !== "")
-        compare(placeholder.text, opened.model.analytics.analyticsIndexState.message)
+        verify(placeholder.visible && !placeholder.busy, "the reason shows, nothing is running")
+        verify(state().message !== "" && placeholder.text === state().message, placeholder.text)
 
         const retry = findOne(opened.screen, "retryIndex")
-        verify(retry.visible)
-        if (row.flick !== "")
+        if (row.tag === "statistics")
             scrollTo(opened.screen, row.flick, retry)
         waitForRendering(opened.screen)
         mouseClick(retry)
-        tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 60000)
-        tryVerify(() => !placeholder.visible)
-        verify(!retry.visible)
+        tryVerify(() => state().isReady, 60000)
+        tryVerify(() => !placeholder.visible && !retry.visible)
     }
 
     // One note per chart or list, instead of blank space.
-    function test_emptyHistoryShowsANoteForEveryChartAndList_data() {
-        return [
-            { tag: "statistics", component: statistics, notes: 13 },
-            { tag: "insights", component: insights, notes: 7 }
-        ]
-    }
+    function test_emptyHistoryShowsANoteForEveryChartAndList_data() { return screens() }
 
     function test_emptyHistoryShowsANoteForEveryChartAndList(row) {
-        const opened = open(row.component, fixtures.newRepository())
-        tryVerify(() => opened.model.analytics.analyticsIndexState.isReady, 60000)
+        const opened = openIndexed(row.component, fixtures.newRepository())
         tryVerify(() => !!opened.model.analytics.analyticsInsights)
         waitForRendering(opened.screen)
         const notes = findAll(opened.screen, "emptyNote").filter(note => note.visible && note.text !== "")

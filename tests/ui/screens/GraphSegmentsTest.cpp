@@ -26,62 +26,38 @@ class GraphSegmentsTest : public QObject
 private Q_SLOTS:
     void linesOfTheGraph_data()
     {
-        QTest::addColumn<QString>("graph");
-        QTest::addColumn<QString>("above");
-        QTest::addColumn<QString>("below");
+        QTest::addColumn<QStringList>("lines"); // the line, the line above, the line below
         QTest::addColumn<QList<GraphSegment>>("expected");
-
-        QTest::newRow("commit on a side lane")
-            << "| * "
-            << "| * "
-            << "|/  "
-            << QList<GraphSegment> {line(0.5, 0, 0.5, 1, 0), line(2.5, 0, 2.5, 0.5, 1),
-                                    line(2.5, 0.5, 2.5, 1, 1), dot(2.5, 1)};
-        QTest::newRow("side lane joins the trunk")
-            << "|/  "
-            << "| * "
-            << "*   " << QList<GraphSegment> {line(0.5, 0, 0.5, 1, 0), line(2.5, 0, 0.5, 1, 1)};
-        QTest::newRow("merge commit")
-            << "*   "
-            << ""
-            << "|\\  " << QList<GraphSegment> {line(0.5, 0.5, 0.5, 1, 0), dot(0.5, 0)};
-        QTest::newRow("merge opens a lane")
-            << "|\\  "
-            << "*   "
-            << "| * " << QList<GraphSegment> {line(0.5, 0, 0.5, 1, 0), line(0.5, 0, 2.5, 1, 1)};
-        QTest::newRow("root commit ends at its dot")
-            << "* "
-            << "| "
-            << "" << QList<GraphSegment> {line(0.5, 0, 0.5, 0.5, 0), dot(0.5, 0)};
-        QTest::newRow("dot joined to a diagonal below")
-            << "  * "
-            << ""
-            << " /  " << QList<GraphSegment> {line(2.5, 0.5, 2.5, 1, 1), dot(2.5, 1)};
-        QTest::newRow("third lane")
-            << "| | * "
-            << ""
-            << ""
-            << QList<GraphSegment> {line(0.5, 0, 0.5, 1, 0), line(2.5, 0, 2.5, 1, 1), dot(4.5, 2)};
-        QTest::newRow("blank line draws nothing") << "    "
-                                                  << ""
-                                                  << "" << QList<GraphSegment> {};
+        using L = QList<GraphSegment>;
+        auto row = [](const char *name, const char *graph, const char *above, const char *below,
+                      const L &expected) {
+            QTest::newRow(name) << QStringList {graph, above, below} << expected;
+        };
+        row("commit on a side lane", "| * ", "| * ", "|/  ",
+            L {line(0.5, 0, 0.5, 1, 0), line(2.5, 0, 2.5, 0.5, 1), line(2.5, 0.5, 2.5, 1, 1),
+               dot(2.5, 1)});
+        row("side lane joins the trunk", "|/  ", "| * ", "*   ",
+            L {line(0.5, 0, 0.5, 1, 0), line(2.5, 0, 0.5, 1, 1)});
+        row("merge commit", "*   ", "", "|\\  ", L {line(0.5, 0.5, 0.5, 1, 0), dot(0.5, 0)});
+        row("merge opens a lane", "|\\  ", "*   ", "| * ",
+            L {line(0.5, 0, 0.5, 1, 0), line(0.5, 0, 2.5, 1, 1)});
+        row("root commit ends at its dot", "* ", "| ", "",
+            L {line(0.5, 0, 0.5, 0.5, 0), dot(0.5, 0)});
+        row("dot joined to a diagonal below", "  * ", "", " /  ",
+            L {line(2.5, 0.5, 2.5, 1, 1), dot(2.5, 1)});
+        row("third lane", "| | * ", "", "",
+            L {line(0.5, 0, 0.5, 1, 0), line(2.5, 0, 2.5, 1, 1), dot(4.5, 2)});
+        row("blank line draws nothing", "    ", "", "", L {});
+        // A dot followed by a lane further right: the lane's line must not cover the dot.
+        row("dots are drawn after every line", "* | ", "", "",
+            L {line(2.5, 0, 2.5, 1, 1), dot(0.5, 0)});
     }
 
     void linesOfTheGraph()
     {
-        QFETCH(QString, graph);
-        QFETCH(QString, above);
-        QFETCH(QString, below);
+        QFETCH(QStringList, lines);
         QFETCH(QList<GraphSegment>, expected);
-        QCOMPARE(graphSegments(graph, above, below), expected);
-    }
-
-    void dotsAreDrawnAfterEveryLine()
-    {
-        // A dot followed by a lane further right: the lane's line must not cover the dot.
-        const QList<GraphSegment> segments = graphSegments(QStringLiteral("* | "));
-        QCOMPARE(segments.size(), 2);
-        QCOMPARE(segments.last().kind, GraphSegment::Kind::Dot);
+        QCOMPARE(graphSegments(lines[0], lines[1], lines[2]), expected);
     }
 };
 

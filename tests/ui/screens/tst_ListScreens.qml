@@ -1,0 +1,188 @@
+import QtQuick
+import QtTest
+import Strataloom.Screens
+import "../support"
+
+// The screens that list a repository's records: history, timeline, branches, tags, quick search,
+// a diff.
+UiTestCase {
+    id: testCase
+    name: "ListScreens"
+
+    Component { id: historyScreen; HistoryScreen {} }
+    Component { id: branchesScreen; BranchesScreen {} }
+    Component { id: tagsScreen; TagsScreen {} }
+    Component { id: searchScreen; QuickSearchScreen {} }
+    Component { id: diffScreen; DiffScreen {} }
+    Component { id: timelineScreen; TimelineScreen {} }
+
+    function screenOf(component, model, properties) {
+        return createTemporaryObject(component, testCase, Object.assign({ appModel: model, width: 900, height: 700 }, properties))
+    }
+
+    function rowsOf(list, field) {
+        return Array.from({ length: list.count }, (_, i) => list.model.get(i)[field])
+    }
+
+    function historyScreenOf() {
+        const subjects = [["Fix crash on start", "Ada Lovelace"], ["Add parser", "Grace Hopper"],
+                          ["FIX typo in readme", "Ada Lovelace"], ["Refactor prefix handling", "Grace Hopper"],
+                          ["Write docs", "Fixie Bot"], ["Tidy build", "Grace Hopper"]]
+        const model = openModel(history(subjects.map(([message, author], i) => (
+            { files: { ["file" + i + ".txt"]: "line " + i + "\n" }, message: message, author: author }))))
+        const screen = screenOf(historyScreen, model)
+        return { model: model, screen: screen, list: findChild(screen, "historyList") }
+    }
+
+    function test_historyFilterMatchesSubjectOrAuthorWithoutCaseAndKeepsOrder_data() {
+        return [
+            // Newest first as git gives them: Fix, FIX and prefix in subjects, Fixie as an author.
+            { tag: "subject or author", filter: "fix",
+              shown: ["Write docs", "Refactor prefix handling", "FIX typo in readme", "Fix crash on start"] },
+            { tag: "author in capitals", filter: "GRACE", shown: ["Tidy build", "Refactor prefix handling", "Add parser"] },
+            { tag: "nothing matches", filter: "no such commit", shown: [] },
+        ]
+    }
+
+    function test_historyFilterMatchesSubjectOrAuthorWithoutCaseAndKeepsOrder(data) {
+        const { screen, list } = historyScreenOf()
+        compare(list.count, 6)
+        screen.filter = data.filter
+        tryCompare(list, "count", data.shown.length)
+        compare(rowsOf(list, "subject"), data.shown)
+        screen.filter = ""
+        compare(list.count, 6)
+    }
+
+    function test_historyClickSelectsAndDoubleClickOpensTheDiff() {
+        const { model, screen, list } = historyScreenOf()
+        screen.filter = "parser"
+        // The list applies model changes when it next lays out; wait for the row to be rebuilt.
+        tryVerify(() => list.count === 1 && list.height > 0 && list.itemAtIndex(0) && list.itemAtIndex(0).subject === "Add parser")
+        const row = list.itemAtIndex(0)
+        mouseClick(row)
+        tryVerify(() => model.selection.selectedCommit && model.selection.selectedCommit.subject === "Add parser")
+        tryVerify(() => row.selected)
+        mouseDoubleClickSequence(row)
+        tryCompare(model.selection, "isDiffPresented", true, 10000)
+        verify(model.selection.presentedDiff.indexOf("Add parser") >= 0)
+    }
+
+    function test_branchClickOnlyAsksToCheckOut() {
+        const repo = history([{ files: { "a.txt": "a\n" }, message: "First" }])
+        fixtures.git(repo, ["branch", "feature"])
+        const model = openModel(repo)
+        const list = findChild(screenOf(branchesScreen, model), "branchList")
+        tryVerify(() => list.count === 2 && list.height > 0 && list.itemAtIndex(1) !== null)
+        const rows = [0, 1].map(i => list.itemAtIndex(i))
+        const feature = rows.find(row => row.name === "feature")
+        verify(rows.find(row => row.name === "main").isCurrent && !feature.isCurrent)
+
+        mouseClick(feature)
+        compare(model.session.pendingCheckoutBranch.name, "feature")
+        // Asking is all a click does: nothing is switched.
+        compare(fixtures.git(repo, ["branch", "--show-current"]).trim(), "main")
+        verify(!model.session.isLoading)
+    }
+
+    function test_tagFilterMatchesNameOrSubject_data() {
+        const both = [["v1.0", "Release one"], ["v2.0", "Second release"]]
+        return [
+            { tag: "no tags", tags: [], filter: "", shown: [] },
+            { tag: "no filter", tags: both, filter: "", shown: ["v1.0", "v2.0"] },
+            { tag: "name, any case", tags: both, filter: "V1", shown: ["v1.0"] },
+            { tag: "subject, any case", tags: both, filter: "RELEASE", shown: ["v1.0", "v2.0"] },
+            { tag: "nothing matches", tags: both, filter: "nothing like it", shown: [] },
+        ]
+    }
+
+    function test_tagFilterMatchesNameOrSubject(data) {
+        const repo = history([{ files: { "a.txt": "a\n" }, message: "First" }, { files: { "b.txt": "b\n" }, message: "Second" }])
+        data.tags.forEach(([name, subject], i) => fixtures.git(repo, ["tag", "-a", name, "-m", subject, "HEAD~" + (1 - i)]))
+        const screen = screenOf(tagsScreen, openModel(repo))
+        screen.filter = data.filter
+        compare(rowsOf(findChild(screen, "tagList"), "name").sort(), data.shown)
+        compare(findChild(screen, "tagsEmpty").visible, data.shown.length === 0)
+    }
+
+    function test_typingSearchesAndResultsAppear() {
+        const model = openModel(history(["alpha one", "beta two", "alpha three", "gamma four"].map(
+            (message, i) => ({ files: { ["f" + i]: String(i) }, message: message }))))
+        const screen = screenOf(searchScreen, model)
+        const hint = findChild(screen, "searchHint")
+        verify(hint.visible)
+        findChild(screen, "searchField").forceActiveFocus()
+        for (const key of [Qt.Key_A, Qt.Key_L, Qt.Key_P])
+            keyClick(key)
+        const results = model.session.searchResults
+        tryCompare(results, "count", 2, 10000)
+        compare(model.session.searchText, "alp")
+        compare([0, 1].map(i => results.get(i).subject), ["alpha three", "alpha one"])
+        tryCompare(findChild(screen, "searchResults"), "count", 2)
+        verify(!hint.visible)
+    }
+
+    // Selectable text, or one line per row when the text is too large for a text area.
+    function test_diffShowsTheCommitsChanges_data() {
+        return [{ tag: "text", threshold: 100000, shown: "diffText" }, { tag: "lines", threshold: 10, shown: "diffLines" }]
+    }
+
+    function test_diffShowsTheCommitsChanges(data) {
+        const model = openModel(history([{ files: { "notes.txt": "first line\n" }, message: "Start notes" },
+                                         { files: { "notes.txt": "first line\nsecond line\n" }, message: "Add a second line" }]))
+        model.selection.presentDiff(model.session.commits.get(0))
+        tryCompare(model.selection, "isDiffPresented", true, 10000)
+        const screen = screenOf(diffScreen, model, { largeTextThreshold: data.threshold })
+        const area = findChild(screen, "diffText")
+        const lines = findChild(screen, "diffLines")
+        compare([area.visible, lines.visible], [data.shown === "diffText", data.shown === "diffLines"])
+        let texts = []
+        if (data.shown === "diffText") {
+            compare(area.text, model.selection.presentedDiff)
+            area.selectAll()
+            compare(area.selectedText.length, area.length)
+            texts = area.text.split("\n")
+        } else {
+            tryVerify(() => lines.height > 0 && lines.itemAtIndex(lines.count - 1) !== null)
+            compare(area.text, "")
+            compare(lines.count, model.selection.presentedDiff.split("\n").length)
+            texts = Array.from({ length: lines.count }, (_, i) => lines.itemAtIndex(i).text)
+        }
+        verify(texts.indexOf("diff --git a/notes.txt b/notes.txt") >= 0 && texts.indexOf("+second line") >= 0)
+        mouseClick(findChild(screen, "doneButton"))
+        compare(model.selection.isDiffPresented, false)
+    }
+
+    // main: Start, then Main work; feature: Feature work; then a merge of feature into main.
+    function test_timelineMergeDrawsTwoLanesThatSplitAndJoinUnderTheBranch() {
+        const repo = history([{ files: { "a.txt": "a\n" }, message: "Start" }])
+        fixtures.git(repo, ["checkout", "-q", "-b", "feature"])
+        fixtures.write(repo, "b.txt", "b\n")
+        fixtures.commit(repo, "Feature work")
+        fixtures.git(repo, ["checkout", "-q", "main"])
+        fixtures.write(repo, "c.txt", "c\n")
+        fixtures.commit(repo, "Main work")
+        fixtures.git(repo, ["merge", "-q", "--no-ff", "feature", "-m", "Merge feature"])
+        const screen = screenOf(timelineScreen, openModel(repo))
+        const list = findChild(screen, "timelineList")
+        tryVerify(() => list.count >= 6 && list.height > 0 && list.itemAtIndex(list.count - 1) !== null)
+        const rows = {}
+        for (const row of Array.from({ length: list.count }, (_, i) => list.itemAtIndex(i)))
+            rows[row.isConnector ? row.graph.trim() : row.subject] = findChild(row, "graphRow").segments
+        const has = (row, kind, x1, y1, x2, y2) => rows[row].some(s => s.kind === kind && s.x1 === x1 && s.y1 === y1
+                                                                   && s.x2 === x2 && s.y2 === y2)
+        verify(has("Merge feature", "dot", 0.5, 0.5, 0.5, 0.5) && has("Merge feature", "line", 0.5, 0.5, 0.5, 1)
+               && !has("Merge feature", "line", 0.5, 0, 0.5, 0.5), "the newest commit is joined downwards only")
+        verify(has("|\\", "line", 0.5, 0, 2.5, 1), "the merge opens a second lane")
+        verify(has("|/", "line", 2.5, 0, 0.5, 1), "the lanes join again above the first commit")
+        verify(has("Start", "dot", 0.5, 0.5, 0.5, 0.5) && !has("Start", "line", 0.5, 0.5, 0.5, 1), "the first commit ends the history")
+        // The newest commit carries the branch that points at it.
+        compare(list.itemAtIndex(0).subject, "Merge feature")
+        compare(findChild(list.itemAtIndex(0), "refBadges").refs, [{ name: "main", kind: "head" }])
+    }
+
+    function test_timelineOfAnEmptyRepositoryShowsNoHistory() {
+        const screen = screenOf(timelineScreen, openModel(fixtures.newRepository()))
+        verify(findChild(screen, "timelineEmpty").visible)
+    }
+}
