@@ -65,21 +65,6 @@ QStringList titles(const RepositoryAnalyticsInsights &insights)
 
 } // namespace
 
-TEST(InsightPresentation, PercentsRoundTiesToEvenAndKeepTheSignOfANegativeZero)
-{
-    const QLocale german(QLocale::German, QLocale::Germany);
-    const std::tuple<double, bool, QLocale, const char *> cases[] = {
-        {0.125, false, english, "12%"},     {0.135, false, english, "14%"},
-        {123.45, false, german, "12.345%"}, {42.5, true, english, "+42%"},
-        {-43.5, true, english, "-44%"},     {0.4, true, english, "+0%"},
-        {-0.4, true, english, "-0%"},
-    };
-    for (const auto &[value, withSign, locale, expected] : cases)
-        EXPECT_EQ(withSign ? signedPercent(value, locale) : percent(value, locale),
-                  QLatin1String(expected))
-            << value;
-}
-
 // Each rule at its threshold and one step beside it: which observation shows and which does not.
 TEST(InsightPresentation, ObservationsAppearFromTheirThresholdOn)
 {
