@@ -119,12 +119,9 @@ TEST_F(RepositoryIndexTest, SchemaAndMetadataSurviveReopening)
 
 TEST_F(RepositoryIndexTest, LastIndexedAtIsWrittenShortestAndReadOnlyFromAStrictNumber)
 {
-    const std::pair<double, const char *> written[] = {{1700000000.0, "1700000000.0"},
-                                                       {1700000000.25, "1700000000.25"},
-                                                       {0.1, "0.1"},
-                                                       {-12.0, "-12.0"}};
-    for (const auto &[seconds, text] : written)
-        EXPECT_EQ(RepositoryIndex::timestampText(seconds), QLatin1String(text));
+    // 1700000000.0 and .25 are written by the store tests below.
+    EXPECT_EQ(RepositoryIndex::timestampText(0.1), "0.1");
+    EXPECT_EQ(RepositoryIndex::timestampText(-12.0), "-12.0");
     for (const double seconds : {1700000000.123456, 1712345678.9876543, 0.1 + 0.2, 1e-7, 1e300})
         EXPECT_EQ(RepositoryIndex::parseTimestamp(RepositoryIndex::timestampText(seconds)),
                   seconds);

@@ -126,14 +126,12 @@ TEST(InsightPresentation, ObservationsAppearFromTheirThresholdOn)
 
 TEST(InsightPresentation, EveryRuleFiresInItsFixedOrderWithFreshIds)
 {
-    RepositoryAnalyticsInsights insights = history({.total = 8,
-                                                    .shares = {1.0},
-                                                    .conventional = 2,
-                                                    .reverts = 1,
-                                                    .trend = -31,
-                                                    .busFactor = 1,
-                                                    .wide = 5,
-                                                    .hotspots = {hotspot(12, 1)}});
+    Figures figures {.total = 8, .shares = {1.0}, .conventional = 2, .reverts = 1};
+    figures.trend = -31;
+    figures.busFactor = 1;
+    figures.wide = 5;
+    figures.hotspots = {hotspot(12, 1)};
+    RepositoryAnalyticsInsights insights = history(figures);
     insights.firstCommitAt = at(2020, 1, 1);
     insights.lastCommitAt = at(2024, 1, 1);
     EXPECT_EQ(titles(insights),
