@@ -15,38 +15,18 @@ using namespace strataloom;
 
 namespace {
 
-// Whole tables in storage order, but for the columns that hold the time of the run.
-QStringList dumpQueries()
-{
-    QStringList queries;
-    for (const char *table :
-         {"authors", "author_aliases", "commits", "commit_parents", "files", "file_paths",
-          "commit_files", "tags", "daily_activity", "author_daily_activity"})
-        queries << QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1String(table));
-    return queries << "SELECT name, kind, target_sha, is_remote FROM refs ORDER BY rowid"
-                   << "SELECT rowid, sha, subject, body, author, email FROM commit_search "
-                      "ORDER BY rowid"
-                   << "SELECT key, value FROM index_metadata WHERE key <> 'last_indexed_at' "
-                      "ORDER BY key";
-}
-
 QString git(const QString &repository, const QStringList &arguments)
 {
     const ProcessResult result = runGitProcess(repository, arguments);
-    EXPECT_EQ(result.exitStatus, 0) << arguments.join(QLatin1Char(' ')).toStdString() << ": "
-                                    << result.standardError.toStdString();
+    EXPECT_EQ(result.exitStatus, 0)
+        << arguments.join(' ').toStdString() << ": " << result.standardError.toStdString();
     return QString::fromUtf8(result.standardOutput);
-}
-
-bool isNewline(QChar c)
-{
-    const char16_t u = c.unicode();
-    return u == u'\n' || u == u'\r' || u == u'\v' || u == u'\f' || u == 0x85 || u == 0x2028
-        || u == 0x2029;
 }
 
 QString trimNewlines(QString text)
 {
+    const auto isNewline
+        = [](QChar c) { return QStringView(u"\n\r\v\f\u0085\u2028\u2029").contains(c); };
     while (!text.isEmpty() && isNewline(text.front()))
         text.remove(0, 1);
     while (!text.isEmpty() && isNewline(text.back()))
@@ -54,53 +34,40 @@ QString trimNewlines(QString text)
     return text;
 }
 
-struct Counts
-{
-    std::optional<qint64> additions;
-    std::optional<qint64> deletions;
-    bool isBinary = false;
-};
-
+// Each change of @p sha from name-status, with the line counts of numstat (two diff-tree runs).
 QList<IndexedFileChange> referenceChanges(const QString &repository, const QString &sha)
 {
     const auto diffTree = [&](const char *format) {
-        return git(repository,
-                   {"diff-tree", "--root", "-r", format, "--find-renames", "--no-commit-id", sha});
+        return nonEmptyLines(
+            git(repository,
+                {"diff-tree", "--root", "-r", format, "--find-renames", "--no-commit-id", sha}));
     };
-    const QString numstat = diffTree("--numstat");
-    const QString names = diffTree("--name-status");
-    QHash<QString, Counts> counts;
-    for (const QString &line : nonEmptyLines(numstat)) {
-        const QStringList fields = line.split(QLatin1Char('\t'));
-        if (fields.size() < 3)
-            continue;
-        Counts entry;
-        if (fields[0] == QLatin1String("-") || fields[1] == QLatin1String("-")) {
-            entry.isBinary = true;
-        } else {
-            entry.additions = fields[0].toLongLong();
-            entry.deletions = fields[1].toLongLong();
-        }
-        counts.insert(unquoteGitPath(fields.last()), entry);
+    QHash<QString, QStringList> counts;
+    for (const QString &line : diffTree("--numstat")) {
+        const QStringList fields = line.split('\t');
+        if (fields.size() >= 3)
+            counts.insert(unquoteGitPath(fields.last()), fields);
     }
     QList<IndexedFileChange> changes;
-    for (const QString &line : nonEmptyLines(names)) {
-        const QStringList fields = line.split(QLatin1Char('\t'));
+    for (const QString &line : diffTree("--name-status")) {
+        const QStringList fields = line.split('\t');
         if (fields.size() < 2)
             continue;
-        IndexedFileChange change;
-        change.status = fields[0];
-        change.path = unquoteGitPath(fields.last());
+        IndexedFileChange change {unquoteGitPath(fields.last()),
+                                  std::nullopt,
+                                  fields[0],
+                                  std::nullopt,
+                                  std::nullopt,
+                                  false};
         if (fields.size() >= 3)
             change.oldPath = unquoteGitPath(fields[1]);
         // A rename's numstat line names "old => new", which matches no path: no counts.
-        if (!change.oldPath) {
-            const auto found = counts.constFind(change.path);
-            if (found != counts.constEnd()) {
-                change.additions = found->additions;
-                change.deletions = found->deletions;
-                change.isBinary = found->isBinary;
-            }
+        const QStringList numbers = change.oldPath ? QStringList() : counts.value(change.path);
+        if (numbers.size() >= 3 && (numbers[0] == "-" || numbers[1] == "-")) {
+            change.isBinary = true;
+        } else if (numbers.size() >= 3) {
+            change.additions = numbers[0].toLongLong();
+            change.deletions = numbers[1].toLongLong();
         }
         changes.append(change);
     }
@@ -111,7 +78,7 @@ QList<IndexedFileChange> referenceChanges(const QString &repository, const QStri
 
 QString unquoteGitPath(const QString &path)
 {
-    if (path.size() < 2 || !path.startsWith(QLatin1Char('"')) || !path.endsWith(QLatin1Char('"')))
+    if (path.size() < 2 || !path.startsWith('"') || !path.endsWith('"'))
         return path;
     const QByteArray quoted = path.mid(1, path.size() - 2).toUtf8();
     QByteArray bytes;
@@ -139,19 +106,27 @@ QString unquoteGitPath(const QString &path)
 
 QMap<QString, QStringList> dumpIndex(RepositoryIndex &index)
 {
-    return index.read([](SQLiteDatabase &database) {
+    // Whole tables in storage order, but for the columns that hold the time of the run.
+    QStringList queries {"SELECT name, kind, target_sha, is_remote FROM refs ORDER BY rowid",
+                         "SELECT rowid, sha, subject, body, author, email FROM commit_search "
+                         "ORDER BY rowid",
+                         "SELECT key, value FROM index_metadata WHERE key <> 'last_indexed_at' "
+                         "ORDER BY key"};
+    for (const char *table :
+         {"authors", "author_aliases", "commits", "commit_parents", "files", "file_paths",
+          "commit_files", "tags", "daily_activity", "author_daily_activity"})
+        queries << QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1String(table));
+    return index.read([&](SQLiteDatabase &database) {
         QMap<QString, QStringList> dump;
-        for (const QString &query : dumpQueries()) {
+        for (const QString &query : queries) {
             SQLiteStatement statement = database.statement(query);
-            QStringList rows;
-            const int columns = sqlite3_column_count(statement.handle());
+            QStringList &rows = dump[query];
             while (statement.step()) {
                 QStringList row;
-                for (int c = 0; c < columns; ++c)
-                    row << statement.columnText(c).value_or(QStringLiteral("<null>"));
-                rows << row.join(QStringLiteral(" | "));
+                for (int c = 0; c < sqlite3_column_count(statement.handle()); ++c)
+                    row << statement.columnText(c).value_or("<null>");
+                rows << row.join(" | ");
             }
-            dump.insert(query, rows);
         }
         return dump;
     });
@@ -160,48 +135,33 @@ QMap<QString, QStringList> dumpIndex(RepositoryIndex &index)
 void referenceSynchronize(RepositoryIndex &index, const QString &repository)
 {
     const QChar unit(0x1f);
-    const QList<IndexedRef> refs = RepositoryIndexer::parseRefs(
-        git(repository,
-            {QStringLiteral("for-each-ref"),
-             QStringLiteral("--format=%(refname)") + unit + QStringLiteral("%(objectname)") + unit
-                 + QStringLiteral("%(*objectname)"),
-             QStringLiteral("refs/heads"), QStringLiteral("refs/remotes"),
-             QStringLiteral("refs/tags")}));
+    const QList<IndexedRef> refs = RepositoryIndexer::parseRefs(git(
+        repository,
+        {"for-each-ref", QString("--format=%(refname)%1%(objectname)%1%(*objectname)").arg(unit),
+         "refs/heads", "refs/remotes", "refs/tags"}));
     QSet<QString> reachable;
-    for (const QString &sha :
-         nonEmptyLines(git(repository, {QStringLiteral("rev-list"), QStringLiteral("--all")})))
+    for (const QString &sha : nonEmptyLines(git(repository, {"rev-list", "--all"})))
         reachable.insert(sha);
     const QSet<QString> missing = reachable - index.storedCommitHashes();
 
-    RepositoryIndexBatch batch;
-    batch.reachableSHAs = reachable;
-    batch.refs = refs;
-    batch.refFingerprint = RepositoryIndexer::fingerprint(refs);
-    batch.indexedAt = QDateTime::currentMSecsSinceEpoch() / 1000.0;
-    if (!missing.isEmpty()) {
-        const QString log = git(
-            repository,
-            {QStringLiteral("log"), QStringLiteral("--all"), QStringLiteral("--reverse"),
-             QStringLiteral(
-                 "--format=\x1e%H\x1f%P\x1f%an\x1f%ae\x1f%cn\x1f%ce\x1f%at\x1f%ct\x1f%s\x1f%B")});
-        for (const QString &piece : log.split(QChar(0x1e))) {
-            const QStringList fields = trimNewlines(piece).split(unit);
-            if (fields.size() < 10 || !missing.contains(fields[0]))
-                continue;
-            IndexedCommit commit;
-            commit.sha = fields[0];
-            commit.parents = fields[1].split(QLatin1Char(' '), Qt::SkipEmptyParts);
-            commit.authorName = fields[2];
-            commit.authorEmail = fields[3];
-            commit.committerName = fields[4];
-            commit.committerEmail = fields[5];
-            commit.authorTime = fields[6].toLongLong();
-            commit.committerTime = fields[7].toLongLong();
-            commit.subject = fields[8];
-            commit.body = fields[9];
-            commit.changes = referenceChanges(repository, commit.sha);
-            batch.commits.append(commit);
-        }
+    RepositoryIndexBatch batch {reachable,
+                                {},
+                                refs,
+                                RepositoryIndexer::fingerprint(refs),
+                                QDateTime::currentMSecsSinceEpoch() / 1000.0};
+    const QString log = missing.isEmpty()
+        ? QString()
+        : git(repository,
+              {"log", "--all", "--reverse",
+               "--format=\x1e%H\x1f%P\x1f%an\x1f%ae\x1f%cn\x1f%ce\x1f%at\x1f%ct\x1f%s\x1f%B"});
+    for (const QString &piece : log.split(QChar(0x1e))) {
+        const QStringList fields = trimNewlines(piece).split(unit);
+        if (fields.size() < 10 || !missing.contains(fields[0]))
+            continue;
+        batch.commits.append({fields[0], fields[1].split(' ', Qt::SkipEmptyParts), fields[2],
+                              fields[3], fields[4], fields[5], fields[6].toLongLong(),
+                              fields[7].toLongLong(), fields[8], fields[9],
+                              referenceChanges(repository, fields[0])});
     }
     index.apply(batch);
 }
@@ -212,8 +172,8 @@ QString firstDifference(const QMap<QString, QStringList> &left,
     for (auto it = left.cbegin(); it != left.cend(); ++it) {
         const QStringList other = right.value(it.key());
         for (qsizetype row = 0; row < std::max(it->size(), other.size()); ++row) {
-            const QString a = row < it->size() ? it->at(row) : QStringLiteral("<missing>");
-            const QString b = row < other.size() ? other.at(row) : QStringLiteral("<missing>");
+            const QString a = it->value(row, "<missing>");
+            const QString b = other.value(row, "<missing>");
             if (a != b)
                 return QStringLiteral("%1, row %2:\n  %3\n  %4").arg(it.key()).arg(row).arg(a, b);
         }

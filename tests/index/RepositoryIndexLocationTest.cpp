@@ -8,35 +8,6 @@
 
 using namespace strataloom;
 
-namespace {
-
-/// Sets an environment variable for one scope and puts the old value back.
-class ScopedEnvironment
-{
-public:
-    ScopedEnvironment(const char *name, const std::optional<QByteArray> &value)
-        : m_name(name)
-        , m_old(qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt)
-    {
-        set(value);
-    }
-    ~ScopedEnvironment() { set(m_old); }
-
-private:
-    void set(const std::optional<QByteArray> &value)
-    {
-        if (value)
-            qputenv(m_name, *value);
-        else
-            qunsetenv(m_name);
-    }
-
-    const char *m_name;
-    std::optional<QByteArray> m_old;
-};
-
-} // namespace
-
 TEST(RepositoryIndexLocation, StableHashIsSixtyFourBitFNV1aOfUTF8InLowercaseHex)
 {
     const std::pair<const char *, const char *> cases[] = {
@@ -67,23 +38,24 @@ TEST(RepositoryIndexLocation, SpellingsOfOneCommonDirectoryShareOneFile)
 TEST(RepositoryIndexLocation, BaseDirectoryComesFromEnvironmentThenUserData)
 {
     QTemporaryDir folder;
-    {
-        ScopedEnvironment index("STRATALOOM_INDEX_DIR", folder.path().toUtf8() + "/custom/");
-        EXPECT_EQ(RepositoryIndexLocation::defaultBaseDirectory(), folder.path() + "/custom");
-        EXPECT_TRUE(RepositoryIndexLocation::databasePath(QStringLiteral("/src/repo/.git"))
-                        .startsWith(folder.path() + "/custom/"));
+    const QByteArray oldData = qgetenv("XDG_DATA_HOME");
+    const QByteArray oldIndex = qgetenv("STRATALOOM_INDEX_DIR");
+    qputenv("XDG_DATA_HOME", folder.path().toUtf8() + "/data");
+    // An empty override counts as unset.
+    const std::pair<std::optional<QByteArray>, QString> cases[] = {
+        {folder.path().toUtf8() + "/custom/", folder.path() + "/custom"},
+        {std::nullopt, folder.path() + "/data/Strataloom/Indexes"},
+        {QByteArray(), folder.path() + "/data/Strataloom/Indexes"},
+    };
+    for (const auto &[override, expected] : cases) {
+        if (override)
+            qputenv("STRATALOOM_INDEX_DIR", *override);
+        else
+            qunsetenv("STRATALOOM_INDEX_DIR");
+        EXPECT_EQ(RepositoryIndexLocation::defaultBaseDirectory(), expected);
+        EXPECT_TRUE(
+            RepositoryIndexLocation::databasePath("/src/repo/.git").startsWith(expected + '/'));
     }
-    {
-        ScopedEnvironment index("STRATALOOM_INDEX_DIR", std::nullopt);
-        ScopedEnvironment data("XDG_DATA_HOME", folder.path().toUtf8() + "/data");
-        EXPECT_EQ(RepositoryIndexLocation::defaultBaseDirectory(),
-                  folder.path() + "/data/Strataloom/Indexes");
-    }
-    {
-        // An empty override counts as unset.
-        ScopedEnvironment index("STRATALOOM_INDEX_DIR", QByteArray());
-        ScopedEnvironment data("XDG_DATA_HOME", folder.path().toUtf8() + "/data");
-        EXPECT_EQ(RepositoryIndexLocation::defaultBaseDirectory(),
-                  folder.path() + "/data/Strataloom/Indexes");
-    }
+    qputenv("STRATALOOM_INDEX_DIR", oldIndex);
+    qputenv("XDG_DATA_HOME", oldData);
 }

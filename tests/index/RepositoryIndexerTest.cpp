@@ -101,6 +101,32 @@ void expectSameIndexes(IndexPair &pair)
     EXPECT_TRUE(streamed == reference);
 }
 
+// Puts a git in place that writes down every command it runs and hands over its whole output at
+// once, after it ended, so that nothing but the indexer's own checks can stop between commits.
+// Goes away with the scope.
+struct JournallingGit
+{
+    explicit JournallingGit(const QTemporaryDir &folder)
+        : journal(folder.filePath("commands.txt"))
+    {
+        const QString script = folder.filePath("git-journal.sh");
+        writeScript(script,
+                    QStringLiteral("echo \"$*\" >> '%1'\nout=$(mktemp)\n"
+                                   "/usr/bin/git \"$@\" >\"$out\"\nstatus=$?\n"
+                                   "cat \"$out\"\nrm -f \"$out\"\nexit $status\n")
+                        .arg(journal)
+                        .toUtf8());
+        qputenv("STRATALOOM_GIT", script.toUtf8());
+    }
+    ~JournallingGit() { qunsetenv("STRATALOOM_GIT"); }
+    QString commands() const
+    {
+        QFile log(journal);
+        return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
+    }
+    QString journal;
+};
+
 QString makeHistoryScript()
 {
     const QString path = QStringLiteral(STRATALOOM_SOURCE_DIR "/../shared/tools/make-history.py");
@@ -177,24 +203,23 @@ TEST(RepositoryIndexer, ParserGivesTheSameCommitsHoweverTheStreamIsCut)
 {
     TestRepository repository;
     buildAwkwardHistory(repository);
-    QStringList arguments {"log", "--all"};
-    arguments << CommitLogParser::logArguments();
-    const QByteArray output = runGitProcess(repository.path(), arguments).standardOutput;
-
+    const QByteArray output
+        = runGitProcess(repository.path(),
+                        QStringList {"log", "--all"} + CommitLogParser::logArguments())
+              .standardOutput;
     QList<IndexedCommit> whole;
-    CommitLogParser wholeParser([&](IndexedCommit &&c) { whole.append(c); });
-    wholeParser.feed(output.constData(), output.size());
-    wholeParser.finish();
-    EXPECT_EQ(whole.size(), 15);
-
-    for (qsizetype chunk : {1, 2, 7, 64}) {
-        QList<IndexedCommit> pieces;
-        CommitLogParser parser([&](IndexedCommit &&c) { pieces.append(c); });
+    for (qsizetype chunk :
+         {output.size(), qsizetype(1), qsizetype(2), qsizetype(7), qsizetype(64)}) {
+        QList<IndexedCommit> commits;
+        CommitLogParser parser([&](IndexedCommit &&c) { commits.append(c); });
         for (qsizetype at = 0; at < output.size(); at += chunk)
             parser.feed(output.constData() + at, std::min(chunk, output.size() - at));
         parser.finish();
-        EXPECT_EQ(pieces, whole) << "chunk size " << chunk;
+        if (whole.isEmpty())
+            whole = commits;
+        EXPECT_EQ(commits, whole) << "chunk size " << chunk;
     }
+    EXPECT_EQ(whole.size(), 15);
 }
 
 TEST(RepositoryIndexer, EmptyRepositoryWritesAnEmptyBatchOnceThenIsUpToDate)
@@ -203,16 +228,13 @@ TEST(RepositoryIndexer, EmptyRepositoryWritesAnEmptyBatchOnceThenIsUpToDate)
     QTemporaryDir folder;
     RepositoryIndex index(folder.filePath("index.sqlite"));
     RepositoryIndexer indexer(index);
-
     const RepositorySynchronization first = indexer.synchronize(repository.path());
     EXPECT_FALSE(first.wasUpToDate);
     EXPECT_EQ(first.importedCommits, 0);
     EXPECT_EQ(index.metadata("ref_fingerprint"), std::optional<QString>("cbf29ce484222325"));
     const auto stamp = index.metadata("last_indexed_at");
     ASSERT_TRUE(stamp.has_value());
-
-    const RepositorySynchronization second = indexer.synchronize(repository.path());
-    EXPECT_TRUE(second.wasUpToDate);
+    EXPECT_TRUE(indexer.synchronize(repository.path()).wasUpToDate);
     EXPECT_EQ(index.metadata("last_indexed_at"), stamp); // nothing written
 }
 
@@ -227,48 +249,20 @@ TEST(RepositoryIndexer, RefOnlyChangesRewriteRefsWithoutReadingTheLog)
     indexer.synchronize(repository.path());
     const auto oldFingerprint = index.metadata("ref_fingerprint");
 
-    // A git that writes down every command it is asked to run.
-    const QString journal = folder.filePath("commands.txt");
-    const QString wrapper = folder.filePath("git-journal.sh");
-    writeScript(wrapper,
-                QStringLiteral("echo \"$*\" >> '%1'\nexec /usr/bin/git \"$@\"\n").arg(journal).toUtf8());
-    qputenv("STRATALOOM_GIT", wrapper.toUtf8());
-
     repository.git({"branch", "feature", second});
+    const JournallingGit git(folder);
     const RepositorySynchronization result = indexer.synchronize(repository.path());
-    qunsetenv("STRATALOOM_GIT");
-
     EXPECT_FALSE(result.wasUpToDate);
     EXPECT_EQ(result.importedCommits, 0);
     EXPECT_EQ(result.snapshot.refs, 2);
     EXPECT_NE(index.metadata("ref_fingerprint"), oldFingerprint);
-    QFile log(journal);
-    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
-    const QString commands = QString::fromUtf8(log.readAll());
-    EXPECT_TRUE(commands.contains("for-each-ref"));
-    EXPECT_FALSE(commands.contains(" log ")) << commands.toStdString();
+    EXPECT_TRUE(git.commands().contains("for-each-ref"));
+    EXPECT_FALSE(git.commands().contains(" log ")) << git.commands().toStdString();
 }
 
-TEST(RepositoryIndexer, ForcePushedAwayCommitsStayStoredButUnreachable)
-{
-    TestRepository repository;
-    for (const char *subject : {"one", "two", "three"})
-        repository.commit(subject);
-    QTemporaryDir folder;
-    RepositoryIndex index(folder.filePath("index.sqlite"));
-    RepositoryIndexer indexer(index);
-    EXPECT_EQ(indexer.synchronize(repository.path()).snapshot.commits, 3);
-
-    repository.git({"reset", "-q", "--hard", "HEAD~2"});
-    repository.git({"reflog", "expire", "--expire=all", "--all"});
-    const RepositorySynchronization result = indexer.synchronize(repository.path());
-    EXPECT_EQ(result.importedCommits, 0);
-    EXPECT_EQ(result.snapshot.commits, 1);
-    EXPECT_EQ(index.count("commits"), 3);
-    EXPECT_EQ(index.count("commits", "is_reachable = 0"), 2);
-}
-
-TEST(RepositoryIndexer, CancellationWritesNothingAndTheNextRunCompletes)
+// Cancellation asked for while the first commit is reported: no further commit is reported,
+// though git's whole output is already there, and nothing is written.
+TEST(RepositoryIndexer, CancellationStopsAtTheNextCommitWritesNothingAndTheNextRunCompletes)
 {
     TestRepository repository;
     buildAwkwardHistory(repository);
@@ -276,22 +270,20 @@ TEST(RepositoryIndexer, CancellationWritesNothingAndTheNextRunCompletes)
     RepositoryIndex index(folder.filePath("index.sqlite"));
     RepositoryIndexer indexer(index);
 
+    QList<qint64> reported;
     SynchronizationOptions options;
-    qint64 seen = 0;
-    qint64 announcedTotal = 0;
-    options.progress = [&](qint64 imported, qint64 total) {
-        seen = imported;
-        announcedTotal = total;
-    };
-    options.isCancelled = [&] { return seen >= 5; };
-    EXPECT_THROW(indexer.synchronize(repository.path(), options), SynchronizationCancelled);
-    EXPECT_EQ(announcedTotal, 15);
+    options.progress = [&](qint64 imported, qint64 total) { reported << imported << total; };
+    options.isCancelled = [&] { return !reported.isEmpty(); };
+    {
+        const JournallingGit git(folder);
+        EXPECT_THROW(indexer.synchronize(repository.path(), options), SynchronizationCancelled);
+    }
+    EXPECT_EQ(reported, QList<qint64>({1, 15}));
     EXPECT_EQ(index.count("commits"), 0);
     EXPECT_EQ(index.count("refs"), 0);
     EXPECT_FALSE(index.metadata("ref_fingerprint").has_value());
 
-    const RepositorySynchronization completed = indexer.synchronize(repository.path());
-    EXPECT_EQ(completed.importedCommits, 15);
+    EXPECT_EQ(indexer.synchronize(repository.path()).importedCommits, 15);
     RepositoryIndex fresh(folder.filePath("fresh/index.sqlite"));
     RepositoryIndexer(fresh).synchronize(repository.path());
     EXPECT_EQ(firstDifference(dumpIndex(fresh), dumpIndex(index)), QString());
@@ -300,39 +292,29 @@ TEST(RepositoryIndexer, CancellationWritesNothingAndTheNextRunCompletes)
 TEST(RepositoryIndexer, GitFailureLeavesTheIndexAsItWas)
 {
     QTemporaryDir outside;
-    QTemporaryDir folder;
-    RepositoryIndex index(folder.filePath("index.sqlite"));
-    try {
-        RepositoryIndexer(index).synchronize(outside.path());
-        FAIL() << "a folder outside any repository was indexed";
-    } catch (const GitError &error) {
-        EXPECT_TRUE(error.description().startsWith("fatal: not a git repository"));
-    }
+    RepositoryIndex index(outside.filePath("index/index.sqlite"));
+    EXPECT_TRUE(gitErrorOf([&] {
+                    RepositoryIndexer(index).synchronize(outside.path());
+                }).startsWith("fatal: not a git repository"));
     EXPECT_EQ(index.snapshot(), RepositoryIndexSnapshot {});
 }
 
 TEST(RepositoryIndexer, RefsAndFingerprintFollowTheIndexRules)
 {
-    const QString output = QStringLiteral("refs/heads/main\x1f"
-                                          "aaa\x1f\n"
-                                          "refs/remotes/origin/HEAD\x1f"
-                                          "aaa\x1f\n"
-                                          "refs/tags/v1\x1ftagobj\x1f"
-                                          "ccc\n"
-                                          "refs/tags/light\x1f"
-                                          "bbb\x1f\n"
-                                          "malformed line\n");
-    const QList<IndexedRef> refs = RepositoryIndexer::parseRefs(output);
+    const QList<IndexedRef> refs
+        = RepositoryIndexer::parseRefs("refs/heads/main\x1f"
+                                       "aaa\x1f\nrefs/remotes/origin/HEAD\x1f"
+                                       "aaa\x1f\n"
+                                       "refs/tags/v1\x1ftagobj\x1f"
+                                       "ccc\nrefs/tags/light\x1f"
+                                       "bbb\x1f\nmalformed line\n");
     EXPECT_EQ(refs,
               (QList<IndexedRef> {{"main", "branch", "aaa", false, std::nullopt},
                                   {"origin/HEAD", "branch", "aaa", true, std::nullopt},
                                   {"v1", "tag", "ccc", false, "tagobj"},
                                   {"light", "tag", "bbb", false, std::nullopt}}));
-
     // Sorted by name before hashing: the order git lists refs in does not matter.
-    QList<IndexedRef> shuffled {refs.value(3), refs.value(0), refs.value(2), refs.value(1)};
-    EXPECT_EQ(RepositoryIndexer::fingerprint(shuffled), RepositoryIndexer::fingerprint(refs));
-    EXPECT_EQ(RepositoryIndexer::fingerprint(refs),
+    EXPECT_EQ(RepositoryIndexer::fingerprint({refs[3], refs[0], refs[2], refs[1]}),
               RepositoryIndexLocation::stableHash(
                   "tag:light:bbb\nbranch:main:aaa\nbranch:origin/HEAD:aaa\ntag:v1:ccc"));
     EXPECT_EQ(RepositoryIndexer::fingerprint({}), "cbf29ce484222325");

@@ -1,57 +1,33 @@
 #pragma once
 
-#include "insights/InsightRecords.h"
+#include "TestRepository.h"
 #include "index/RepositoryIndex.h"
+#include "insights/InsightRecords.h"
 
 #include <QDateTime>
 #include <QTemporaryDir>
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <ostream>
-
-// Lets GoogleTest print texts in failure messages.
-inline void PrintTo(const QString &text, std::ostream *out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
-
 namespace strataloom {
 
-inline void PrintTo(const IndexedCoChangeInsight &pair, std::ostream *out)
-{
-    *out << pair.firstPath.toStdString() << " + " << pair.secondPath.toStdString() << ": "
-         << pair.commits;
-}
-
-inline void PrintTo(const IndexedNamedCount &count, std::ostream *out)
-{
-    *out << count.name.toStdString() << ": " << count.count;
-}
-
-/// @brief Seconds since 1970 of an ISO-8601 UTC text ("2024-03-01T09:20:30Z").
+// Seconds since 1970 of an ISO-8601 UTC text ("2024-03-01T09:20:30Z"), and that instant.
 inline qint64 at(const char *iso)
 {
     return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODate).toSecsSinceEpoch();
 }
-
 inline QDateTime utc(const char *iso)
 {
     return QDateTime::fromSecsSinceEpoch(at(iso), Qt::UTC);
 }
 
-/// @brief A modification of @p path with line counts, or any other status.
+// A modification of @p path with line counts, or any other status.
 inline IndexedFileChange change(const QString &path, qint64 additions = 1, qint64 deletions = 0,
                                 const QString &status = QStringLiteral("M"))
 {
     return {path, std::nullopt, status, additions, deletions, false};
 }
 
-/**
- * @brief Builds the commits and refs of a synthetic history as the indexer would hand them to
- * RepositoryIndex::apply: each commit's parent is the one added before it.
- */
+// The commits and refs of a synthetic history as the indexer would hand them to
+// RepositoryIndex::apply: each commit's parent is the one added before it.
 class HistoryBuilder
 {
 public:
@@ -60,21 +36,18 @@ public:
                           const QString &email = QStringLiteral("ada@example.com"))
     {
         IndexedCommit commit;
-        commit.sha = QStringLiteral("%1").arg(m_commits.size() + 1, 40, 16, QLatin1Char('0'));
+        commit.sha = QStringLiteral("%1").arg(m_commits.size() + 1, 40, 16, QChar(u'0'));
         if (!m_commits.isEmpty())
             commit.parents = {m_commits.last().sha};
-        commit.authorName = author;
-        commit.authorEmail = email;
-        commit.committerName = author;
-        commit.committerEmail = email;
-        commit.authorTime = authorTime;
-        commit.committerTime = authorTime;
+        commit.authorName = commit.committerName = author;
+        commit.authorEmail = commit.committerEmail = email;
+        commit.authorTime = commit.committerTime = authorTime;
         commit.subject = subject;
         m_commits.append(commit);
         return m_commits.last();
     }
 
-    /// @brief A commit that touches @p count files "<prefix>0" ... at one line each.
+    // A commit that touches @p count files "<prefix>0" ... at one line each.
     IndexedCommit &commitTouching(int count, const QString &prefix, qint64 authorTime)
     {
         IndexedCommit &added = commit(QStringLiteral("touch %1 files").arg(count), authorTime);
@@ -94,16 +67,12 @@ public:
 
     QList<IndexedCommit> &commits() { return m_commits; }
 
-    /// @brief Every commit added, all reachable, and the refs.
+    // Every commit added, all reachable, and the refs.
     RepositoryIndexBatch batch() const
     {
-        RepositoryIndexBatch batch;
+        RepositoryIndexBatch batch {{}, m_commits, m_refs, QStringLiteral("fingerprint"), 1.7e9};
         for (const IndexedCommit &commit : m_commits)
             batch.reachableSHAs.insert(commit.sha);
-        batch.commits = m_commits;
-        batch.refs = m_refs;
-        batch.refFingerprint = QStringLiteral("fingerprint");
-        batch.indexedAt = 1700000000;
         return batch;
     }
 
@@ -112,20 +81,14 @@ private:
     QList<IndexedRef> m_refs;
 };
 
-/// @brief An index in a temporary folder that lives as long as the test.
-class TemporaryIndex
+// An index in a temporary folder that lives as long as the test.
+struct TemporaryIndex
 {
-public:
-    TemporaryIndex()
-        : m_index(std::make_unique<RepositoryIndex>(m_dir.filePath(QStringLiteral("index.sqlite"))))
-    { }
+    QTemporaryDir dir;
+    RepositoryIndex index {dir.filePath(QStringLiteral("index.sqlite"))};
 
-    RepositoryIndex &operator*() { return *m_index; }
-    RepositoryIndex *operator->() { return m_index.get(); }
-
-private:
-    QTemporaryDir m_dir;
-    std::unique_ptr<RepositoryIndex> m_index;
+    RepositoryIndex &operator*() { return index; }
+    RepositoryIndex *operator->() { return &index; }
 };
 
 } // namespace strataloom

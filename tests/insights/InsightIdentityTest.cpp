@@ -66,55 +66,37 @@ void expectSameUpToTies(const QList<T> &fast, const QList<T> &reference, const Q
 void expectSameAsQueries(RepositoryIndex &index)
 {
     index.read([](SQLiteDatabase &database) {
-        const RepositoryAnalyticsInsights fast = insights(database);
-        const RepositoryAnalyticsInsights reference = reference::referenceInsights(database);
+        RepositoryAnalyticsInsights fast = insights(database);
+        RepositoryAnalyticsInsights reference = reference::referenceInsights(database);
         const RepositoryAnalyticsInsights unlimited = reference::referenceInsights(database, true);
-
-        expectSameUpToTies(
-            fast.topAuthors, reference.topAuthors, unlimited.topAuthors,
-            [](const IndexedAuthorInsight &a) {
-                return std::make_pair(a.commits, foldASCII(a.name));
-            },
-            "topAuthors");
+        // Compares one list up to ties, then empties it in both for the comparison as a whole.
+        const auto upToTies = [&](auto member, auto key, const char *what) {
+            expectSameUpToTies(fast.*member, reference.*member, unlimited.*member, key, what);
+            fast.*member = {};
+            reference.*member = {};
+        };
+        using I = RepositoryAnalyticsInsights;
         const auto rank = [](const auto &row) {
             return std::make_pair(row.changes, row.additions + row.deletions);
         };
-        expectSameUpToTies(fast.hotspots, reference.hotspots, unlimited.hotspots, rank, "hotspots");
-        expectSameUpToTies(fast.directories, reference.directories, unlimited.directories, rank,
-                           "directories");
-        expectSameUpToTies(
-            fast.largestCommits, reference.largestCommits, unlimited.largestCommits,
-            [](const IndexedCommitSizeInsight &c) { return c.additions + c.deletions; },
+        const auto byName = [](const auto &row) { return foldASCII(row.name); };
+        upToTies(
+            &I::topAuthors, [&](const auto &a) { return std::pair(a.commits, byName(a)); },
+            "topAuthors");
+        upToTies(&I::hotspots, rank, "hotspots");
+        upToTies(&I::directories, rank, "directories");
+        upToTies(
+            &I::largestCommits, [](const auto &c) { return c.additions + c.deletions; },
             "largestCommits");
-        expectSameUpToTies(
-            fast.branches, reference.branches, unlimited.branches,
-            [](const IndexedBranchInsight &b) {
-                return std::make_pair(b.isRemote, foldASCII(b.name));
-            },
+        upToTies(
+            &I::branches, [&](const auto &b) { return std::pair(b.isRemote, byName(b)); },
             "branches");
-        expectSameUpToTies(
-            fast.tags, reference.tags, unlimited.tags,
-            [](const IndexedTagInsight &t) {
-                return std::make_pair(t.commitAt, foldASCII(t.name));
-            },
-            "tags");
-        expectSameUpToTies(
-            fast.emailDomains, reference.emailDomains, unlimited.emailDomains,
-            [](const IndexedNamedCount &d) { return d.count; }, "emailDomains");
-
+        upToTies(
+            &I::tags, [&](const auto &t) { return std::pair(t.commitAt, byName(t)); }, "tags");
+        upToTies(
+            &I::emailDomains, [](const auto &d) { return d.count; }, "emailDomains");
         // Everything else, totals and fully ordered lists alike, is equal as a whole.
-        const auto withoutTiedLists = [](RepositoryAnalyticsInsights value) {
-            value.topAuthors = {};
-            value.hotspots = {};
-            value.directories = {};
-            value.largestCommits = {};
-            value.branches = {};
-            value.tags = {};
-            value.emailDomains = {};
-            return value;
-        };
-        EXPECT_EQ(withoutTiedLists(fast), withoutTiedLists(reference));
-        EXPECT_EQ(fast.coChanges, reference.coChanges);
+        EXPECT_EQ(fast, reference);
         EXPECT_EQ(loadCoChanges(database), reference::coChanges(database));
     });
 }

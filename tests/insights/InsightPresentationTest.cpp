@@ -1,3 +1,6 @@
+// What decides the insights screen's content: which observation shows from which threshold on,
+// in which order, how the risk signals scale and cap, and which milestones come in which order.
+// The wording, icons and colours are left to the screen's own review.
 #include "insights/InsightPresentation.h"
 
 #include <gtest/gtest.h>
@@ -18,21 +21,16 @@ QDateTime at(int year, int month, int day)
 
 IndexedFileInsight hotspot(qint64 changes, qint64 authors, qint64 additions = 0)
 {
-    IndexedFileInsight result;
-    result.path = QStringLiteral("file") + QString::number(changes);
-    result.changes = changes;
-    result.authors = authors;
-    result.additions = additions;
-    return result;
+    return {QStringLiteral("file"), changes, authors, additions, 0, std::nullopt, std::nullopt};
 }
 
-/// The figures a case sets; by default nothing is remarkable: every message conventional, no
-/// reverts, a flat trend, a bus factor of two.
+// The figures a case sets; by default nothing is remarkable: every message conventional, no
+// reverts, a flat trend, a bus factor of two.
 struct Figures
 {
     qint64 total = 0;
-    QList<double> shares {}; ///< of the top authors, largest first
-    qint64 conventional = -1; ///< -1: all
+    QList<double> shares {}; // of the top authors, largest first
+    qint64 conventional = -1; // -1: all
     qint64 reverts = 0;
     double trend = 0;
     qint64 busFactor = 2;
@@ -45,12 +43,8 @@ RepositoryAnalyticsInsights history(const Figures &figures)
 {
     RepositoryAnalyticsInsights insights;
     insights.totalCommits = figures.total;
-    for (double share : figures.shares) {
-        IndexedAuthorInsight author;
-        author.name = QStringLiteral("Author ") + QString::number(insights.topAuthors.size());
-        author.commitShare = share;
-        insights.topAuthors.append(author);
-    }
+    for (double share : figures.shares)
+        insights.topAuthors.append({QStringLiteral("A"), 1, 0, 0, share, {}, {}});
     insights.conventionalCommits = figures.conventional < 0 ? figures.total : figures.conventional;
     insights.revertCommits = figures.reverts;
     insights.activityTrendPercent = figures.trend;
@@ -61,150 +55,91 @@ RepositoryAnalyticsInsights history(const Figures &figures)
     return insights;
 }
 
-QStringList titles(const QList<InsightObservation> &observations)
+QStringList titles(const RepositoryAnalyticsInsights &insights)
 {
     QStringList result;
-    for (const InsightObservation &observation : observations)
+    for (const InsightObservation &observation : insightObservations(insights, english))
         result.append(observation.title);
     return result;
 }
 
 } // namespace
 
-TEST(InsightPresentation, PercentsRoundTiesToEvenAndFollowTheLocale)
-{
-    const QLocale german(QLocale::German, QLocale::Germany);
-    const QLocale swedish(QLocale::Swedish, QLocale::Sweden);
-    const QLocale arabic(QLocale::Arabic, QLocale::Egypt);
-    struct Case
-    {
-        double value;
-        bool withSign;
-        QLocale locale;
-        QString expected;
-    };
-    const Case cases[] = {
-        {0.125, false, english, QStringLiteral("12%")},
-        {0.135, false, english, QStringLiteral("14%")},
-        {0.653, false, english, QStringLiteral("65%")},
-        {123.45, false, english, QStringLiteral("12,345%")},
-        {123.45, false, german, QStringLiteral("12.345%")},
-        {0.65, false, arabic, QString::fromUtf16(u"\u0666\u0665") + arabic.percent()},
-        {42.5, true, english, QStringLiteral("+42%")},
-        {43.5, true, english, QStringLiteral("+44%")},
-        {-42.5, true, english, QStringLiteral("-42%")},
-        {-43.5, true, english, QStringLiteral("-44%")},
-        {0.4, true, english, QStringLiteral("+0%")},
-        // A negative value keeps its minus even when it rounds to zero.
-        {-0.4, true, english, QStringLiteral("-0%")},
-        {-35.2, true, swedish, QString::fromUtf16(u"\u221235%")},
-    };
-    for (const Case &c : cases) {
-        const QString shown
-            = c.withSign ? signedPercent(c.value, c.locale) : percent(c.value, c.locale);
-        EXPECT_EQ(shown, c.expected) << c.value << " in " << c.locale.name().toStdString();
-    }
-}
-
-// Each observation rule below, at and above its threshold: which observation shows and which
-// does not.
+// Each rule at its threshold and one step beside it: which observation shows and which does not.
 TEST(InsightPresentation, ObservationsAppearFromTheirThresholdOn)
 {
-    const QString concentrated = QStringLiteral("Concentrated ownership");
-    const QString distributed = QStringLiteral("Distributed contribution");
-    const QString structured = QStringLiteral("Structured history");
-    const QString mixed = QStringLiteral("Mixed commit vocabulary");
-    const QString elevated = QStringLiteral("Elevated revert signal");
-    const QString low = QStringLiteral("Low revert signal");
-    const QString growth = QStringLiteral("Development acceleration");
-    const QString slowdown = QStringLiteral("Activity slowdown");
-    const QString busFactor = QStringLiteral("Bus factor warning");
-    const QString broad = QStringLiteral("Broad change sets");
-    struct Case
+    const struct
     {
         const char *name;
         Figures figures;
-        QString shown;
-        QString hidden;
-    };
-    const Case cases[] = {
-        {"ownership below", {.total = 20, .shares = {0.6499, 0.3501}}, distributed, concentrated},
-        {"ownership at", {.total = 20, .shares = {0.65, 0.35}}, concentrated, distributed},
-        {"ownership above", {.total = 20, .shares = {0.9, 0.1}}, concentrated, distributed},
-        {"one owner below", {.total = 10, .shares = {0.6}}, {}, distributed},
+        const char *shown;
+        const char *hidden;
+    } cases[] = {
+        {"ownership below",
+         {.total = 20, .shares = {0.6499, 0.3501}},
+         "Distributed contribution",
+         "Concentrated ownership"},
+        {"ownership at",
+         {.total = 20, .shares = {0.65, 0.35}},
+         "Concentrated ownership",
+         "Distributed contribution"},
+        {"one owner below", {.total = 10, .shares = {0.6}}, "", "Distributed contribution"},
         // One commit has no bus factor to warn about.
-        {"one commit", {.total = 1, .shares = {1.0}, .busFactor = 1}, concentrated, busFactor},
-        {"conventional below", {.total = 8, .conventional = 3}, mixed, structured},
-        {"conventional at", {.total = 8, .conventional = 4}, structured, mixed},
-        {"conventional above", {.total = 8, .conventional = 5}, structured, mixed},
+        {"one commit",
+         {.total = 1, .shares = {1.0}, .busFactor = 1},
+         "Concentrated ownership",
+         "Bus factor warning"},
+        {"conventional below",
+         {.total = 8, .conventional = 3},
+         "Mixed commit vocabulary",
+         "Structured history"},
+        {"conventional at",
+         {.total = 8, .conventional = 4},
+         "Structured history",
+         "Mixed commit vocabulary"},
         // 7.9% is below the threshold although it is shown rounded to 8%.
-        {"reverts below", {.total = 1000, .reverts = 79}, low, elevated},
-        {"reverts at", {.total = 100, .reverts = 8}, elevated, low},
-        {"reverts above", {.total = 100, .reverts = 9}, elevated, low},
-        {"growth below", {.total = 10, .trend = 29.9}, {}, growth},
-        {"growth at", {.total = 10, .trend = 30}, growth, slowdown},
-        {"growth above", {.total = 10, .trend = 31}, growth, slowdown},
-        {"decline below", {.total = 10, .trend = -29.9}, {}, slowdown},
-        {"decline at", {.total = 10, .trend = -30}, slowdown, growth},
-        {"decline above", {.total = 10, .trend = -31}, slowdown, growth},
-        {"bus factor two", {.total = 10}, {}, busFactor},
-        {"bus factor one", {.total = 2, .busFactor = 1}, busFactor, {}},
-        {"wide below", {.total = 100, .wide = 9}, {}, broad},
-        {"wide at", {.total = 100, .wide = 10}, broad, {}},
-        {"wide above", {.total = 100, .wide = 11}, broad, {}},
-        {"no commits", {}, mixed, broad},
+        {"reverts below",
+         {.total = 1000, .reverts = 79},
+         "Low revert signal",
+         "Elevated revert signal"},
+        {"reverts at", {.total = 100, .reverts = 8}, "Elevated revert signal", "Low revert signal"},
+        {"growth below", {.total = 10, .trend = 29.9}, "", "Development acceleration"},
+        {"growth at", {.total = 10, .trend = 30}, "Development acceleration", "Activity slowdown"},
+        {"decline below", {.total = 10, .trend = -29.9}, "", "Activity slowdown"},
+        {"decline at",
+         {.total = 10, .trend = -30},
+         "Activity slowdown",
+         "Development acceleration"},
+        {"bus factor two", {.total = 10}, "", "Bus factor warning"},
+        {"bus factor one", {.total = 2, .busFactor = 1}, "Bus factor warning", ""},
+        {"wide below", {.total = 100, .wide = 9}, "", "Broad change sets"},
+        {"wide at", {.total = 100, .wide = 10}, "Broad change sets", ""},
+        {"no commits", {}, "Mixed commit vocabulary", "Low revert signal"},
     };
-    for (const Case &c : cases) {
-        const QStringList shown = titles(insightObservations(history(c.figures), english));
-        const std::string context = c.name + std::string(": ") + shown.join(", ").toStdString();
-        EXPECT_TRUE(c.shown.isEmpty() || shown.contains(c.shown)) << context;
-        EXPECT_TRUE(c.hidden.isEmpty() || !shown.contains(c.hidden)) << context;
+    for (const auto &c : cases) {
+        const QStringList shown = titles(history(c.figures));
+        SCOPED_TRACE(c.name + std::string(": ") + shown.join(", ").toStdString());
+        EXPECT_TRUE(!*c.shown || shown.contains(QLatin1String(c.shown)));
+        EXPECT_TRUE(!*c.hidden || !shown.contains(QLatin1String(c.hidden)));
     }
 }
 
-TEST(InsightPresentation, EveryRuleFiresInItsFixedOrderWithItsFigures)
+TEST(InsightPresentation, EveryRuleFiresInItsFixedOrderWithFreshIds)
 {
-    const QLocale arabic(QLocale::Arabic, QLocale::Egypt);
-    Figures figures {.total = 8,
-                     .shares = {1.0},
-                     .conventional = 2,
-                     .reverts = 1,
-                     .trend = -1234.4,
-                     .busFactor = 1,
-                     .wide = 5,
-                     .hotspots = {hotspot(1234, 1)}};
-    QStringList order;
-    QHash<QString, QString> details;
-    for (const InsightObservation &observation : insightObservations(history(figures), arabic)) {
-        order.append(observation.title);
-        details.insert(observation.title, observation.detail);
-    }
-
-    EXPECT_EQ(
-        order,
-        QStringList({QStringLiteral("Concentrated ownership"),
-                     QStringLiteral("Mixed commit vocabulary"), QStringLiteral("Primary hotspot"),
-                     QStringLiteral("Elevated revert signal"), QStringLiteral("Activity slowdown"),
-                     QStringLiteral("Bus factor warning"), QStringLiteral("Broad change sets")}));
-    // Shares follow the locale's digits and signs; the hotspot's counts stay plain decimal.
-    EXPECT_TRUE(details.value(order.at(0))
-                    .contains(QString::fromUtf16(u"\u0661\u0660\u0660") + arabic.percent()));
-    EXPECT_TRUE(details.value(order.at(1))
-                    .contains(QString::fromUtf16(u"\u0662\u0665") + arabic.percent()));
-    EXPECT_TRUE(details.value(order.at(4)).contains(arabic.toString(qint64(-1234)) + u'%'));
-    EXPECT_TRUE(details.value(order.at(2)).endsWith(QStringLiteral(" 1234 commits by 1 author.")));
-    figures.hotspots = {hotspot(1234, 2)};
-    EXPECT_TRUE(insightObservations(history(figures), english)
-                    .at(2)
-                    .detail.endsWith(QStringLiteral(" 1234 commits by 2 authors.")));
-}
-
-TEST(InsightPresentation, IdsAreFreshForEveryComputation)
-{
-    RepositoryAnalyticsInsights insights = history({.total = 10, .shares = {1.0}});
+    Figures figures {.total = 8, .shares = {1.0}, .conventional = 2, .reverts = 1};
+    figures.trend = -31;
+    figures.busFactor = 1;
+    figures.wide = 5;
+    figures.hotspots = {hotspot(12, 1)};
+    RepositoryAnalyticsInsights insights = history(figures);
     insights.firstCommitAt = at(2020, 1, 1);
     insights.lastCommitAt = at(2024, 1, 1);
+    EXPECT_EQ(titles(insights),
+              QStringList({"Concentrated ownership", "Mixed commit vocabulary", "Primary hotspot",
+                           "Elevated revert signal", "Activity slowdown", "Bus factor warning",
+                           "Broad change sets"}));
 
+    // List items are told apart by id: never null, never the same twice, not even across runs.
     QList<QUuid> ids;
     for (int run = 0; run < 2; ++run) {
         for (const InsightObservation &observation : insightObservations(insights, english))
@@ -212,7 +147,7 @@ TEST(InsightPresentation, IdsAreFreshForEveryComputation)
         for (const InsightMilestone &milestone : milestoneEntries(insights))
             ids.append(milestone.id);
     }
-    EXPECT_GE(ids.size(), 8);
+    EXPECT_EQ(ids.size(), 18);
     EXPECT_EQ(QSet<QUuid>(ids.begin(), ids.end()).size(), ids.size());
     EXPECT_FALSE(ids.contains(QUuid()));
 }
@@ -220,34 +155,28 @@ TEST(InsightPresentation, IdsAreFreshForEveryComputation)
 TEST(InsightPresentation, AnEmptyHistoryShowsOnlyTheVocabularyAndTheMessageSignal)
 {
     const RepositoryAnalyticsInsights empty;
-
-    EXPECT_EQ(titles(insightObservations(empty, english)),
-              QStringList {QStringLiteral("Mixed commit vocabulary")});
-    const QList<InsightRiskSignal> signals = calculatedRiskSignals(empty);
-    ASSERT_EQ(signals.size(), 6);
-    for (const InsightRiskSignal &signal : signals) {
-        const double expected = signal.name == QStringLiteral("Message inconsistency") ? 100 : 0;
-        EXPECT_DOUBLE_EQ(signal.value, expected) << signal.name.toStdString();
-    }
+    EXPECT_EQ(titles(empty), QStringList {"Mixed commit vocabulary"});
+    QList<double> values;
+    for (const InsightRiskSignal &signal : calculatedRiskSignals(empty))
+        values.append(signal.value);
+    EXPECT_EQ(values, QList<double>({0, 0, 0, 0, 100, 0}));
     EXPECT_TRUE(milestoneEntries(empty).isEmpty());
 }
 
 // Each signal rises in proportion to its threshold and is capped at 100. The figures of 100
-// commits are in percent of the history.
+// commits are in percent of the history; signals are in their fixed order.
 TEST(InsightPresentation, RiskSignalsScaleToTheirThresholdsAndCap)
 {
-    struct Case
+    const struct
     {
-        qsizetype signal; ///< position in the fixed order
+        qsizetype signal;
         Figures figures;
         double expected;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {0, {.shares = {0.6}}, 80},
         {0, {.shares = {0.9}}, 100},
         {1, {.reverts = 5}, 50},
         {1, {.reverts = 10}, 100},
-        {1, {.reverts = 40}, 100},
         {2, {.wide = 3}, 20},
         {2, {.wide = 30}, 100},
         // The most authors of any hotspot, not of the first.
@@ -260,22 +189,12 @@ TEST(InsightPresentation, RiskSignalsScaleToTheirThresholdsAndCap)
         // Without any lines the total counts as one, so the score stays finite.
         {5, {.hotspots = {hotspot(3, 1)}}, 0},
     };
-    const QStringList order {QStringLiteral("Ownership"),
-                             QStringLiteral("Reverts"),
-                             QStringLiteral("Wide commits"),
-                             QStringLiteral("Multi-owner hotspot"),
-                             QStringLiteral("Message inconsistency"),
-                             QStringLiteral("Hotspot churn")};
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         Figures figures = c.figures;
         figures.total = 100;
         const QList<InsightRiskSignal> signals = calculatedRiskSignals(history(figures));
-        QStringList names;
-        for (const InsightRiskSignal &signal : signals)
-            names.append(signal.name);
-        ASSERT_EQ(names, order);
-        EXPECT_NEAR(signals.at(c.signal).value, c.expected, 1e-9)
-            << order.at(c.signal).toStdString();
+        ASSERT_EQ(signals.size(), 6);
+        EXPECT_NEAR(signals.at(c.signal).value, c.expected, 1e-9) << "row " << &c - cases;
     }
 }
 
@@ -284,28 +203,15 @@ TEST(InsightPresentation, MilestonesFollowStartPeakNewestTagsLatestWithoutSortin
     RepositoryAnalyticsInsights insights;
     insights.firstCommitAt = at(2020, 1, 1);
     insights.lastCommitAt = at(2024, 6, 30);
-    insights.peakDay
-        = IndexedActivityInsight {QStringLiteral("2023-03-04"), at(2023, 3, 4), 1234, 2000, 1400};
-    insights.tags = {{QStringLiteral("v1"), at(2020, 6, 1)},
-                     {QStringLiteral("v2"), at(2021, 1, 1)},
-                     {QStringLiteral("v3"), std::nullopt},
-                     {QStringLiteral("v4"), at(2022, 1, 1)}};
-
-    QStringList shown;
+    insights.peakDay = IndexedActivityInsight {"2023-03-04", at(2023, 3, 4), 1234, 2000, 1400};
+    insights.tags = {{"v1", at(2020, 6, 1)},
+                     {"v2", at(2021, 1, 1)},
+                     {"v3", std::nullopt},
+                     {"v4", at(2022, 1, 1)}};
     QList<std::optional<QDateTime>> dates;
-    for (const InsightMilestone &milestone : milestoneEntries(insights)) {
-        shown.append(milestone.title);
+    for (const InsightMilestone &milestone : milestoneEntries(insights))
         dates.append(milestone.date);
-        if (milestone.date == insights.peakDay->date) {
-            EXPECT_TRUE(milestone.detail.startsWith(QStringLiteral("1234 commits")));
-            EXPECT_TRUE(milestone.detail.contains(QStringLiteral("3400 lines")));
-        }
-    }
-    // The peak day comes second although it is later than every tag.
-    EXPECT_EQ(shown,
-              QStringList({QStringLiteral("Project started"), QStringLiteral("Peak activity"),
-                           QStringLiteral("v2"), QStringLiteral("v3"), QStringLiteral("v4"),
-                           QStringLiteral("Latest activity")}));
+    // The peak day comes second although it is later than every tag; v1 is not among the newest.
     EXPECT_EQ(dates,
               QList<std::optional<QDateTime>>({at(2020, 1, 1), at(2023, 3, 4), at(2021, 1, 1),
                                                std::nullopt, at(2022, 1, 1), at(2024, 6, 30)}));

@@ -2,10 +2,10 @@
 // computes the same values from one read of each table; tests and the benchmark compare the two.
 #include "ReferenceInsights.h"
 
-#include "insights/InsightAggregates.h"
 #include "index/RepositoryIndex.h"
 #include "index/SQLite.h"
 #include "insights/Classifiers.h"
+#include "insights/InsightAggregates.h"
 #include "insights/RepositoryInsights.h"
 
 #include <QHash>
@@ -20,30 +20,23 @@ namespace {
 
 bool limitsOff = false;
 
-std::optional<QDateTime> dateFromSeconds(qint64 seconds)
+// One row of a statement, read column by column from the left (braced lists keep that order).
+struct Row
 {
-    if (seconds < 1)
-        return std::nullopt;
-    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
-}
+    const SQLiteStatement &statement;
+    int column = 0;
 
-// One row of a statement, read column by column from the left.
-class Row
-{
-public:
-    explicit Row(const SQLiteStatement &statement)
-        : m_statement(statement)
-    { }
-    qint64 number() { return m_statement.columnInt64(m_column++); }
+    qint64 number() { return statement.columnInt64(column++); }
     QString text(const QString &fallback = {})
     {
-        return m_statement.columnText(m_column++).value_or(fallback);
+        return statement.columnText(column++).value_or(fallback);
     }
-    std::optional<QDateTime> date() { return dateFromSeconds(number()); }
-
-private:
-    const SQLiteStatement &m_statement;
-    int m_column = 0;
+    std::optional<QDateTime> date()
+    {
+        const qint64 seconds = number();
+        return seconds < 1 ? std::nullopt
+                           : std::optional(QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC));
+    }
 };
 
 // Every row of the query as written, or without its LIMIT clause to see every row that ties at
@@ -55,7 +48,7 @@ template<typename Make> auto query(SQLiteDatabase &database, QString sql, Make m
     SQLiteStatement statement = database.statement(sql);
     QList<decltype(make(std::declval<Row &>()))> rows;
     while (statement.step()) {
-        Row row(statement);
+        Row row {statement};
         rows.append(make(row));
     }
     return rows;
@@ -89,154 +82,54 @@ QList<IndexedNamedCount> sortedCounts(const QHash<QString, qint64> &counts, qsiz
     return QList<IndexedNamedCount>(entries.begin(), end);
 }
 
-void loadSummary(SQLiteDatabase &database, RepositoryAnalyticsInsights &result)
-{
-    const auto rows = query(database, QStringLiteral(R"(
-SELECT COUNT(*), COALESCE(SUM(is_merge), 0),
-       COALESCE(SUM(CASE WHEN lower(subject) LIKE 'revert%' THEN 1 ELSE 0 END), 0),
-       MIN(author_time), MAX(author_time),
-       COALESCE(SUM(length(subject)), 0),
-       COALESCE(SUM(CASE WHEN length(trim(subject)) < 10 THEN 1 ELSE 0 END), 0),
-       COALESCE(SUM(CASE WHEN NOT EXISTS (
-           SELECT 1 FROM commit_files cf WHERE cf.commit_id = commits.id
-       ) THEN 1 ELSE 0 END), 0),
-       COALESCE(SUM(CASE WHEN (
-           SELECT COUNT(*) FROM commit_files cf WHERE cf.commit_id = commits.id
-       ) >= 10 THEN 1 ELSE 0 END), 0)
-FROM commits WHERE is_reachable = 1)"),
-                            [&](Row &row) {
-                                result.totalCommits = row.number();
-                                result.mergeCommits = row.number();
-                                result.revertCommits = row.number();
-                                result.firstCommitAt = row.date();
-                                result.lastCommitAt = row.date();
-                                const qint64 length = row.number();
-                                if (result.totalCommits > 0)
-                                    result.averageSubjectLength
-                                        = double(length) / double(result.totalCommits);
-                                result.shortMessages = row.number();
-                                result.commitsWithoutChanges = row.number();
-                                result.wideCommits = row.number();
-                                return 0;
-                            });
-    if (rows.isEmpty())
-        throw SQLiteError::step(QStringLiteral("Missing insights summary"));
-}
-
-void loadLineTotals(SQLiteDatabase &database, RepositoryAnalyticsInsights &result)
+void loadSummary(SQLiteDatabase &database, RepositoryAnalyticsInsights &r)
 {
     query(database, QStringLiteral(R"(
-SELECT COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
-       COALESCE(SUM(CASE WHEN cf.status LIKE 'A%' THEN 1 ELSE 0 END), 0),
-       COALESCE(SUM(CASE WHEN cf.status LIKE 'D%' THEN 1 ELSE 0 END), 0),
-       COALESCE(SUM(CASE WHEN cf.status LIKE 'R%' THEN 1 ELSE 0 END), 0),
-       COUNT(DISTINCT CASE WHEN cf.is_binary = 1 THEN cf.file_id END)
-FROM commit_files cf JOIN commits c ON c.id = cf.commit_id
-WHERE c.is_reachable = 1)"),
+SELECT COUNT(*), COALESCE(SUM(is_merge), 0),
+  COALESCE(SUM(CASE WHEN lower(subject) LIKE 'revert%' THEN 1 ELSE 0 END), 0),
+  MIN(author_time), MAX(author_time), COALESCE(SUM(length(subject)), 0),
+  COALESCE(SUM(CASE WHEN length(trim(subject)) < 10 THEN 1 ELSE 0 END), 0),
+  COALESCE(SUM(CASE WHEN NOT EXISTS (
+    SELECT 1 FROM commit_files cf WHERE cf.commit_id = commits.id) THEN 1 ELSE 0 END), 0),
+  COALESCE(SUM(CASE WHEN (
+    SELECT COUNT(*) FROM commit_files cf WHERE cf.commit_id = commits.id) >= 10 THEN 1 ELSE 0 END), 0)
+FROM commits WHERE is_reachable = 1)"),
           [&](Row &row) {
-              for (qint64 *field :
-                   {&result.additions, &result.deletions, &result.filesAdded, &result.filesDeleted,
-                    &result.filesRenamed, &result.binaryFiles})
+              r.totalCommits = row.number();
+              r.mergeCommits = row.number();
+              r.revertCommits = row.number();
+              r.firstCommitAt = row.date();
+              r.lastCommitAt = row.date();
+              const qint64 length = row.number();
+              if (r.totalCommits > 0)
+                  r.averageSubjectLength = double(length) / double(r.totalCommits);
+              r.shortMessages = row.number();
+              r.commitsWithoutChanges = row.number();
+              r.wideCommits = row.number();
+              return 0;
+          });
+    query(database, QStringLiteral(R"(
+SELECT COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
+  COALESCE(SUM(CASE WHEN cf.status LIKE 'A%' THEN 1 ELSE 0 END), 0),
+  COALESCE(SUM(CASE WHEN cf.status LIKE 'D%' THEN 1 ELSE 0 END), 0),
+  COALESCE(SUM(CASE WHEN cf.status LIKE 'R%' THEN 1 ELSE 0 END), 0),
+  COUNT(DISTINCT CASE WHEN cf.is_binary = 1 THEN cf.file_id END)
+FROM commit_files cf JOIN commits c ON c.id = cf.commit_id WHERE c.is_reachable = 1)"),
+          [&](Row &row) {
+              for (qint64 *field : {&r.additions, &r.deletions, &r.filesAdded, &r.filesDeleted,
+                                    &r.filesRenamed, &r.binaryFiles})
                   *field = row.number();
               return 0;
           });
-}
-
-QList<IndexedAuthorInsight> loadAuthors(SQLiteDatabase &database, qint64 totalCommits)
-{
-    return query(database, QStringLiteral(R"(
-SELECT a.canonical_name, COUNT(DISTINCT c.id),
-       COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
-       MIN(c.author_time), MAX(c.author_time)
-FROM authors a
-JOIN author_aliases aa ON aa.author_id = a.id
-JOIN commits c ON c.author_alias_id = aa.id AND c.is_reachable = 1
-LEFT JOIN commit_files cf ON cf.commit_id = c.id
-GROUP BY a.id, a.canonical_name
-ORDER BY COUNT(DISTINCT c.id) DESC, a.canonical_name COLLATE NOCASE)"),
-                 [&](Row &row) {
-                     IndexedAuthorInsight author {row.text(QStringLiteral("Unknown")),
-                                                  row.number(),
-                                                  row.number(),
-                                                  row.number(),
-                                                  0.0,
-                                                  row.date(),
-                                                  row.date()};
-                     if (totalCommits > 0)
-                         author.commitShare = double(author.commits) / double(totalCommits);
-                     return author;
-                 });
-}
-
-QList<IndexedFileInsight> loadHotspots(SQLiteDatabase &database)
-{
-    return query(database, QStringLiteral(R"(
-SELECT f.current_path, COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id),
-       COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
-       MIN(c.author_time), MAX(c.author_time)
-FROM files f
-JOIN commit_files cf ON cf.file_id = f.id
-JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
-LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
-GROUP BY f.id, f.current_path
-ORDER BY COUNT(DISTINCT c.id) DESC,
-         COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
-LIMIT 15)"),
-                 [](Row &row) {
-                     return IndexedFileInsight {row.text(QStringLiteral("Unknown")),
-                                                row.number(),
-                                                row.number(),
-                                                row.number(),
-                                                row.number(),
-                                                row.date(),
-                                                row.date()};
-                 });
-}
-
-qint64 loadLongestGapDays(SQLiteDatabase &database)
-{
-    const QList<qint64> times
-        = query(database,
-                QStringLiteral(
-                    "SELECT author_time FROM commits WHERE is_reachable = 1 ORDER BY author_time"),
-                [](Row &row) { return row.number(); });
-    qint64 longest = 0;
-    for (qsizetype i = 1; i < times.size(); ++i)
-        longest = std::max(longest, (times[i] - times[i - 1]) / 86400);
-    return longest;
-}
-
-QList<IndexedDirectoryInsight> loadDirectories(SQLiteDatabase &database)
-{
-    return query(database, QStringLiteral(R"(
-SELECT CASE WHEN instr(f.current_path, '/') > 0
-            THEN substr(f.current_path, 1, instr(f.current_path, '/') - 1)
-            ELSE '(root)' END AS directory,
-       COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id),
-       COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
-FROM commit_files cf
-JOIN files f ON f.id = cf.file_id
-JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
-LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
-GROUP BY directory
-ORDER BY COUNT(DISTINCT c.id) DESC,
-         COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
-LIMIT 20)"),
-                 [](Row &row) {
-                     return IndexedDirectoryInsight {row.text(QStringLiteral("(root)")),
-                                                     row.number(), row.number(), row.number(),
-                                                     row.number()};
-                 });
 }
 
 QList<IndexedTechnologyInsight> loadTechnologies(SQLiteDatabase &database)
 {
     QHash<QString, IndexedTechnologyInsight> totals;
     query(database, QStringLiteral(R"(
-SELECT f.current_path, COUNT(DISTINCT c.id),
-       COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
-FROM files f
-JOIN commit_files cf ON cf.file_id = f.id
+SELECT f.current_path, COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0),
+  COALESCE(SUM(cf.deletions), 0)
+FROM files f JOIN commit_files cf ON cf.file_id = f.id
 JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
 GROUP BY f.id, f.current_path)"),
           [&](Row &row) {
@@ -258,106 +151,42 @@ GROUP BY f.id, f.current_path)"),
     return technologies;
 }
 
-QList<IndexedCommitSizeInsight> loadLargestCommits(SQLiteDatabase &database)
-{
-    return query(database, QStringLiteral(R"(
-SELECT c.sha, c.subject, a.canonical_name, c.author_time,
-       COUNT(cf.file_id), COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
-FROM commits c
-LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
-LEFT JOIN authors a ON a.id = aa.author_id
-LEFT JOIN commit_files cf ON cf.commit_id = c.id
-WHERE c.is_reachable = 1
-GROUP BY c.id
-ORDER BY COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
-LIMIT 12)"),
-                 [](Row &row) {
-                     return IndexedCommitSizeInsight {
-                         row.text(),  row.text(),   row.text(QStringLiteral("Unknown")),
-                         row.date(),  row.number(), row.number(),
-                         row.number()};
-                 });
-}
-
-QList<IndexedBranchInsight> loadBranches(SQLiteDatabase &database)
-{
-    return query(database, QStringLiteral(R"(
-SELECT r.name, r.is_remote, c.author_time
-FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
-WHERE r.kind = 'branch'
-ORDER BY r.is_remote, r.name COLLATE NOCASE)"),
-                 [](Row &row) {
-                     return IndexedBranchInsight {row.text(QStringLiteral("Unknown")),
-                                                  row.number() == 1, row.date()};
-                 });
-}
-
-QList<IndexedTagInsight> loadTags(SQLiteDatabase &database)
-{
-    return query(database, QStringLiteral(R"(
-SELECT r.name, c.author_time
-FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
-WHERE r.kind = 'tag'
-ORDER BY c.author_time, r.name COLLATE NOCASE)"),
-                 [](Row &row) {
-                     return IndexedTagInsight {row.text(QStringLiteral("Unknown")), row.date()};
-                 });
-}
-
-QList<IndexedNamedCount> loadEmailDomains(SQLiteDatabase &database)
-{
-    return query(database, QStringLiteral(R"(
-SELECT lower(substr(aa.email, instr(aa.email, '@') + 1)), COUNT(DISTINCT c.id)
-FROM author_aliases aa JOIN commits c ON c.author_alias_id = aa.id
-WHERE c.is_reachable = 1 AND instr(aa.email, '@') > 0
-GROUP BY lower(substr(aa.email, instr(aa.email, '@') + 1))
-ORDER BY COUNT(DISTINCT c.id) DESC
-LIMIT 12)"),
-                 [](Row &row) {
-                     return IndexedNamedCount {row.text(QStringLiteral("unknown")), row.number()};
-                 });
-}
-
 // Reachable commits and lines per period, oldest first, active periods only; @p grouping is
 // the strftime format of the period key.
 QList<IndexedActivityInsight> loadActivity(SQLiteDatabase &database, const QString &grouping)
 {
     return query(database,
-                 QStringLiteral("SELECT strftime('") + grouping
-                     + QStringLiteral(R"(', c.author_time, 'unixepoch') AS period,
-       COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
-FROM commits c LEFT JOIN commit_files cf ON cf.commit_id = c.id
-WHERE c.is_reachable = 1
-GROUP BY period
-ORDER BY period)"),
+                 QStringLiteral("SELECT strftime('%1'").arg(grouping) + QStringLiteral(R"(,
+  c.author_time, 'unixepoch') AS period, COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0),
+  COALESCE(SUM(cf.deletions), 0)
+FROM commits c LEFT JOIN commit_files cf ON cf.commit_id = c.id WHERE c.is_reachable = 1
+GROUP BY period ORDER BY period)"),
                  [](Row &row) {
                      const QString label = row.text(QStringLiteral("Unknown"));
-                     const qint64 commits = row.number();
-                     const qint64 additions = row.number();
-                     return IndexedActivityInsight {label, periodDate(label), commits, additions,
-                                                    row.number()};
+                     return IndexedActivityInsight {label, periodDate(label), row.number(),
+                                                    row.number(), row.number()};
                  });
 }
 
 // Percentage change in distinct authors from before the middle of the span to from it on.
-double contributorTrend(SQLiteDatabase &database, const std::optional<QDateTime> &firstCommitAt,
-                        const std::optional<QDateTime> &lastCommitAt)
+double contributorTrend(SQLiteDatabase &database, const RepositoryAnalyticsInsights &r)
 {
-    if (!firstCommitAt || !lastCommitAt || *lastCommitAt <= *firstCommitAt)
+    if (!r.firstCommitAt || !r.lastCommitAt || *r.lastCommitAt <= *r.firstCommitAt)
         return 0;
     const auto middle = qint64(
-        (double(firstCommitAt->toSecsSinceEpoch()) + double(lastCommitAt->toSecsSinceEpoch())) / 2);
-    SQLiteStatement statement = database.statement(QStringLiteral(R"(
-SELECT COUNT(DISTINCT CASE WHEN c.author_time < ? THEN aa.author_id END),
-       COUNT(DISTINCT CASE WHEN c.author_time >= ? THEN aa.author_id END)
+        (double(r.firstCommitAt->toSecsSinceEpoch()) + double(r.lastCommitAt->toSecsSinceEpoch()))
+        / 2);
+    const auto counts = query(database,
+                              QStringLiteral(R"(
+SELECT COUNT(DISTINCT CASE WHEN c.author_time < %1 THEN aa.author_id END),
+  COUNT(DISTINCT CASE WHEN c.author_time >= %1 THEN aa.author_id END)
 FROM commits c JOIN author_aliases aa ON aa.id = c.author_alias_id
-WHERE c.is_reachable = 1)"));
-    statement.bind(middle, 1);
-    statement.bind(middle, 2);
-    if (!statement.step())
-        return 0;
-    const qint64 before = statement.columnInt64(0);
-    const qint64 after = statement.columnInt64(1);
+WHERE c.is_reachable = 1)")
+                                  .arg(middle),
+                              [](Row &row) {
+                                  return std::pair<qint64, qint64> {row.number(), row.number()};
+                              });
+    const auto [before, after] = counts.value(0);
     if (before < 1)
         return after >= 1 ? 100 : 0;
     return double(after - before) / double(before) * 100;
@@ -369,14 +198,11 @@ QList<IndexedCoChangeInsight> coChanges(SQLiteDatabase &database)
 {
     return query(database, QStringLiteral(R"(
 SELECT f1.current_path, f2.current_path, COUNT(*)
-FROM commit_files a
-JOIN commit_files b ON b.commit_id = a.commit_id AND b.file_id > a.file_id
+FROM commit_files a JOIN commit_files b ON b.commit_id = a.commit_id AND b.file_id > a.file_id
 JOIN commits c ON c.id = a.commit_id AND c.is_reachable = 1
-JOIN files f1 ON f1.id = a.file_id
-JOIN files f2 ON f2.id = b.file_id
+JOIN files f1 ON f1.id = a.file_id JOIN files f2 ON f2.id = b.file_id
 WHERE (SELECT COUNT(*) FROM commit_files size WHERE size.commit_id = a.commit_id) <= 50
-GROUP BY a.file_id, b.file_id
-HAVING COUNT(*) >= 2
+GROUP BY a.file_id, b.file_id HAVING COUNT(*) >= 2
 ORDER BY COUNT(*) DESC, f1.current_path, f2.current_path
 LIMIT 15)"),
                  [](Row &row) {
@@ -391,11 +217,41 @@ RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool wit
     limitsOff = withoutLimits;
     const std::unique_ptr<bool, void (*)(bool *)> restore(&limitsOff,
                                                           [](bool *flag) { *flag = false; });
+    const QString unknown = QStringLiteral("Unknown");
     RepositoryAnalyticsInsights result;
     loadSummary(database, result);
-    loadLineTotals(database, result);
-    result.topAuthors = loadAuthors(database, result.totalCommits);
-    result.hotspots = loadHotspots(database);
+    result.topAuthors
+        = query(database, QStringLiteral(R"(
+SELECT a.canonical_name, COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0),
+  COALESCE(SUM(cf.deletions), 0), MIN(c.author_time), MAX(c.author_time)
+FROM authors a JOIN author_aliases aa ON aa.author_id = a.id
+JOIN commits c ON c.author_alias_id = aa.id AND c.is_reachable = 1
+LEFT JOIN commit_files cf ON cf.commit_id = c.id
+GROUP BY a.id, a.canonical_name
+ORDER BY COUNT(DISTINCT c.id) DESC, a.canonical_name COLLATE NOCASE)"),
+                [&](Row &row) {
+                    IndexedAuthorInsight author {row.text(unknown), row.number(), row.number(),
+                                                 row.number(),      0.0,          row.date(),
+                                                 row.date()};
+                    if (result.totalCommits > 0)
+                        author.commitShare = double(author.commits) / double(result.totalCommits);
+                    return author;
+                });
+    result.hotspots = query(database, QStringLiteral(R"(
+SELECT f.current_path, COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id),
+  COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
+  MIN(c.author_time), MAX(c.author_time)
+FROM files f JOIN commit_files cf ON cf.file_id = f.id
+JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
+LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
+GROUP BY f.id, f.current_path
+ORDER BY COUNT(DISTINCT c.id) DESC, COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
+LIMIT 15)"),
+                            [&](Row &row) {
+                                return IndexedFileInsight {
+                                    row.text(unknown), row.number(), row.number(), row.number(),
+                                    row.number(),      row.date(),   row.date()};
+                            });
 
     QHash<QString, qint64> typeCounts;
     QHash<QString, qint64> wordCounts;
@@ -421,7 +277,13 @@ RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool wit
         if (!result.peakDay || day.commits > result.peakDay->commits)
             result.peakDay = day;
     }
-    result.longestGapDays = loadLongestGapDays(database);
+    const QList<qint64> times
+        = query(database,
+                QStringLiteral(
+                    "SELECT author_time FROM commits WHERE is_reachable = 1 ORDER BY author_time"),
+                [](Row &row) { return row.number(); });
+    for (qsizetype i = 1; i < times.size(); ++i)
+        result.longestGapDays = std::max(result.longestGapDays, (times[i] - times[i - 1]) / 86400);
 
     qint64 covered = 0;
     for (const IndexedAuthorInsight &author : std::as_const(result.topAuthors)) {
@@ -432,23 +294,68 @@ RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool wit
         }
     }
 
-    result.directories = loadDirectories(database);
+    result.directories = query(database, QStringLiteral(R"(
+SELECT CASE WHEN instr(f.current_path, '/') > 0
+  THEN substr(f.current_path, 1, instr(f.current_path, '/') - 1) ELSE '(root)' END AS directory,
+  COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id), COALESCE(SUM(cf.additions), 0),
+  COALESCE(SUM(cf.deletions), 0)
+FROM commit_files cf JOIN files f ON f.id = cf.file_id
+JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
+LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
+GROUP BY directory
+ORDER BY COUNT(DISTINCT c.id) DESC, COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
+LIMIT 20)"),
+                               [](Row &row) {
+                                   return IndexedDirectoryInsight {
+                                       row.text(QStringLiteral("(root)")), row.number(),
+                                       row.number(), row.number(), row.number()};
+                               });
     result.technologies = loadTechnologies(database);
     result.coChanges = coChanges(database);
-    result.largestCommits = loadLargestCommits(database);
-    result.branches = loadBranches(database);
+    result.largestCommits = query(database, QStringLiteral(R"(
+SELECT c.sha, c.subject, a.canonical_name, c.author_time, COUNT(cf.file_id),
+  COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
+FROM commits c LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
+LEFT JOIN authors a ON a.id = aa.author_id LEFT JOIN commit_files cf ON cf.commit_id = c.id
+WHERE c.is_reachable = 1 GROUP BY c.id
+ORDER BY COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
+LIMIT 12)"),
+                                  [&](Row &row) {
+                                      return IndexedCommitSizeInsight {
+                                          row.text(),   row.text(),   row.text(unknown), row.date(),
+                                          row.number(), row.number(), row.number()};
+                                  });
+    result.branches
+        = query(database, QStringLiteral(R"(
+SELECT r.name, r.is_remote, c.author_time FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
+WHERE r.kind = 'branch' ORDER BY r.is_remote, r.name COLLATE NOCASE)"),
+                [&](Row &row) {
+                    return IndexedBranchInsight {row.text(unknown), row.number() == 1, row.date()};
+                });
     for (const IndexedBranchInsight &branch : std::as_const(result.branches))
         ++(branch.isRemote ? result.remoteBranches : result.localBranches);
-    result.tags = loadTags(database);
+    result.tags = query(database, QStringLiteral(R"(
+SELECT r.name, c.author_time FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
+WHERE r.kind = 'tag' ORDER BY c.author_time, r.name COLLATE NOCASE)"),
+                        [&](Row &row) {
+                            return IndexedTagInsight {row.text(unknown), row.date()};
+                        });
     result.tagCount = result.tags.size();
-    result.emailDomains = loadEmailDomains(database);
-    result.contributorTrendPercent
-        = contributorTrend(database, result.firstCommitAt, result.lastCommitAt);
+    result.emailDomains
+        = query(database, QStringLiteral(R"(
+SELECT lower(substr(aa.email, instr(aa.email, '@') + 1)), COUNT(DISTINCT c.id)
+FROM author_aliases aa JOIN commits c ON c.author_alias_id = aa.id
+WHERE c.is_reachable = 1 AND instr(aa.email, '@') > 0
+GROUP BY lower(substr(aa.email, instr(aa.email, '@') + 1)) ORDER BY COUNT(DISTINCT c.id) DESC
+LIMIT 12)"),
+                [](Row &row) {
+                    return IndexedNamedCount {row.text(QStringLiteral("unknown")), row.number()};
+                });
+    result.contributorTrendPercent = contributorTrend(database, result);
     result.commonWords = sortedCounts(wordCounts, 15);
-    if (result.totalCommits > 0) {
+    if (result.totalCommits > 0)
         result.averageCommitChurn
             = double(result.additions + result.deletions) / double(result.totalCommits);
-    }
     result.activityTrendPercent = trend(result.dailyActivity, ActivityValue::Commits);
     result.churnTrendPercent = trend(result.dailyActivity, ActivityValue::Churn);
     return result;
