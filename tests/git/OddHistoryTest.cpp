@@ -128,25 +128,6 @@ TEST(OddHistory, OddDatesAreListedCountedAndDatedOnlyWhereKnown)
     EXPECT_EQ(actual, expected);
 }
 
-TEST(OddHistory, ActivityReachesBackBefore1970)
-{
-    TestRepository repository;
-    repository.setDate(QStringLiteral("1990-05-01T12:00:00Z"));
-    repository.write(QStringLiteral("a.txt"), "a\n");
-    repository.commit(QStringLiteral("old"));
-    const struct
-    {
-        int months;
-        int expectedCommits;
-    } cases[] = {{12, 0}, {700, 1}, {5000, 1}, {2147483647, 1}};
-    for (const auto &c : cases) {
-        int commits = 0;
-        for (const ActivityPoint &point : GitService().loadActivity(repository.path(), c.months))
-            commits += point.count;
-        EXPECT_EQ(commits, c.expectedCommits) << c.months << " months";
-    }
-}
-
 TEST(OddHistory, PathsComeOutAsNamedInFilesChangesAndFile)
 {
     TestRepository repository;

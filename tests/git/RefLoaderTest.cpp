@@ -1,7 +1,6 @@
 #include "TestRepository.h"
 #include "git/GitService.h"
 
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -49,14 +48,6 @@ struct ClonedSetup
 };
 
 } // namespace
-
-TEST(RefLoader, EmptyRepositoryHasNoBranchesOrTags)
-{
-    TestRepository repository;
-    GitService git;
-    EXPECT_TRUE(git.loadBranches(repository.path()).isEmpty());
-    EXPECT_TRUE(git.loadTags(repository.path()).isEmpty());
-}
 
 TEST(RefLoader, LocalBranchesNewestTipFirstWithCurrentMarked)
 {
