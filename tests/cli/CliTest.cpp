@@ -33,7 +33,10 @@ TEST(Cli, BadInputEndsWithOneLineAndStatusOneAndMisuseWithUsageAndStatusTwo)
         {{"summary", repository.filePath("notes.txt")}, 1, "not a folder"},
         {{"summary", outside.path()}, 1, "fatal: not a git repository"},
         {{"summary", repository.filePath(".git")}, 1, "not a Git repository"},
-        {{"summary", repository.path()}, 1, "/nonexistent/git", {"STRATALOOM_GIT=/nonexistent/git"}},
+        {{"summary", repository.path()},
+         1,
+         "/nonexistent/git",
+         {"STRATALOOM_GIT=/nonexistent/git"}},
         {{"diff", repository.path(), "0123456789abcdef"}, 1, "0123456789abcdef"},
         {{}, 2, usage},
         {{"frobnicate", repository.path()}, 2, usage},
@@ -53,8 +56,9 @@ TEST(Cli, BadInputEndsWithOneLineAndStatusOneAndMisuseWithUsageAndStatusTwo)
         EXPECT_TRUE(run.out.isEmpty());
         EXPECT_TRUE(run.err.contains(row.message)) << run.err.toStdString();
         // A failure is one line, never a crash or a trace.
-        if (row.status == 1)
+        if (row.status == 1) {
             EXPECT_EQ(run.err.count('\n'), 1) << run.err.toStdString();
+        }
     }
     const CliRun help = cli({"--help"});
     EXPECT_EQ(help.status, 0);
@@ -129,7 +133,8 @@ TEST(Cli, ActivityOverMoreMonthsThanSince1970ListsEverything)
     const std::pair<const char *, int> cases[] = {{"12", 1}, {"700", 2}, {"2147483647", 2}};
     for (const auto &[months, expected] : cases) {
         int commits = 0;
-        for (const QJsonValue &point : cli({"activity", repository.path(), "--months", months}).array())
+        for (const QJsonValue &point :
+             cli({"activity", repository.path(), "--months", months}).array())
             commits += point.toObject().value("count").toInt();
         EXPECT_EQ(commits, expected) << months;
     }
@@ -140,13 +145,15 @@ TEST(Cli, TerminationEndsAHangingGitAndWhatItStarted)
     TestRepository repository;
     QTemporaryDir folder;
     const QString script = folder.filePath("hanging-git");
-    writeScript(script, "sleep 300 &\necho $! > \"$HANG_PIDS.child\"\necho $$ > \"$HANG_PIDS\"\nwait\n");
+    writeScript(script,
+                "sleep 300 &\necho $! > \"$HANG_PIDS.child\"\necho $$ > \"$HANG_PIDS\"\nwait\n");
     const auto readPid = [](const QString &path) {
         QElapsedTimer timer;
         timer.start();
         for (; timer.elapsed() < 10000; QThread::msleep(20)) {
             QFile file(path);
-            if (const qint64 pid = file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().toLongLong() : 0)
+            if (const qint64 pid
+                = file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().toLongLong() : 0)
                 return pid;
         }
         return qint64(0);

@@ -80,11 +80,12 @@ TEST(IndexCommand, RunKilledMidwayIsCompletedByTheNextRun)
     // put every commit into its open transaction and is waiting for git to finish when killed.
     const QString ready = work.filePath("ready");
     const QString wrapper = work.filePath("slow-git.sh");
-    writeScript(wrapper, QStringLiteral("case \" $* \" in *\" --stdin \"*)\n"
-                                         "  /usr/bin/git \"$@\"; echo $$ > '%1'; sleep 60; exit 0;;\n"
-                                         "esac\nexec /usr/bin/git \"$@\"\n")
-                              .arg(ready)
-                              .toUtf8());
+    writeScript(wrapper,
+                QStringLiteral("case \" $* \" in *\" --stdin \"*)\n"
+                               "  /usr/bin/git \"$@\"; echo $$ > '%1'; sleep 60; exit 0;;\n"
+                               "esac\nexec /usr/bin/git \"$@\"\n")
+                    .arg(ready)
+                    .toUtf8());
     const QString killedDir = work.filePath("killed");
     const QByteArray cliPath = QByteArrayLiteral(STRATALOOM_CLI);
     const QByteArray repo = repository.path().toUtf8();
@@ -124,18 +125,20 @@ TEST(IndexCommand, RunKilledMidwayIsCompletedByTheNextRun)
 
     const QString killedIndex = onlyIndexFile(killedDir);
     EXPECT_EQ(integrity(killedIndex), "ok");
-    EXPECT_EQ(indexRun(repository.path(), killedDir).object().value("importedCommits").toInteger(), 60);
+    EXPECT_EQ(indexRun(repository.path(), killedDir).object().value("importedCommits").toInteger(),
+              60);
 
     // Every table's rows as a clean run writes them.
     const QString cleanDir = work.filePath("clean");
     indexRun(repository.path(), cleanDir);
     const auto rows = [](const QString &database) {
-        return sqliteRows(database, {"SELECT * FROM commits ORDER BY id",
-                                     "SELECT * FROM commit_files ORDER BY rowid",
-                                     "SELECT * FROM authors ORDER BY id", "SELECT * FROM files ORDER BY id",
-                                     "SELECT * FROM daily_activity ORDER BY day",
-                                     "SELECT sha FROM commit_search ORDER BY rowid",
-                                     "SELECT name, kind, target_sha FROM refs ORDER BY name"});
+        return sqliteRows(database,
+                          {"SELECT * FROM commits ORDER BY id",
+                           "SELECT * FROM commit_files ORDER BY rowid",
+                           "SELECT * FROM authors ORDER BY id", "SELECT * FROM files ORDER BY id",
+                           "SELECT * FROM daily_activity ORDER BY day",
+                           "SELECT sha FROM commit_search ORDER BY rowid",
+                           "SELECT name, kind, target_sha FROM refs ORDER BY name"});
     };
     EXPECT_EQ(rows(killedIndex), rows(onlyIndexFile(cleanDir)));
 }
@@ -226,8 +229,9 @@ TEST(InsightsCommand, ReportsTheInsightsOfTheIndexedHistory)
         EXPECT_EQ(report.value("riskSignals").toArray().size(), 6);
         EXPECT_DOUBLE_EQ(signal("Ownership"), row.ownership);
         EXPECT_DOUBLE_EQ(signal("Message inconsistency"), row.commits ? 0 : 100);
-        if (row.milestones)
+        if (row.milestones) {
             EXPECT_EQ(report.value("milestones").toArray().size(), *row.milestones);
+        }
         EXPECT_FALSE(report.value("observations").toArray().isEmpty());
     }
 }

@@ -16,7 +16,8 @@ TEST(FileLoader, FilesAreTrackedRecordsUpToTheLimit)
     repository.commit("files");
     const QList<FileRecord> files = GitService().loadFiles(repository.path());
     ASSERT_EQ(files.size(), GitService::fileListLimit);
-    const QString last = QStringLiteral("f%1.txt").arg(GitService::fileListLimit - 1, 4, 10, QLatin1Char('0'));
+    const QString last
+        = QStringLiteral("f%1.txt").arg(GitService::fileListLimit - 1, 4, 10, QLatin1Char('0'));
     EXPECT_EQ(files.last(), (FileRecord {last, "tracked", std::nullopt, QString()}));
 }
 

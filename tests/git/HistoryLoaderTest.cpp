@@ -19,8 +19,7 @@ QStringList graphSubjects(QList<GraphCommitRecord> graph)
     return column(graph, &GraphCommitRecord::subject);
 }
 
-template<typename Record>
-Record withSubject(const QList<Record> &records, const QString &subject)
+template<typename Record> Record withSubject(const QList<Record> &records, const QString &subject)
 {
     const auto found = std::find_if(records.begin(), records.end(),
                                     [&](const Record &r) { return r.subject == subject; });
@@ -97,7 +96,8 @@ TEST(HistoryLoader, LimitCountsCommitsOfTheCurrentBranchWhileTheGraphShowsAllRef
     repository.git({"switch", "-q", "main"});
 
     GitService git;
-    EXPECT_EQ(column(git.loadCommits(repository.path(), 1), &CommitRecord::subject), QStringList {"two"});
+    EXPECT_EQ(column(git.loadCommits(repository.path(), 1), &CommitRecord::subject),
+              QStringList {"two"});
     EXPECT_EQ(column(git.loadCommits(repository.path(), 10), &CommitRecord::subject),
               QStringList({"two", "one"}));
     EXPECT_EQ(graphSubjects(git.loadGraph(repository.path(), 10)),
@@ -153,7 +153,8 @@ TEST(HistoryLoader, UnusualAndNonUtf8SubjectsParseInEveryList)
     GitService git;
     EXPECT_EQ(column(git.loadCommits(path, 10), &CommitRecord::subject), expected);
     EXPECT_EQ(graphSubjects(git.loadGraph(path, 10)), expected);
-    EXPECT_EQ(column(git.searchCommits(path, "quoted"), &CommitRecord::subject), QStringList {unusual});
+    EXPECT_EQ(column(git.searchCommits(path, "quoted"), &CommitRecord::subject),
+              QStringList {unusual});
     EXPECT_EQ(column(git.searchCommits(path, "lait"), &CommitRecord::subject), expected.mid(0, 1));
     EXPECT_EQ(git.loadCommits(path, 1).value(0).date, utcDate("2024-01-01T10:00:00Z"));
 }
@@ -189,15 +190,20 @@ TEST(HistoryLoader, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLi
         }
     }
     EXPECT_EQ(graphSubjects(graph).size(), 7);
-    EXPECT_EQ(connectorIds, QStringList({"connector-1-|\\  ", "connector-4-|/  ",
-                                         "connector-6-|\\  ", "connector-9-|/  "}));
+    EXPECT_EQ(connectorIds,
+              QStringList({"connector-1-|\\  ", "connector-4-|/  ", "connector-6-|\\  ",
+                           "connector-9-|/  "}));
 
     const GraphCommitRecord &head = graph.at(0);
-    EXPECT_EQ(std::make_tuple(head.graph, head.subject), std::make_tuple("*   ", "Merge branch 'b'"));
+    EXPECT_EQ(std::make_tuple(head.graph, head.subject),
+              std::make_tuple("*   ", "Merge branch 'b'"));
     EXPECT_EQ(head.author, "Test"); // merges take the configured identity
     EXPECT_FALSE(head.relativeDate.isEmpty());
-    const std::pair<const char *, const char *> decorations[] = {
-        {"Merge branch 'b'", " (HEAD -> main)"}, {"b1", " (b)"}, {"main after b", " (tag: v1)"}, {"root", ""}};
+    const std::pair<const char *, const char *> decorations[]
+        = {{"Merge branch 'b'", " (HEAD -> main)"},
+           {"b1", " (b)"},
+           {"main after b", " (tag: v1)"},
+           {"root", ""}};
     for (const auto &[subject, decoration] : decorations)
         EXPECT_EQ(withSubject(graph, subject).decorations, decoration) << subject;
     EXPECT_EQ(withSubject(graph, "b1").graph, "| * ");
@@ -228,7 +234,8 @@ TEST(HistoryLoader, SearchMatchesMessagesOfAllRefsAsAnUntrimmedCaseInsensitivePa
     };
     GitService git;
     for (const auto &[query, subjects] : cases)
-        EXPECT_EQ(column(git.searchCommits(repository.path(), query), &CommitRecord::subject), subjects)
+        EXPECT_EQ(column(git.searchCommits(repository.path(), query), &CommitRecord::subject),
+                  subjects)
             << query;
 
     const QList<CommitRecord> found = git.searchCommits(repository.path(), "prefix");
