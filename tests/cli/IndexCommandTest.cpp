@@ -5,14 +5,12 @@
 #include "TestRepository.h"
 
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
 
 #include <csignal>
-#include <fcntl.h>
 #include <future>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace strataloom;
 
@@ -87,38 +85,21 @@ TEST(IndexCommand, RunKilledMidwayIsCompletedByTheNextRun)
                     .arg(ready)
                     .toUtf8());
     const QString killedDir = work.filePath("killed");
-    const QByteArray cliPath = QByteArrayLiteral(STRATALOOM_CLI);
-    const QByteArray repo = repository.path().toUtf8();
-    const QByteArray dir = killedDir.toUtf8();
-    // Everything the child needs is prepared before fork: after it, only exec-safe calls.
-    QList<QByteArray> environment {"STRATALOOM_GIT=" + wrapper.toUtf8()};
-    for (char **e = environ; *e; ++e) {
-        if (!QByteArray(*e).startsWith("STRATALOOM_GIT="))
-            environment << QByteArray(*e);
-    }
-    std::vector<char *> envp;
-    for (QByteArray &entry : environment)
-        envp.push_back(entry.data());
-    envp.push_back(nullptr);
-    const char *argv[]
-        = {cliPath.constData(), "index", repo.constData(), "--index-dir", dir.constData(), nullptr};
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        ::dup2(::open("/dev/null", O_WRONLY), STDOUT_FILENO);
-        ::execve(argv[0], const_cast<char *const *>(argv), envp.data());
-        ::_exit(127);
-    }
+    QProcess importer;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("STRATALOOM_GIT", wrapper);
+    importer.setProcessEnvironment(environment);
+    importer.setStandardOutputFile(QProcess::nullDevice());
+    importer.start(STRATALOOM_CLI, {"index", repository.path(), "--index-dir", killedDir});
     QElapsedTimer waited;
     waited.start();
     while (!QFile::exists(ready) && waited.elapsed() < 30000)
         QThread::msleep(20);
     ASSERT_TRUE(QFile::exists(ready)) << "the import never reached git's end";
     QThread::msleep(200);
-    ::kill(child, SIGKILL);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status));
+    importer.kill();
+    ASSERT_TRUE(importer.waitForFinished(5000));
+    EXPECT_EQ(importer.exitStatus(), QProcess::CrashExit);
     QFile readyFile(ready);
     if (readyFile.open(QIODevice::ReadOnly))
         ::kill(readyFile.readAll().trimmed().toInt(), SIGKILL);

@@ -25,18 +25,15 @@ using namespace strataloom;
 
 namespace {
 
-const char *const hookNames[] = {"applypatch-msg",     "pre-applypatch",
-                                 "post-applypatch",    "pre-commit",
-                                 "pre-merge-commit",   "prepare-commit-msg",
-                                 "commit-msg",         "post-commit",
-                                 "pre-rebase",         "post-checkout",
-                                 "post-merge",         "pre-push",
-                                 "pre-receive",        "update",
-                                 "proc-receive",       "post-receive",
-                                 "post-update",        "reference-transaction",
-                                 "push-to-checkout",   "pre-auto-gc",
-                                 "post-rewrite",       "sendemail-validate",
-                                 "fsmonitor-watchman", "post-index-change"};
+const QStringList hookNames
+    = QStringLiteral(
+          "applypatch-msg pre-applypatch post-applypatch pre-commit pre-merge-commit "
+          "prepare-commit-msg "
+          "commit-msg post-commit pre-rebase post-checkout post-merge pre-push pre-receive update "
+          "proc-receive post-receive post-update reference-transaction push-to-checkout "
+          "pre-auto-gc "
+          "post-rewrite sendemail-validate fsmonitor-watchman post-index-change")
+          .split(' ');
 
 // Programs that append their own name to one log whenever anything starts them, then pass
 // standard input through as a filter, pager or textconv would.
@@ -55,7 +52,7 @@ public:
         if (folder.isEmpty())
             folder = m_dir.filePath(scope + "-hooks");
         QDir().mkpath(folder);
-        for (const char *hook : hookNames) {
+        for (const QString &hook : hookNames) {
             QFile::remove(folder + '/' + hook);
             QFile::copy(program(scope + ':' + hook), folder + '/' + hook);
         }
@@ -76,39 +73,21 @@ private:
     QTemporaryDir m_dir;
 };
 
-// Every setting that names a program, each pointing at a trap of its own, for one @p scope.
+// Every setting that names a program, each pointing at a trap named after the scope and the key.
 GitSettings programSettings(Traps &traps, const QString &scope)
 {
     GitSettings settings {{"core.hooksPath", traps.hooks(scope)}, {"filter.evil.required", "true"},
                           {"log.showSignature", "true"},          {"submodule.recurse", "true"},
                           {"status.submoduleSummary", "true"},    {"diff.submodule", "diff"}};
-    const std::pair<const char *, const char *> programs[]
-        = {{"core.fsmonitor", "fsmonitor"},
-           {"diff.evil.textconv", "textconv"},
-           {"diff.evil.command", "diff-command"},
-           {"diff.external", "external-diff"},
-           {"filter.evil.clean", "clean"},
-           {"filter.evil.smudge", "smudge"},
-           {"filter.a=b.clean", "a=b-clean"},
-           {"filter.a=b.smudge", "a=b-smudge"},
-           {"filter.proc.process", "process"},
-           {"gpg.program", "gpg"},
-           {"gpg.openpgp.program", "gpg-openpgp"},
-           {"gpg.ssh.program", "gpg-ssh"},
-           {"gpg.x509.program", "gpg-x509"},
-           {"core.pager", "pager"},
-           {"pager.log", "pager-log"},
-           {"pager.show", "pager-show"},
-           {"pager.status", "pager-status"},
-           {"core.editor", "editor"},
-           {"sequence.editor", "sequence-editor"},
-           {"core.sshCommand", "ssh"},
-           {"credential.helper", "credential"},
-           {"core.askPass", "askpass"},
-           {"core.alternateRefsCommand", "alternate-refs"},
-           {"uploadpack.packObjectsHook", "pack-objects-hook"}};
-    for (const auto &[key, name] : programs)
-        settings.append({key, traps.program(scope + ':' + name)});
+    for (const QString &key :
+         QStringLiteral(
+             "core.fsmonitor diff.evil.textconv diff.evil.command diff.external filter.evil.clean "
+             "filter.evil.smudge filter.a=b.clean filter.a=b.smudge filter.proc.process "
+             "gpg.program gpg.openpgp.program gpg.ssh.program gpg.x509.program core.pager "
+             "pager.log pager.show pager.status core.editor sequence.editor core.sshCommand "
+             "credential.helper core.askPass core.alternateRefsCommand uploadpack.packObjectsHook")
+             .split(' '))
+        settings.append({key, traps.program(scope + ':' + key)});
     return settings;
 }
 
@@ -286,32 +265,24 @@ TEST(Configuration, NoSettingChangesAFigure)
     // A verifier that says what gpg would say about a signature.
     const QString verifier = traps.path("verifier");
     writeScript(verifier, "echo 'gpg: Good signature from \"Ada\"' >&2\n");
-    const QList<GitSettings> settings {
-        {{"color.ui", "always"}},
-        {{"color.diff", "always"}},
-        {{"i18n.logOutputEncoding", "ISO-8859-1"}},
-        {{"log.showRoot", "false"}},
-        {{"diff.renames", "false"}},
-        {{"diff.renameLimit", "1"}},
-        {{"diff.algorithm", "histogram"}},
-        {{"diff.relative", "true"}},
-        {{"diff.orderFile", orderFile}},
-        {{"diff.noprefix", "true"}},
-        {{"diff.context", "0"}},
-        {{"diff.interHunkContext", "10"}},
-        {{"core.bigFileThreshold", "1"}},
-        {{"core.abbrev", "12"}},
-        {{"status.showUntrackedFiles", "no"}},
-        {{"grep.patternType", "perl"}},
-        {{"grep.extendedRegexp", "true"}},
-        {{"log.excludeDecoration", "refs/tags/*"}},
-        {{"log.decorate", "full"}},
-        {{"log.abbrevCommit", "true"}},
-        {{"log.date", "relative"}},
-        {{"log.mailmap", "false"}},
-        {{"format.pretty", "oneline"}},
-        {{"log.showSignature", "true"}, {"gpg.program", verifier}},
-    };
+    // One run per entry; settings joined by "," go together.
+    QList<GitSettings> settings;
+    for (const QString &entry :
+         QStringLiteral(
+             "color.ui=always color.diff=always i18n.logOutputEncoding=ISO-8859-1 "
+             "log.showRoot=false diff.renames=false diff.renameLimit=1 diff.algorithm=histogram "
+             "diff.relative=true diff.orderFile=%1 diff.noprefix=true diff.context=0 "
+             "diff.interHunkContext=10 core.bigFileThreshold=1 core.abbrev=12 "
+             "status.showUntrackedFiles=no grep.patternType=perl grep.extendedRegexp=true "
+             "log.excludeDecoration=refs/tags/* log.decorate=full log.abbrevCommit=true "
+             "log.date=relative log.mailmap=false format.pretty=oneline "
+             "log.showSignature=true,gpg.program=%2")
+             .arg(orderFile, verifier)
+             .split(' ')) {
+        settings.append(GitSettings());
+        for (const QString &setting : entry.split(','))
+            settings.last().append({setting.section('=', 0, 0), setting.section('=', 1)});
+    }
     // Each setting on its own in the repository's file; then all of them at once in the global
     // file, which git ranks below the repository's and the pinned settings rank above both.
     GitSettings all;
@@ -357,32 +328,32 @@ TEST(Configuration, NoProgramOfTheRepositoryOrOnAReadPathEverStarts)
              alternates.open(QIODevice::WriteOnly);
              alternates.write(borrowed.filePath(".git/objects").toUtf8() + '\n');
          },
-         {{{"status"}, "repository:fsmonitor"},
-          {{"status"}, "repository:a=b-clean"},
-          {{"log", "-1"}, "repository:gpg-openpgp"},
-          {{"diff"}, "repository:external-diff"}}},
+         {{{"status"}, "repository:core.fsmonitor"},
+          {{"status"}, "repository:filter.a=b.clean"},
+          {{"log", "-1"}, "repository:gpg.openpgp.program"},
+          {{"diff"}, "repository:diff.external"}}},
         {"included",
          [](Fixture &f, Traps &traps, const GitSettings &settings) {
              writeSettings(traps.path("included.config"), settings);
              writeSettings(f.gitDirectory() + "/config",
                            {{"include.path", traps.path("included.config")}});
          },
-         {{{"status"}, "included:clean"},
-          {{"log", "-1"}, "included:gpg-openpgp"},
-          {{"diff"}, "included:external-diff"}}},
+         {{{"status"}, "included:filter.evil.clean"},
+          {{"log", "-1"}, "included:gpg.openpgp.program"},
+          {{"diff"}, "included:diff.external"}}},
         {"submodule",
          [](Fixture &f, Traps &traps, const GitSettings &settings) {
              writeSettings(f.gitDirectory("sub") + "/config", settings);
              traps.hooks("submodule", f.gitDirectory("sub") + "/hooks");
          },
-         {{{"status"}, "submodule:clean"}}},
+         {{{"status"}, "submodule:filter.evil.clean"}}},
         {"global",
          [](Fixture &, Traps &, const GitSettings &settings) {
              writeSettings(QDir::homePath() + "/.gitconfig", settings);
          },
-         {{{"log", "-1"}, "global:gpg-openpgp"},
-          {{"diff"}, "global:external-diff"},
-          {{"show", "--no-ext-diff", "HEAD~1"}, "global:textconv"}}},
+         {{{"log", "-1"}, "global:gpg.openpgp.program"},
+          {{"diff"}, "global:diff.external"},
+          {{"show", "--no-ext-diff", "HEAD~1"}, "global:diff.evil.textconv"}}},
     };
 
     for (const Scope &scope : scopes) {
@@ -400,15 +371,11 @@ TEST(Configuration, NoProgramOfTheRepositoryOrOnAReadPathEverStarts)
         }
         // The user's own filters and hooks may run wherever plain git runs them.
         const auto forbidden = [&](QStringList fired) {
-            static const QStringList writers = [] {
-                QStringList names {"clean", "smudge", "a=b-clean", "a=b-smudge", "process"};
-                for (const char *hook : hookNames)
-                    names << hook;
-                return names;
-            }();
             if (usersOwn)
-                fired.removeIf(
-                    [](const QString &name) { return writers.contains(name.section(':', 1)); });
+                fired.removeIf([](const QString &name) {
+                    return name.section(':', 1).startsWith("filter.")
+                        || hookNames.contains(name.section(':', 1));
+                });
             return fired;
         };
 
@@ -423,7 +390,8 @@ TEST(Configuration, NoProgramOfTheRepositoryOrOnAReadPathEverStarts)
         const QStringList fired = traps.fired();
         if (usersOwn) {
             // The user's own filter and hooks run on a switch, as with plain git.
-            EXPECT_TRUE(fired.contains("global:smudge") && fired.contains("global:post-checkout"))
+            EXPECT_TRUE(fired.contains("global:filter.evil.smudge")
+                        && fired.contains("global:post-checkout"))
                 << fired.join(' ').toStdString();
         }
         EXPECT_EQ(forbidden(fired), QStringList()) << "the checkout started a program";

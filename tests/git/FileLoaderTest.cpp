@@ -38,22 +38,18 @@ TEST(FileLoader, FileDetailsFollowRenamesAcrossAuthors)
     repository.commit("unrelated", "Zed", "z@example.com");
     repository.write("draft.txt", "12345");
 
-    FileDetails renamed;
-    renamed.path = "nëw name.txt";
-    renamed.commitCount = 4;
-    renamed.authors = QStringList({"Ada Lovelace", "Barbara Liskov", "Grace Hopper"});
-    renamed.firstCommitDate = utcDate("2024-01-01T10:00:00Z");
-    renamed.lastCommitDate = utcDate("2024-01-04T05:00:00Z");
-    renamed.lastAuthor = "Barbara Liskov";
-    renamed.sizeBytes = 28;
-    EXPECT_EQ(GitService().loadFileDetails(repository.path(), renamed.path), renamed);
-
+    const QString path = "nëw name.txt";
+    EXPECT_EQ(GitService().loadFileDetails(repository.path(), path),
+              (FileDetails {path,
+                            28,
+                            4,
+                            {"Ada Lovelace", "Barbara Liskov", "Grace Hopper"},
+                            utcDate("2024-01-01T10:00:00Z"),
+                            utcDate("2024-01-04T05:00:00Z"),
+                            "Barbara Liskov"}));
     // A file never committed has no history, but its size.
-    FileDetails draft;
-    draft.path = "draft.txt";
-    draft.lastAuthor = "Unknown";
-    draft.sizeBytes = 5;
-    EXPECT_EQ(GitService().loadFileDetails(repository.path(), draft.path), draft);
+    EXPECT_EQ(GitService().loadFileDetails(repository.path(), "draft.txt"),
+              (FileDetails {"draft.txt", 5, 0, {}, std::nullopt, std::nullopt, "Unknown"}));
 
     // A deleted file has no size, but keeps its history.
     repository.remove("unrelated.txt");
@@ -101,18 +97,17 @@ TEST(FileLoader, AuthorDetailsSumAllRefsAndGroupByLocalDay)
     repository.commit("side", "Grace Hopper", "grace@example.com");
     repository.git({"switch", "-q", "main"});
 
-    AuthorDetails expected;
-    expected.name = "Grace Hopper";
-    expected.commits = 3;
-    expected.emails = QStringList({"grace@example.com", "grace@work.example"});
-    expected.additions = 3 + 0 + 2;
-    expected.deletions = 1;
-    expected.firstCommitDate = utcDate("2024-03-01T09:00:00Z");
-    expected.lastCommitDate = utcDate("2024-03-06T01:30:00Z");
     // Days of the local time zone (UTC in tests), not of the author's offset.
-    expected.activity
-        = {{utcDate("2024-03-01T00:00:00Z"), 2}, {utcDate("2024-03-06T00:00:00Z"), 1}};
-    EXPECT_EQ(GitService().loadAuthorDetails(repository.path(), "Grace Hopper"), expected);
+    EXPECT_EQ(GitService().loadAuthorDetails(repository.path(), "Grace Hopper"),
+              (AuthorDetails {
+                  "Grace Hopper",
+                  {"grace@example.com", "grace@work.example"},
+                  3,
+                  3 + 0 + 2,
+                  1,
+                  utcDate("2024-03-01T09:00:00Z"),
+                  utcDate("2024-03-06T01:30:00Z"),
+                  {{utcDate("2024-03-01T00:00:00Z"), 2}, {utcDate("2024-03-06T00:00:00Z"), 1}}}));
 }
 
 TEST(FileLoader, ActivityCountsCommitsPerDayInTheWindow)
