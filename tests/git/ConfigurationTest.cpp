@@ -401,56 +401,23 @@ TEST(Configuration, NoProgramOfTheRepositoryOrOnAReadPathEverStarts)
 
 TEST(Configuration, StatusNeedingTheRepositorysOwnFilterIsUnknownNotAnError)
 {
-    // A filter marked required, as `git lfs install --local` writes it.
-    const auto repositoryFilter = [](TestRepository &repository, Traps &traps) {
-        writeSettings(repository.filePath(".git/config"),
-                      {{"filter.lfs.clean", traps.program("clean")},
-                       {"filter.lfs.process", traps.program("process")},
-                       {"filter.lfs.required", "true"}});
-    };
-    const auto touchFiltered
-        = [](TestRepository &repository) { changeInPlace(repository, "data.bin", "PAYLOAD\n"); };
+    // Steps, in order: "filter" writes a required filter to the repository's configuration, as
+    // `git lfs install --local` does ("clean-only": without its process); "user" gives the user's
+    // own filter of that name, the one program that may run; "touch" changes the filtered file
+    // in place, "stage" stages it, "untracked" and "plain" change other files besides.
     const struct
     {
         const char *name;
-        std::function<void(TestRepository &, Traps &)> arrange;
+        const char *steps;
         bool clean;
         bool known;
-        const char *fires = nullptr; ///< the one program that may run: the user's own
     } cases[] = {
-        {"untouched tree", repositoryFilter, true, true},
-        {"filtered file changed",
-         [&](TestRepository &r, Traps &t) { repositoryFilter(r, t), touchFiltered(r); }, false,
-         false},
-        {"untracked file besides",
-         [&](TestRepository &r, Traps &t) {
-             repositoryFilter(r, t), touchFiltered(r);
-             r.write("new.txt", "new\n");
-         },
-         false, true},
-        {"unfiltered file changed besides",
-         [&](TestRepository &r, Traps &t) {
-             repositoryFilter(r, t), touchFiltered(r);
-             r.write("plain.txt", "PLAIN\n");
-         },
-         false, true},
-        {"filtered file staged",
-         [&](TestRepository &r, Traps &t) {
-             touchFiltered(r);
-             r.git({"update-index", "--add", "data.bin"});
-             repositoryFilter(r, t);
-         },
-         false, true},
-        {"the user's own filter of the same name",
-         [&](TestRepository &r, Traps &t) {
-             writeSettings(
-                 r.filePath(".git/config"),
-                 {{"filter.lfs.clean", t.program("clean")}, {"filter.lfs.required", "true"}});
-             writeSettings(QDir::homePath() + "/.gitconfig",
-                           {{"filter.lfs.clean", t.program("user-clean")}});
-             touchFiltered(r);
-         },
-         false, true, "user-clean"},
+        {"untouched tree", "filter", true, true},
+        {"filtered file changed", "filter touch", false, false},
+        {"untracked file besides", "filter touch untracked", false, true},
+        {"unfiltered file changed besides", "filter touch plain", false, true},
+        {"filtered file staged", "touch stage filter", false, true},
+        {"the user's own filter of the same name", "clean-only user touch", false, true},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -460,7 +427,25 @@ TEST(Configuration, StatusNeedingTheRepositorysOwnFilterIsUnknownNotAnError)
         repository.write("plain.txt", "plain\n");
         repository.commit("root");
         Traps traps;
-        c.arrange(repository, traps);
+        const QStringList steps = QString::fromLatin1(c.steps).split(' ');
+        for (const QString &step : steps) {
+            if (step == "filter" || step == "clean-only")
+                writeSettings(repository.filePath(".git/config"),
+                              {{"filter.lfs.clean", traps.program("clean")},
+                               {"filter.lfs.required", "true"}});
+            if (step == "filter")
+                writeSettings(repository.filePath(".git/config"),
+                              {{"filter.lfs.process", traps.program("process")}});
+            if (step == "user")
+                writeSettings(QDir::homePath() + "/.gitconfig",
+                              {{"filter.lfs.clean", traps.program("user-clean")}});
+            if (step == "touch")
+                changeInPlace(repository, "data.bin", "PAYLOAD\n");
+            if (step == "stage")
+                repository.git({"update-index", "--add", "data.bin"});
+            if (step == "untracked" || step == "plain")
+                repository.write(step + ".txt", "CHANGED\n");
+        }
 
         RepositorySummary summary;
         EXPECT_NO_THROW(summary = GitService().loadSummary(repository.path()));
@@ -468,8 +453,8 @@ TEST(Configuration, StatusNeedingTheRepositorysOwnFilterIsUnknownNotAnError)
             std::make_tuple(summary.isClean, !summary.statusUnavailableReason, summary.commitCount),
             std::make_tuple(c.clean, c.known, 1));
         QStringList fired = traps.fired();
-        if (c.fires) {
-            EXPECT_GT(fired.removeAll(c.fires), 0);
+        if (steps.contains("user")) {
+            EXPECT_GT(fired.removeAll("user-clean"), 0);
         }
         EXPECT_EQ(fired, QStringList());
         QFile::remove(QDir::homePath() + "/.gitconfig");
