@@ -1,100 +1,68 @@
+// The command line as scripts use it: its output, its errors, odd arguments and a git that never
+// answers.
+#include "CliRun.h"
+#include "ProcessState.h"
+#include "TestFixtures.h"
 #include "TestRepository.h"
-#include "git/GitProcess.h"
 
 #include <QDir>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <QElapsedTimer>
+#include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
 
-#include <gtest/gtest.h>
+#include <csignal>
 
 using namespace strataloom;
 
-namespace {
-
-struct CliRun
-{
-    int status = 0;
-    QString out;
-    QString err;
-};
-
-CliRun cli(const QStringList &arguments, const QStringList &environment = {})
-{
-    const ProcessResult result = runProcess(QStringLiteral(STRATALOOM_CLI), arguments, environment);
-    return {result.exitStatus, QString::fromUtf8(result.standardOutput),
-            QString::fromUtf8(result.standardError)};
-}
-
-// A failure is one line on standard error, never a crash or a trace.
-void expectOneLineFailure(const CliRun &run, const QString &expectedPart)
-{
-    EXPECT_EQ(run.status, 1) << run.err.toStdString();
-    EXPECT_TRUE(run.out.isEmpty());
-    EXPECT_EQ(run.err.count(QLatin1Char('\n')), 1) << run.err.toStdString();
-    EXPECT_TRUE(run.err.contains(expectedPart)) << run.err.toStdString();
-}
-
-QJsonDocument parsed(const CliRun &run)
-{
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(run.out.toUtf8(), &error);
-    EXPECT_EQ(error.error, QJsonParseError::NoError) << run.out.toStdString();
-    return document;
-}
-
-} // namespace
-
-TEST(Cli, BadInputEndsWithOneLineAndStatusOne)
+TEST(Cli, BadInputEndsWithOneLineAndStatusOneAndMisuseWithUsageAndStatusTwo)
 {
     TestRepository repository;
     repository.write("notes.txt", "text\n");
     repository.commit("first");
     QTemporaryDir outside;
-
+    const QString usage = "Usage: strataloom-cli";
     const struct
     {
         QStringList arguments;
-        QStringList environment;
+        int status;
         QString message;
+        QStringList environment = {};
     } cases[] = {
-        {{"summary", outside.filePath("missing")}, {}, "no such folder"},
-        {{"summary", repository.filePath("notes.txt")}, {}, "not a folder"},
-        {{"summary", outside.path()}, {}, "fatal: not a git repository"},
-        {{"summary", repository.filePath(".git")}, {}, "not a Git repository"},
-        {{"summary", repository.path()}, {"STRATALOOM_GIT=/nonexistent/git"}, "/nonexistent/git"},
-        {{"changes", repository.path(), "0123456789abcdef"}, {}, "0123456789abcdef"},
-        {{"diff", repository.path(), "0123456789abcdef"}, {}, "0123456789abcdef"},
+        {{"summary", outside.filePath("missing")}, 1, "no such folder"},
+        {{"summary", repository.filePath("notes.txt")}, 1, "not a folder"},
+        {{"summary", outside.path()}, 1, "fatal: not a git repository"},
+        {{"summary", repository.filePath(".git")}, 1, "not a Git repository"},
+        {{"summary", repository.path()},
+         1,
+         "/nonexistent/git",
+         {"STRATALOOM_GIT=/nonexistent/git"}},
+        {{"diff", repository.path(), "0123456789abcdef"}, 1, "0123456789abcdef"},
+        {{}, 2, usage},
+        {{"frobnicate", repository.path()}, 2, usage},
+        {{"summary"}, 2, usage},
+        {{"search", repository.path()}, 2, usage},
+        {{"commits", repository.path(), "--limit"}, 2, usage},
+        {{"commits", repository.path(), "--limit", "many"}, 2, usage},
+        {{"graph", repository.path(), "--months", "3"}, 2, usage},
+        // Without the terminator a leading dash is an option still; a bare one ends nothing.
+        {{"search", repository.path(), "--fixup"}, 2, usage},
+        {{"search", repository.path(), "--"}, 2, usage},
     };
     for (const auto &row : cases) {
         SCOPED_TRACE(row.arguments.join(' ').toStdString());
-        expectOneLineFailure(cli(row.arguments, row.environment), row.message);
-    }
-}
-
-TEST(Cli, WrongUsagePrintsUsageWithStatusTwo)
-{
-    TestRepository repository;
-    const QList<QStringList> misuses {
-        {},
-        {"frobnicate", repository.path()},
-        {"summary"},
-        {"search", repository.path()},
-        {"commits", repository.path(), "--limit"},
-        {"commits", repository.path(), "--limit", "many"},
-        {"graph", repository.path(), "--months", "3"},
-    };
-    for (const QStringList &arguments : misuses) {
-        const CliRun run = cli(arguments);
-        EXPECT_EQ(run.status, 2) << arguments.join(' ').toStdString();
-        EXPECT_TRUE(run.err.contains("Usage: strataloom-cli")) << run.err.toStdString();
+        const CliRun run = cli(row.arguments, row.environment);
+        EXPECT_EQ(run.status, row.status) << run.err.toStdString();
         EXPECT_TRUE(run.out.isEmpty());
+        EXPECT_TRUE(run.err.contains(row.message)) << run.err.toStdString();
+        // A failure is one line, never a crash or a trace.
+        if (row.status == 1) {
+            EXPECT_EQ(run.err.count('\n'), 1) << run.err.toStdString();
+        }
     }
     const CliRun help = cli({"--help"});
     EXPECT_EQ(help.status, 0);
-    EXPECT_TRUE(help.out.startsWith("Usage: strataloom-cli"));
+    EXPECT_TRUE(help.out.startsWith(usage));
 }
 
 TEST(Cli, PrintsRecordsAsJsonWithUtcDatesAndNulls)
@@ -105,24 +73,114 @@ TEST(Cli, PrintsRecordsAsJsonWithUtcDatesAndNulls)
     const QString subject = "Add a | \"quoted\" café";
     const QString commit = repository.commit(subject);
 
-    const QJsonObject summary = parsed(cli({"summary", repository.path()})).object();
+    const QJsonObject summary = cliObject({"summary", repository.path()});
     EXPECT_EQ(summary.value("name").toString(), QDir(repository.path()).dirName());
     EXPECT_TRUE(summary.value("remoteURL").isNull());
     EXPECT_EQ(summary.value("commitCount").toInteger(), 1);
     EXPECT_EQ(summary.value("firstCommitDate").toString(), "2024-03-01T09:20:30Z");
 
-    const CliRun commitsRun = cli({"commits", repository.path(), "--limit", "5"});
-    const QJsonArray commits = parsed(commitsRun).array();
-    ASSERT_EQ(commits.size(), 1);
-    const QJsonObject first = commits.first().toObject();
+    const CliRun commits = cli({"commits", repository.path(), "--limit", "5"});
+    ASSERT_EQ(commits.array().size(), 1);
+    const QJsonObject first = commits.array().first().toObject();
     EXPECT_EQ(first.value("id").toString(), commit);
     EXPECT_EQ(first.value("subject").toString(), subject);
     EXPECT_EQ(first.value("additions").toInteger(), 2);
     // Fields come in the record's own order, not sorted.
-    EXPECT_LT(commitsRun.out.indexOf("\"shortHash\""), commitsRun.out.indexOf("\"author\""));
-    EXPECT_LT(commitsRun.out.indexOf("\"subject\""), commitsRun.out.indexOf("\"body\""));
+    EXPECT_LT(commits.out.indexOf("\"shortHash\""), commits.out.indexOf("\"author\""));
+    EXPECT_LT(commits.out.indexOf("\"subject\""), commits.out.indexOf("\"body\""));
 
     const CliRun diff = cli({"diff", repository.path(), commit});
     EXPECT_EQ(diff.status, 0);
     EXPECT_TRUE(diff.out.startsWith("commit " + commit));
+}
+
+TEST(Cli, ValuesAfterTheTerminatorAreArgumentsEvenWithLeadingDashes)
+{
+    TestRepository repository;
+    repository.write("-x.txt", "dash\n");
+    repository.commit("--fixup of the parser", "-dash", "dash@example.com");
+    repository.write("plain.txt", "plain\n");
+    repository.commit("plain");
+    const QString repo = repository.path();
+    const struct
+    {
+        QStringList arguments;
+        QString field; ///< a count in the printed object, or "" for the length of the array
+        int expected;
+    } cases[] = {
+        {{"search", repo, "--", "--fixup"}, {}, 1},
+        {{"search", "--", repo, "-of"}, {}, 0},
+        {{"file", repo, "--", "-x.txt"}, "commitCount", 1},
+        {{"author", repo, "--", "-dash"}, "commits", 1},
+        {{"commits", repo, "--limit", "1", "--"}, {}, 1},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.arguments.join(' ').toStdString());
+        const CliRun run = cli(c.arguments);
+        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+        EXPECT_EQ(c.field.isEmpty() ? run.array().size() : run.object().value(c.field).toInt(),
+                  c.expected);
+    }
+}
+
+TEST(Cli, ActivityOverMoreMonthsThanSince1970ListsEverything)
+{
+    TestRepository repository;
+    repository.setDate("1990-05-01T12:00:00Z");
+    repository.commit("old");
+    repository.setDate(QDateTime::currentDateTimeUtc().addDays(-3).toString(Qt::ISODate));
+    repository.commit("recent");
+    const std::pair<const char *, int> cases[] = {{"12", 1}, {"700", 2}, {"2147483647", 2}};
+    for (const auto &[months, expected] : cases) {
+        int commits = 0;
+        for (const QJsonValue &point :
+             cli({"activity", repository.path(), "--months", months}).array())
+            commits += point.toObject().value("count").toInt();
+        EXPECT_EQ(commits, expected) << months;
+    }
+}
+
+TEST(Cli, TerminationEndsAHangingGitAndWhatItStarted)
+{
+    TestRepository repository;
+    QTemporaryDir folder;
+    const QString script = folder.filePath("hanging-git");
+    writeScript(script,
+                "sleep 300 &\necho $! > \"$HANG_PIDS.child\"\necho $$ > \"$HANG_PIDS\"\nwait\n");
+    const auto readPid = [](const QString &path) {
+        QElapsedTimer timer;
+        timer.start();
+        for (; timer.elapsed() < 10000; QThread::msleep(20)) {
+            QFile file(path);
+            if (const qint64 pid
+                = file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().toLongLong() : 0)
+                return pid;
+        }
+        return qint64(0);
+    };
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        SCOPED_TRACE(signal);
+        const QString pids = folder.filePath(QStringLiteral("pids-%1").arg(signal));
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("STRATALOOM_GIT", script);
+        environment.insert("HANG_PIDS", pids);
+        process.setProcessEnvironment(environment);
+        process.start(STRATALOOM_CLI, {"summary", repository.path()});
+        const qint64 git = readPid(pids);
+        const qint64 child = readPid(pids + ".child");
+        ASSERT_TRUE(git > 0 && child > 0);
+        EXPECT_TRUE(isProcessRunning(git));
+
+        ::kill(pid_t(process.processId()), signal);
+        ASSERT_TRUE(process.waitForFinished(5000));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process.exitCode(), 128 + signal);
+        QElapsedTimer timer;
+        timer.start();
+        while ((isProcessRunning(git) || isProcessRunning(child)) && timer.elapsed() < 5000)
+            QThread::msleep(20);
+        EXPECT_FALSE(isProcessRunning(git));
+        EXPECT_FALSE(isProcessRunning(child));
+    }
 }

@@ -1,3 +1,4 @@
+#include "RecordColumns.h"
 #include "TestRepository.h"
 #include "git/GitService.h"
 
@@ -11,42 +12,19 @@ using namespace strataloom;
 
 namespace {
 
-template<typename Record> QStringList subjectsOf(const QList<Record> &records)
+// The subjects of the commits of a graph, without its connector lines.
+QStringList graphSubjects(QList<GraphCommitRecord> graph)
 {
-    QStringList subjects;
-    for (const Record &record : records) {
-        if constexpr (std::is_same_v<Record, GraphCommitRecord>) {
-            if (record.isConnector())
-                continue;
-        }
-        subjects.append(record.subject);
-    }
-    return subjects;
+    graph.removeIf([](const GraphCommitRecord &record) { return record.isConnector(); });
+    return column(graph, &GraphCommitRecord::subject);
 }
 
-template<typename Record>
-const Record &withSubject(const QList<Record> &records, const QString &subject)
+template<typename Record> Record withSubject(const QList<Record> &records, const QString &subject)
 {
     const auto found = std::find_if(records.begin(), records.end(),
                                     [&](const Record &r) { return r.subject == subject; });
     EXPECT_NE(found, records.end()) << subject.toStdString();
-    static const Record none {};
-    return found == records.end() ? none : *found;
-}
-
-// main: root -> merge(a) -> merge(b), each branch one commit beside one on main, so git draws
-// the same fork and join twice.
-void buildTwoForks(TestRepository &repository)
-{
-    repository.setDateStep(3600);
-    repository.commit("root");
-    for (const QString branch : {"a", "b"}) {
-        repository.git({"switch", "-q", "-c", branch});
-        repository.commit(branch + "1");
-        repository.git({"switch", "-q", "main"});
-        repository.commit("main after " + branch);
-        repository.git({"merge", "-q", "--no-ff", "--no-edit", branch});
-    }
+    return found == records.end() ? Record {} : *found;
 }
 
 } // namespace
@@ -55,11 +33,20 @@ TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsWithoutError)
 {
     TestRepository repository;
     repository.write("staged.txt", "staged\n");
+    repository.write("untracked.txt", "u\n");
     repository.git({"add", "staged.txt"});
+    const QString path = repository.path();
     GitService git;
-    EXPECT_TRUE(git.loadCommits(repository.path(), 300).isEmpty());
-    EXPECT_TRUE(git.loadGraph(repository.path(), 500).isEmpty());
-    EXPECT_TRUE(git.searchCommits(repository.path(), "staged").isEmpty());
+    EXPECT_TRUE(git.loadCommits(path, 300).isEmpty());
+    EXPECT_TRUE(git.loadGraph(path, 500).isEmpty());
+    EXPECT_TRUE(git.searchCommits(path, "staged").isEmpty());
+    EXPECT_TRUE(git.loadBranches(path).isEmpty());
+    EXPECT_TRUE(git.loadTags(path).isEmpty());
+    EXPECT_TRUE(git.loadAuthorStats(path).isEmpty());
+    EXPECT_TRUE(git.loadActivity(path, 12).isEmpty());
+    EXPECT_EQ(git.loadAuthorDetails(path, "Ada").commits, 0);
+    EXPECT_EQ(column(git.loadFiles(path), &FileRecord::path), QStringList {"staged.txt"});
+    EXPECT_TRUE(gitErrorOf([&] { git.loadFileDetails(path, "staged.txt"); }).startsWith("fatal:"));
 }
 
 TEST(HistoryLoader, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirst)
@@ -76,23 +63,15 @@ TEST(HistoryLoader, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirst)
 
     const QList<CommitRecord> commits = GitService().loadCommits(repository.path(), 300);
     ASSERT_EQ(commits.size(), 2);
-    CommitRecord newest;
-    newest.id = second;
-    newest.shortHash = repository.git({"rev-parse", "--short", second}).trimmed();
-    newest.author = "Grace Hopper";
-    newest.email = "grace@example.com";
-    newest.date = utcDate("2024-03-02T12:00:00Z");
-    newest.subject = "Change a, add b";
-    newest.body = "Why it changed.\n";
-    newest.additions = 3;
-    newest.deletions = 1;
-    newest.filesChanged = 2;
-    EXPECT_EQ(commits.at(0), newest);
+    const QString shortHash = repository.git({"rev-parse", "--short", second}).trimmed();
+    EXPECT_EQ(commits.at(0),
+              (CommitRecord {second, shortHash, "Grace Hopper", "grace@example.com",
+                             utcDate("2024-03-02T12:00:00Z"), "Change a, add b",
+                             "Why it changed.\n", 3, 1, 2}));
 
     const CommitRecord &oldest = commits.at(1);
-    EXPECT_EQ(oldest.id, first);
-    EXPECT_EQ(oldest.date, utcDate("2024-03-01T08:20:30Z"));
-    EXPECT_EQ(oldest.body, QString());
+    EXPECT_EQ(std::make_tuple(oldest.id, oldest.date, oldest.body),
+              std::make_tuple(first, utcDate("2024-03-01T08:20:30Z"), QString()));
     EXPECT_EQ(std::make_tuple(oldest.additions, oldest.deletions, oldest.filesChanged),
               std::make_tuple(3, 0, 1));
 }
@@ -110,9 +89,11 @@ TEST(HistoryLoader, LimitCountsCommitsOfTheCurrentBranchWhileTheGraphShowsAllRef
     repository.git({"switch", "-q", "main"});
 
     GitService git;
-    EXPECT_EQ(subjectsOf(git.loadCommits(repository.path(), 1)), QStringList {"two"});
-    EXPECT_EQ(subjectsOf(git.loadCommits(repository.path(), 10)), QStringList({"two", "one"}));
-    EXPECT_EQ(subjectsOf(git.loadGraph(repository.path(), 10)),
+    EXPECT_EQ(column(git.loadCommits(repository.path(), 1), &CommitRecord::subject),
+              QStringList {"two"});
+    EXPECT_EQ(column(git.loadCommits(repository.path(), 10), &CommitRecord::subject),
+              QStringList({"two", "one"}));
+    EXPECT_EQ(graphSubjects(git.loadGraph(repository.path(), 10)),
               QStringList({"second root", "side only", "two", "one"}));
 }
 
@@ -137,7 +118,7 @@ TEST(HistoryLoader, BinaryFilesCountAsChangedWithoutLinesAndMergesHaveNoFigures)
     EXPECT_TRUE(merge.subject.startsWith("Merge branch 'side'"));
     EXPECT_EQ(std::make_tuple(merge.additions, merge.deletions, merge.filesChanged),
               std::make_tuple(0, 0, 0));
-    const CommitRecord &binary = withSubject(commits, "binary and text");
+    const CommitRecord binary = withSubject(commits, "binary and text");
     EXPECT_EQ(std::make_tuple(binary.additions, binary.deletions, binary.filesChanged),
               std::make_tuple(1, 0, 2));
 }
@@ -145,7 +126,6 @@ TEST(HistoryLoader, BinaryFilesCountAsChangedWithoutLinesAndMergesHaveNoFigures)
 TEST(HistoryLoader, UnusualAndNonUtf8SubjectsParseInEveryList)
 {
     TestRepository repository;
-    repository.setDateStep(60);
     const QString unusual = "a | b\tc \"quoted\" 'single' Ünïcødé 日本語 —";
     repository.commit(unusual);
     // `git commit` re-encodes a Latin-1 message to UTF-8, so that commit is written by hand.
@@ -158,28 +138,40 @@ TEST(HistoryLoader, UnusualAndNonUtf8SubjectsParseInEveryList)
                  "committer Ada Lovelace <ada@example.com> 1704103200 +0000\n\ncaf\xe9 au lait\n");
     file.close();
     repository.git({"hash-object", "-w", "-t", "tree", "/dev/null"});
-    const QString commit
-        = repository.git({"hash-object", "-w", "-t", "commit", objectFile}).trimmed();
-    repository.git({"update-ref", "refs/heads/main", commit});
+    repository.git({"update-ref", "refs/heads/main",
+                    repository.git({"hash-object", "-w", "-t", "commit", objectFile}).trimmed()});
 
     const QStringList expected {QStringLiteral("caf\uFFFD au lait"), unusual};
+    const QString path = repository.path();
     GitService git;
-    EXPECT_EQ(subjectsOf(git.loadCommits(repository.path(), 10)), expected);
-    EXPECT_EQ(subjectsOf(git.loadGraph(repository.path(), 10)), expected);
-    EXPECT_EQ(subjectsOf(git.searchCommits(repository.path(), "quoted")), QStringList {unusual});
-    EXPECT_EQ(subjectsOf(git.searchCommits(repository.path(), "lait")), expected.mid(0, 1));
-    EXPECT_EQ(git.loadCommits(repository.path(), 1).value(0).date, utcDate("2024-01-01T10:00:00Z"));
+    EXPECT_EQ(column(git.loadCommits(path, 10), &CommitRecord::subject), expected);
+    EXPECT_EQ(graphSubjects(git.loadGraph(path, 10)), expected);
+    EXPECT_EQ(column(git.searchCommits(path, "quoted"), &CommitRecord::subject),
+              QStringList {unusual});
+    EXPECT_EQ(column(git.searchCommits(path, "lait"), &CommitRecord::subject), expected.mid(0, 1));
+    EXPECT_EQ(git.loadCommits(path, 1).value(0).date, utcDate("2024-01-01T10:00:00Z"));
 }
 
-TEST(HistoryLoader, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThem)
+TEST(HistoryLoader, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLimitsCommits)
 {
+    // main: root -> merge(a) -> merge(b), each branch one commit beside one on main, so git
+    // draws the same fork and join twice.
     TestRepository repository;
-    buildTwoForks(repository);
+    repository.setDateStep(3600);
+    repository.commit("root");
+    for (const QString branch : {"a", "b"}) {
+        repository.git({"switch", "-q", "-c", branch});
+        repository.commit(branch + "1");
+        repository.git({"switch", "-q", "main"});
+        repository.commit("main after " + branch);
+        repository.git({"merge", "-q", "--no-ff", "--no-edit", branch});
+    }
     repository.git({"tag", "v1", "HEAD~1"});
 
-    const QList<GraphCommitRecord> graph = GitService().loadGraph(repository.path(), 500);
-    // Seven commits; each merge opens a fork "|\  " and each fork closes with "|/  ". The line
-    // number keeps repeated drawings apart.
+    GitService git;
+    const QList<GraphCommitRecord> graph = git.loadGraph(repository.path(), 500);
+    // Each merge opens a fork "|\  " and each fork closes with "|/  ". The line number keeps
+    // repeated drawings apart.
     QStringList connectorIds;
     for (const GraphCommitRecord &record : graph) {
         if (record.isConnector()) {
@@ -190,14 +182,14 @@ TEST(HistoryLoader, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThem)
             EXPECT_EQ(record.id, record.shortHash);
         }
     }
-    EXPECT_EQ(subjectsOf(graph).size(), 7);
+    EXPECT_EQ(graphSubjects(graph).size(), 7);
     EXPECT_EQ(connectorIds,
               QStringList({"connector-1-|\\  ", "connector-4-|/  ", "connector-6-|\\  ",
                            "connector-9-|/  "}));
 
     const GraphCommitRecord &head = graph.at(0);
-    EXPECT_EQ(head.graph, "*   ");
-    EXPECT_EQ(head.subject, "Merge branch 'b'");
+    EXPECT_EQ(std::make_tuple(head.graph, head.subject),
+              std::make_tuple("*   ", "Merge branch 'b'"));
     EXPECT_EQ(head.author, "Test"); // merges take the configured identity
     EXPECT_FALSE(head.relativeDate.isEmpty());
     const std::pair<const char *, const char *> decorations[]
@@ -208,19 +200,11 @@ TEST(HistoryLoader, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThem)
     for (const auto &[subject, decoration] : decorations)
         EXPECT_EQ(withSubject(graph, subject).decorations, decoration) << subject;
     EXPECT_EQ(withSubject(graph, "b1").graph, "| * ");
-}
 
-TEST(HistoryLoader, GraphLimitCountsCommitsNotLines)
-{
-    TestRepository forks;
-    buildTwoForks(forks);
-    GitService git;
-    // A merge at the top still draws its fork below itself.
-    const QList<GraphCommitRecord> merge = git.loadGraph(forks.path(), 1);
-    ASSERT_EQ(merge.size(), 2);
-    EXPECT_EQ(merge.at(0).subject, "Merge branch 'b'");
-    EXPECT_EQ(merge.at(1).id, "connector-1-|\\  ");
-    EXPECT_EQ(subjectsOf(git.loadGraph(forks.path(), 3)).size(), 3);
+    // The limit counts commits, not lines: a merge at the top still draws its fork below itself.
+    EXPECT_EQ(column(git.loadGraph(repository.path(), 1), &GraphCommitRecord::id),
+              QStringList({graph.at(0).id, "connector-1-|\\  "}));
+    EXPECT_EQ(graphSubjects(git.loadGraph(repository.path(), 3)).size(), 3);
 }
 
 TEST(HistoryLoader, SearchMatchesMessagesOfAllRefsAsAnUntrimmedCaseInsensitivePattern)
@@ -243,15 +227,16 @@ TEST(HistoryLoader, SearchMatchesMessagesOfAllRefsAsAnUntrimmedCaseInsensitivePa
     };
     GitService git;
     for (const auto &[query, subjects] : cases)
-        EXPECT_EQ(subjectsOf(git.searchCommits(repository.path(), query)), subjects) << query;
+        EXPECT_EQ(column(git.searchCommits(repository.path(), query), &CommitRecord::subject),
+                  subjects)
+            << query;
 
     const QList<CommitRecord> found = git.searchCommits(repository.path(), "prefix");
     ASSERT_EQ(found.size(), 1);
     // The record is trimmed as a whole, so the body loses its final newline. No statistics.
-    EXPECT_EQ(found.at(0).body, "Adds a prefix to names.");
-    EXPECT_EQ(found.at(0).email, "ada@example.com");
-    EXPECT_EQ(std::make_tuple(found.at(0).additions, found.at(0).filesChanged),
-              std::make_tuple(0, 0));
+    EXPECT_EQ(std::make_tuple(found.at(0).body, found.at(0).email, found.at(0).additions,
+                              found.at(0).filesChanged),
+              std::make_tuple("Adds a prefix to names.", "ada@example.com", 0, 0));
 }
 
 TEST(HistoryLoader, BlankSearchRunsNoGitAndABadPatternFailsWithGitsMessage)

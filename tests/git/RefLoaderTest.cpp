@@ -1,7 +1,6 @@
 #include "TestRepository.h"
 #include "git/GitService.h"
 
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,41 +21,7 @@ QString shortHash(const TestRepository &repository, const QString &revision)
     return repository.git({"rev-parse", "--short", revision}).trimmed();
 }
 
-// A repository with main and topic pushed to a bare origin, origin/HEAD set, plus a branch
-// "feature" that exists only on the remote.
-struct ClonedSetup
-{
-    TestRepository origin {true};
-    TestRepository work;
-
-    ClonedSetup()
-    {
-        work.setDateStep(3600);
-        work.commit("root");
-        work.git({"switch", "-q", "-c", "topic"});
-        work.commit("topic work");
-        work.git({"switch", "-q", "-c", "feature"});
-        work.commit("feature work");
-        work.git({"switch", "-q", "main"});
-        work.git({"remote", "add", "origin", origin.path()});
-        work.git({"push", "-q", "origin", "main", "topic", "feature"});
-        work.git({"branch", "-q", "-D", "feature"});
-        work.git({"fetch", "-q", "origin"});
-        work.git({"remote", "set-head", "origin", "-a"});
-    }
-
-    QString current() const { return work.git({"branch", "--show-current"}).trimmed(); }
-};
-
 } // namespace
-
-TEST(RefLoader, EmptyRepositoryHasNoBranchesOrTags)
-{
-    TestRepository repository;
-    GitService git;
-    EXPECT_TRUE(git.loadBranches(repository.path()).isEmpty());
-    EXPECT_TRUE(git.loadTags(repository.path()).isEmpty());
-}
 
 TEST(RefLoader, LocalBranchesNewestTipFirstWithCurrentMarked)
 {
@@ -83,10 +48,27 @@ TEST(RefLoader, LocalBranchesNewestTipFirstWithCurrentMarked)
         EXPECT_FALSE(branch.isCurrent) << branch.name.toStdString();
 }
 
-TEST(RefLoader, RemoteTrackingBranchesAndRemoteHeadAreListedAsRemote)
+TEST(RefLoader, RemoteBranchesAreListedAsRemoteAndCheckedOutAsTrackingBranches)
 {
-    ClonedSetup setup;
-    const QList<BranchRecord> branches = GitService().loadBranches(setup.work.path());
+    // main and topic pushed to a bare origin, origin/HEAD set, and a branch "feature" that
+    // exists only on the remote.
+    TestRepository origin {true};
+    TestRepository work;
+    work.setDateStep(3600);
+    work.commit("root");
+    work.git({"switch", "-q", "-c", "topic"});
+    work.commit("topic work");
+    work.git({"switch", "-q", "-c", "feature"});
+    work.commit("feature work");
+    work.git({"switch", "-q", "main"});
+    work.git({"remote", "add", "origin", origin.path()});
+    work.git({"push", "-q", "origin", "main", "topic", "feature"});
+    work.git({"branch", "-q", "-D", "feature"});
+    work.git({"fetch", "-q", "origin"});
+    work.git({"remote", "set-head", "origin", "-a"});
+    const auto current = [&] { return work.git({"branch", "--show-current"}).trimmed(); };
+    GitService git;
+    const QList<BranchRecord> branches = git.loadBranches(work.path());
     EXPECT_EQ(branches.size(), 6); // main, topic and four remote refs
     // Tips by author date, newest first: feature's tip is the newest commit.
     EXPECT_EQ(branches.first().name, "origin/feature");
@@ -107,28 +89,20 @@ TEST(RefLoader, RemoteTrackingBranchesAndRemoteHeadAreListedAsRemote)
                   std::make_pair(isRemote, isCurrent))
             << name.toStdString();
     }
-}
 
-TEST(RefLoader, CheckoutSwitchesToLocalAndTrackingBranchesOrFailsWithGitsMessage)
-{
-    ClonedSetup setup;
-    GitService git;
-    const QList<BranchRecord> branches = git.loadBranches(setup.work.path());
-
-    git.checkout(*findBranch(branches, "topic"), setup.work.path());
-    EXPECT_EQ(setup.current(), "topic");
-    EXPECT_TRUE(findBranch(git.loadBranches(setup.work.path()), "topic")->isCurrent);
+    git.checkout(*findBranch(branches, "topic"), work.path());
+    EXPECT_EQ(current(), "topic");
+    EXPECT_TRUE(findBranch(git.loadBranches(work.path()), "topic")->isCurrent);
 
     // A remote branch whose local name exists already is refused as git refuses it.
-    EXPECT_EQ(
-        gitErrorOf([&] { git.checkout(*findBranch(branches, "origin/topic"), setup.work.path()); }),
-        "fatal: a branch named 'topic' already exists");
-    EXPECT_EQ(setup.current(), "topic");
+    EXPECT_EQ(gitErrorOf([&] { git.checkout(*findBranch(branches, "origin/topic"), work.path()); }),
+              "fatal: a branch named 'topic' already exists");
+    EXPECT_EQ(current(), "topic");
 
     // Otherwise git makes a local branch of the same short name that tracks it.
-    git.checkout(*findBranch(branches, "origin/feature"), setup.work.path());
-    EXPECT_EQ(setup.current(), "feature");
-    EXPECT_EQ(setup.work.git({"rev-parse", "--abbrev-ref", "feature@{upstream}"}).trimmed(),
+    git.checkout(*findBranch(branches, "origin/feature"), work.path());
+    EXPECT_EQ(current(), "feature");
+    EXPECT_EQ(work.git({"rev-parse", "--abbrev-ref", "feature@{upstream}"}).trimmed(),
               "origin/feature");
 }
 

@@ -24,19 +24,14 @@ TEST(Summary, EmptyRepositoryHasUnbornBranchAndNoHistory)
     repository.git({"add", "staged.txt"});
 
     const RepositorySummary summary = GitService().loadSummary(repository.path());
-    EXPECT_EQ(summary.path, repository.path());
-    EXPECT_EQ(summary.name, QDir(repository.path()).dirName());
-    EXPECT_EQ(summary.currentBranch, "main");
-    EXPECT_FALSE(summary.isClean);
-    EXPECT_EQ(summary.commitCount, 0);
-    EXPECT_EQ(summary.authorCount, 0);
-    EXPECT_EQ(summary.trackedFileCount, 1);
-    EXPECT_EQ(summary.repositorySizeBytes, 5);
-    EXPECT_FALSE(summary.firstCommitDate.has_value());
-    EXPECT_FALSE(summary.latestCommitDate.has_value());
-    EXPECT_EQ(summary.longestInactivityDays, 0);
-    EXPECT_EQ(summary.commitsPerMonth, 0.0);
-    EXPECT_EQ(summary.activityTrendPercent, 0.0);
+    EXPECT_EQ(std::make_tuple(summary.path, summary.name, summary.currentBranch, summary.isClean),
+              std::make_tuple(repository.path(), QDir(repository.path()).dirName(), "main", false));
+    EXPECT_EQ(std::make_tuple(summary.commitCount, summary.authorCount, summary.trackedFileCount,
+                              summary.repositorySizeBytes, summary.longestInactivityDays),
+              std::make_tuple(0, 0, 1, 5, 0));
+    EXPECT_FALSE(summary.firstCommitDate || summary.latestCommitDate);
+    EXPECT_EQ(std::make_pair(summary.commitsPerMonth, summary.activityTrendPercent),
+              std::make_pair(0.0, 0.0));
 }
 
 TEST(Summary, CountsHistoryDatesAndGaps)
@@ -55,15 +50,13 @@ TEST(Summary, CountsHistoryDatesAndGaps)
     repository.git({"remote", "add", "origin", "https://example.com/r.git"});
 
     const RepositorySummary summary = GitService().loadSummary(repository.path());
-    EXPECT_EQ(summary.currentBranch, "main");
-    EXPECT_EQ(summary.remoteURL, std::optional<QString>("https://example.com/r.git"));
-    EXPECT_TRUE(summary.isClean);
-    EXPECT_EQ(summary.commitCount, 3);
-    EXPECT_EQ(summary.branchCount, 2);
-    EXPECT_EQ(summary.tagCount, 1);
-    EXPECT_EQ(summary.authorCount, 3); // one person with two addresses counts twice
-    EXPECT_EQ(summary.trackedFileCount, 2);
-    EXPECT_EQ(summary.repositorySizeBytes, 6);
+    EXPECT_EQ(std::make_tuple(summary.currentBranch, summary.remoteURL, summary.isClean),
+              std::make_tuple("main", std::optional<QString>("https://example.com/r.git"), true));
+    // One person with two addresses counts twice.
+    EXPECT_EQ(std::make_tuple(summary.commitCount, summary.branchCount, summary.tagCount,
+                              summary.authorCount, summary.trackedFileCount,
+                              summary.repositorySizeBytes),
+              std::make_tuple(3, 2, 1, 3, 2, 6));
     EXPECT_GT(summary.gitSizeBytes, 0);
     EXPECT_EQ(summary.firstCommitDate, utcDate("2023-01-01T00:00:00Z"));
     EXPECT_EQ(summary.latestCommitDate, utcDate("2023-02-28T22:00:00Z"));
