@@ -17,6 +17,7 @@
 #include "ui/shell/ModelTypes.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QtQml/qqmlextensionplugin.h>
@@ -119,7 +120,13 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     QTEST_SET_MAIN_SOURCE_PATH
     QmlTestFixtures setup;
-    return quick_test_main_with_setup(argc, argv, QML_TEST_NAME, QUICK_TEST_SOURCE_DIR, &setup);
+    // One object file serves every QML test binary: the binary's name is the test's name, and
+    // its folder of tst_*.qml files comes from the build (STRATALOOM_QML_TESTS in the test's
+    // environment) unless -input names another.
+    const QByteArray name = QFileInfo(QString::fromLocal8Bit(argv[0])).fileName().toLocal8Bit();
+    const QByteArray folder = qgetenv("STRATALOOM_QML_TESTS");
+    return quick_test_main_with_setup(argc, argv, name.constData(),
+                                      folder.isEmpty() ? nullptr : folder.constData(), &setup);
 }
 
 #include "QmlTestMain.moc"
