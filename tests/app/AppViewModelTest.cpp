@@ -59,8 +59,11 @@ private Q_SLOTS:
         recordStates(index, this, states);
         QSignalSpy insights(&index, &AnalyticsIndexController::analyticsInsightsChanged);
 
+        const QString database = RepositoryIndexLocation::databasePath(
+            GitService().commonDirectory(longHistory.path()));
         index.start(summaryAt(longHistory.path()));
-        QTest::qWait(50);
+        // Once its database exists the long run is importing: only the indexer can stop it now.
+        QVERIFY(QTest::qWaitFor([&] { return QFile::exists(database); }, 60000));
         index.start(summaryAt(small->path()));
         QVERIFY(settle(index));
 
@@ -69,9 +72,7 @@ private Q_SLOTS:
         QCOMPARE(insights.count(), 1);
         QCOMPARE(index.analyticsInsights()->totalCommits, 2);
         // The cancellation reached the indexer, which rolled its import back.
-        RepositoryIndex stored(RepositoryIndexLocation::databasePath(
-            GitService().commonDirectory(longHistory.path())));
-        QCOMPARE(stored.snapshot().commits, 0);
+        QCOMPARE(RepositoryIndex(database).snapshot().commits, 0);
     }
 
     void indexFolderThatCannotBeCreatedFails()
