@@ -6,9 +6,6 @@
 #include "index/RepositoryIndex.h"
 
 #include <QFile>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
 
 using namespace strataloom;
 
@@ -37,14 +34,11 @@ void recordStates(AnalyticsIndexController &index, QObject *context, QStringList
 {
     QObject::connect(&index, &AnalyticsIndexController::analyticsIndexStateChanged, context, [&] {
         const AnalyticsIndexState state = index.analyticsIndexState();
-        if (state.isIndexing())
-            states << QStringLiteral("indexing");
-        else if (state.isReady())
-            states << QStringLiteral("ready %1 %2")
-                          .arg(state.indexedCommits())
-                          .arg(state.importedCommits());
-        else
-            states << (state.isFailed() ? QStringLiteral("failed") : QStringLiteral("idle"));
+        states << (state.isIndexing()    ? QStringLiteral("indexing")
+                       : state.isReady() ? QStringLiteral("ready %1 %2")
+                                               .arg(state.indexedCommits())
+                                               .arg(state.importedCommits())
+                                         : QStringLiteral("other"));
     });
 }
 
@@ -55,249 +49,181 @@ class AppViewModelTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
+    void aNewRunCancelsTheOldOne()
+    {
+        FixtureRepository longHistory;
+        longHistory.importHistory(20000);
+        const auto small = smallRepository();
+        AnalyticsIndexController index;
+        QStringList states;
+        recordStates(index, this, states);
+        QSignalSpy insights(&index, &AnalyticsIndexController::analyticsInsightsChanged);
 
-    void aNewRunCancelsTheOldOne();
-    void runningAgainOnAnUnchangedRepositoryImportsNothing();
-    void indexFolderThatCannotBeCreatedFails();
+        const QString database = RepositoryIndexLocation::databasePath(
+            GitService().commonDirectory(longHistory.path()));
+        index.start(summaryAt(longHistory.path()));
+        // Once its database exists the long run is importing: only the indexer can stop it now.
+        QVERIFY(QTest::qWaitFor([&] { return QFile::exists(database); }, 60000));
+        index.start(summaryAt(small->path()));
+        QVERIFY(settle(index));
 
-    void openSetsOffEveryRoomInOrder();
-    void failedOpenKeepsEverythingAndShowsTheError();
-    void failedOpenLetsTheShownRepositoryFinishIndexing();
-    void catalogChoiceOpensInTheSession();
-    void insightJumpsNeedAnExactMatch_data();
-    void insightJumpsNeedAnExactMatch();
+        // The long history's run wrote nothing: no state of its own, no insights.
+        QCOMPARE(states, (QStringList {"indexing", "ready 2 2"}));
+        QCOMPARE(insights.count(), 1);
+        QCOMPARE(index.analyticsInsights()->totalCommits, 2);
+        // The cancellation reached the indexer, which rolled its import back.
+        QCOMPARE(RepositoryIndex(database).snapshot().commits, 0);
+    }
 
-private:
-    std::unique_ptr<FixtureRepository> m_longHistory;
-};
+    void indexFolderThatCannotBeCreatedFails()
+    {
+        const auto repository = smallRepository();
+        QTemporaryDir folder;
+        const QString blocker = folder.filePath(QStringLiteral("not-a-folder"));
+        QVERIFY(QFile(blocker).open(QIODevice::WriteOnly));
+        AnalyticsIndexController index;
+        index.setIndexBaseDirectory(blocker + QStringLiteral("/indexes"));
 
-void AppViewModelTest::initTestCase()
-{
-    m_longHistory = std::make_unique<FixtureRepository>();
-    m_longHistory->importHistory(20000);
-}
+        index.start(summaryAt(repository->path()));
+        QVERIFY(settle(index));
 
-void AppViewModelTest::aNewRunCancelsTheOldOne()
-{
-    const auto small = smallRepository();
-    AnalyticsIndexController index;
-    QStringList states;
-    recordStates(index, this, states);
-    QSignalSpy insights(&index, &AnalyticsIndexController::analyticsInsightsChanged);
+        QVERIFY(index.analyticsIndexState().isFailed());
+        QVERIFY2(index.analyticsIndexState().message().contains(blocker),
+                 qPrintable(index.analyticsIndexState().message()));
+        QVERIFY(!index.analyticsInsights());
+    }
 
-    index.start(summaryAt(m_longHistory->path()));
-    QTest::qWait(50);
-    index.start(summaryAt(small->path()));
-    QVERIFY(settle(index));
+    void openSetsOffEveryRoomInOrder()
+    {
+        const auto repository = smallRepository();
+        ModelHarness harness;
+        AppViewModel &model = harness.model();
+        QVERIFY(openAndWait(model, repository->path()));
+        QVERIFY(settle(model));
+        model.setSelectedSection(AppViewModel::SidebarSection::Branches);
+        harness.selection().selectFile(harness.session().files().constFirst());
+        model.setErrorMessage(QStringLiteral("an old alert"));
+        QVERIFY(settle(model));
+        const RepositoryAnalyticsInsights insights = *harness.analytics().analyticsInsights();
+        SignalOrder order({&model, &harness.session(), &harness.selection(), &harness.catalog(),
+                           &harness.analytics()});
 
-    // The long history's run wrote nothing: no state of its own, no insights.
-    QCOMPARE(states, (QStringList {"indexing", "ready 2 2"}));
-    QCOMPARE(insights.count(), 1);
-    QCOMPARE(index.analyticsInsights()->totalCommits, 2);
-    QCOMPARE(index.property("analyticsInsights").toMap().value("totalCommits"),
-             QVariant(qint64(2)));
-    // The cancellation reached the indexer, which rolled its import back.
-    RepositoryIndex stored(
-        RepositoryIndexLocation::databasePath(GitService().commonDirectory(m_longHistory->path())));
-    QCOMPARE(stored.snapshot().commits, 0);
-}
+        model.session()->refresh();
+        QVERIFY(settle(model));
 
-void AppViewModelTest::runningAgainOnAnUnchangedRepositoryImportsNothing()
-{
-    const auto repository = smallRepository();
-    AnalyticsIndexController index;
-    index.start(summaryAt(repository->path()));
-    QVERIFY(settle(index));
-    const RepositoryAnalyticsInsights before = *index.analyticsInsights();
-    QStringList states;
-    recordStates(index, this, states);
-    QSignalSpy insights(&index, &AnalyticsIndexController::analyticsInsightsChanged);
+        order.fired.removeAll(QStringLiteral("activity"));
+        // Nothing but the recents' dates changed in the repository: the lists stay as they were.
+        QCOMPARE(order.fired,
+                 (QStringList {"isLoading", "errorMessage", "selectedFile", "selectedFileDetails",
+                               "selectedSection", "recentRepositories", "analyticsIndexState",
+                               "analyticsInsights", "isLoading", "analyticsInsights",
+                               "analyticsIndexState"}));
+        QCOMPARE(harness.selection().selectedCommit(),
+                 std::optional(harness.session().commits().constFirst()));
+        QCOMPARE(harness.recentStore().load(), harness.catalog().recentRepositories());
+        QCOMPARE(harness.catalog().recentRepositories().constFirst().path, repository->path());
+        // The index run found nothing new and published the same insights again.
+        QVERIFY(harness.analytics().analyticsIndexState().isReady());
+        QCOMPARE(harness.analytics().analyticsIndexState().importedCommits(), 0);
+        QCOMPARE(*harness.analytics().analyticsInsights(), insights);
+    }
 
-    index.start(summaryAt(repository->path()));
-    QVERIFY(settle(index));
+    void failedOpenKeepsEverythingAndLetsTheShownRepositoryFinishIndexing()
+    {
+        const auto repository = smallRepository();
+        QTemporaryDir notARepository;
+        ModelHarness harness;
+        AppViewModel &model = harness.model();
+        // The failing open starts while the first repository's index task runs.
+        QMetaObject::Connection started;
+        started = connect(model.analytics(), &AnalyticsIndexController::analyticsIndexStateChanged,
+                          this, [&] {
+                              if (harness.analytics().analyticsIndexState().isIndexing()) {
+                                  disconnect(started);
+                                  model.session()->openRepository(notARepository.path());
+                              }
+                          });
 
-    QCOMPARE(states, (QStringList {"indexing", "ready 2 0"}));
-    // Cleared when the run starts, the same insights again when it ends.
-    QCOMPARE(insights.count(), 2);
-    QCOMPARE(*index.analyticsInsights(), before);
-}
+        model.session()->openRepository(repository->path());
+        QVERIFY(settle(model));
 
-void AppViewModelTest::indexFolderThatCannotBeCreatedFails()
-{
-    const auto repository = smallRepository();
-    QTemporaryDir folder;
-    const QString blocker = folder.filePath(QStringLiteral("not-a-folder"));
-    QFile file(blocker);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.close();
-    AnalyticsIndexController index;
-    index.setIndexBaseDirectory(blocker + QStringLiteral("/indexes"));
-
-    index.start(summaryAt(repository->path()));
-    QVERIFY(settle(index));
-
-    const auto state = index.property("analyticsIndexState").value<AnalyticsIndexState>();
-    QVERIFY(state.isFailed());
-    QVERIFY2(state.message().contains(blocker), qPrintable(state.message()));
-    QVERIFY(!index.analyticsInsights());
-    QVERIFY(!index.property("analyticsInsights").isValid());
-}
-
-void AppViewModelTest::openSetsOffEveryRoomInOrder()
-{
-    const auto repository = smallRepository();
-    ModelHarness harness;
-    AppViewModel &model = harness.model();
-    QVERIFY(openAndWait(model, repository->path()));
-    QVERIFY(settle(model));
-    model.setSelectedSection(AppViewModel::SidebarSection::Branches);
-    harness.selection().selectFile(harness.session().files().constFirst());
-    model.setErrorMessage(QStringLiteral("an old alert"));
-    QVERIFY(settle(model));
-    SignalOrder order({&model, &harness.session(), &harness.selection(), &harness.catalog(),
-                       &harness.analytics()});
-
-    model.session()->refresh();
-    QVERIFY(settle(model));
-
-    order.fired.removeAll(QStringLiteral("activity"));
-    // Nothing but the recents' dates changed in the repository: the lists stay as they were.
-    QCOMPARE(order.fired,
-             (QStringList {"isLoading", "errorMessage", "selectedFile", "selectedFileDetails",
-                           "selectedSection", "recentRepositories", "analyticsIndexState",
-                           "analyticsInsights", "isLoading", "analyticsInsights",
-                           "analyticsIndexState"}));
-    QVERIFY(!model.errorMessage());
-    QCOMPARE(model.selectedSection(), AppViewModel::SidebarSection::Overview);
-    QCOMPARE(harness.selection().selectedCommit(),
-             std::optional(harness.session().commits().constFirst()));
-    QCOMPARE(harness.recentStore().load(), harness.catalog().recentRepositories());
-    QCOMPARE(harness.catalog().recentRepositories().constFirst().path, repository->path());
-    QVERIFY(harness.analytics().analyticsIndexState().isReady());
-}
-
-void AppViewModelTest::failedOpenKeepsEverythingAndShowsTheError()
-{
-    QTemporaryDir notARepository;
-    const auto repository = smallRepository();
-    ModelHarness harness;
-    AppViewModel &model = harness.model();
-    QVERIFY(openAndWait(model, repository->path()));
-    QVERIFY(settle(model));
-    const QList<RecentRepository> recents = harness.catalog().recentRepositories();
-    const AnalyticsIndexState state = harness.analytics().analyticsIndexState();
-
-    QVERIFY(openAndWait(model, notARepository.path()));
-    QVERIFY(settle(model));
-
-    QVERIFY(model.property("errorMessage").toString().startsWith(QStringLiteral("fatal:")));
-    QCOMPARE(harness.session().repository()->path, repository->path());
-    QCOMPARE(harness.catalog().recentRepositories(), recents);
-    QCOMPARE(harness.analytics().analyticsIndexState(), state);
-
-    // Closing the alert clears it; so does the next open.
-    model.setProperty("errorMessage", QString());
-    QVERIFY(!model.errorMessage());
-    model.setErrorMessage(QStringLiteral("x"));
-    model.session()->refresh();
-    QVERIFY(!model.errorMessage());
-    QVERIFY(settle(model));
-}
-
-void AppViewModelTest::failedOpenLetsTheShownRepositoryFinishIndexing()
-{
-    const auto repository = smallRepository();
-    QTemporaryDir notARepository;
-    ModelHarness harness;
-    AppViewModel &model = harness.model();
-    // The failing open starts while the first repository's index task runs.
-    QMetaObject::Connection started;
-    started = connect(harness.model().analytics(),
-                      &AnalyticsIndexController::analyticsIndexStateChanged, this, [&] {
-                          if (harness.analytics().analyticsIndexState().isIndexing()) {
-                              disconnect(started);
-                              model.session()->openRepository(notARepository.path());
-                          }
-                      });
-
-    model.session()->openRepository(repository->path());
-    QVERIFY(settle(model));
-
-    QVERIFY(model.errorMessage());
-    QCOMPARE(harness.session().repository()->path, repository->path());
-    QVERIFY2(harness.analytics().analyticsIndexState().isReady(),
-             qPrintable(harness.analytics().analyticsIndexState().message()));
-}
-
-void AppViewModelTest::catalogChoiceOpensInTheSession()
-{
-    const auto repository = smallRepository();
-    ModelHarness harness;
-    harness.recentStore().save({{QStringLiteral("old name"), repository->path(),
-                                 QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC)},
-                                {QStringLiteral("gone"), QStringLiteral("/nonexistent/gone"),
-                                 QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC)}});
-    harness.restart();
-    AppViewModel &model = harness.model();
-
-    harness.catalog().openRecentRepository(harness.catalog().recentRepositories().at(1));
-    QVERIFY(model.errorMessage()->contains(QStringLiteral("/nonexistent/gone")));
-    QVERIFY(!harness.session().isLoading());
-
-    harness.catalog().openRecentRepository(harness.catalog().recentRepositoriesModel()->get(0));
-    QVERIFY(harness.session().isLoading());
-    QVERIFY(!model.errorMessage());
-    QVERIFY(settle(model));
-    QCOMPARE(harness.session().repository()->path, repository->path());
-    QCOMPARE(harness.catalog().recentRepositories().constFirst().name,
-             harness.session().repository()->name);
-    QVERIFY(harness.catalog().recentRepositories().constFirst().lastOpened.date().year() > 2020);
-}
-
-void AppViewModelTest::insightJumpsNeedAnExactMatch_data()
-{
-    QTest::addColumn<bool>("author");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("section");
-    QTest::newRow("author") << true << "Grace Hopper"
-                            << int(AppViewModel::SidebarSection::Statistics);
-    QTest::newRow("author in other case") << true << "grace hopper" << -1;
-    QTest::newRow("file") << false << "b.txt" << int(AppViewModel::SidebarSection::Files);
-    QTest::newRow("file no longer there") << false << "gone.txt" << -1;
-}
-
-void AppViewModelTest::insightJumpsNeedAnExactMatch()
-{
-    QFETCH(bool, author);
-    QFETCH(QString, name);
-    QFETCH(int, section);
-    const auto repository = smallRepository();
-    ModelHarness harness;
-    AppViewModel &model = harness.model();
-    QVERIFY(openAndWait(model, repository->path()));
-    QVERIFY(settle(model));
-
-    if (author)
-        model.openInsightAuthor(name);
-    else
-        model.openInsightFile(name);
-    QVERIFY(settle(model));
-
-    const RepositorySelection &selection = harness.selection();
-    if (section < 0) {
-        QVERIFY(model.errorMessage());
-        QCOMPARE(model.selectedSection(), AppViewModel::SidebarSection::Overview);
-        QVERIFY(!selection.selectedAuthor() && !selection.selectedFile());
-    } else {
+        QVERIFY(model.errorMessage()->startsWith(QStringLiteral("fatal:")));
+        QCOMPARE(harness.session().repository()->path, repository->path());
+        QCOMPARE(harness.catalog().recentRepositories().size(), 1);
+        QVERIFY2(harness.analytics().analyticsIndexState().isReady(),
+                 qPrintable(harness.analytics().analyticsIndexState().message()));
+        // The next open clears the alert.
+        model.session()->refresh();
         QVERIFY(!model.errorMessage());
-        QCOMPARE(int(model.selectedSection()), section);
+        QVERIFY(settle(model));
+    }
+
+    void catalogChoiceOpensInTheSession()
+    {
+        const auto repository = smallRepository();
+        ModelHarness harness;
+        const QDateTime old(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC);
+        harness.recentStore().save(
+            {{QStringLiteral("old name"), repository->path(), old},
+             {QStringLiteral("gone"), QStringLiteral("/nonexistent/gone"), old}});
+        harness.restart();
+        AppViewModel &model = harness.model();
+
+        harness.catalog().openRecentRepository(harness.catalog().recentRepositories().at(1));
+        QVERIFY(model.errorMessage()->contains(QStringLiteral("/nonexistent/gone")));
+        QVERIFY(!harness.session().isLoading());
+
+        harness.catalog().openRecentRepository(harness.catalog().recentRepositories().at(0));
+        QVERIFY(harness.session().isLoading());
+        QVERIFY(!model.errorMessage());
+        QVERIFY(settle(model));
+        QCOMPARE(harness.session().repository()->path, repository->path());
+        const RecentRepository first = harness.catalog().recentRepositories().constFirst();
+        QCOMPARE(first.name, harness.session().repository()->name);
+        QVERIFY(first.lastOpened > old);
+    }
+
+    void insightJumpsNeedAnExactMatch_data()
+    {
+        QTest::addColumn<bool>("author");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("section");
+        QTest::newRow("author") << true << "Grace Hopper"
+                                << int(AppViewModel::SidebarSection::Statistics);
+        QTest::newRow("author in other case") << true << "grace hopper" << -1;
+        QTest::newRow("file") << false << "b.txt" << int(AppViewModel::SidebarSection::Files);
+        QTest::newRow("file no longer there") << false << "gone.txt" << -1;
+    }
+
+    void insightJumpsNeedAnExactMatch()
+    {
+        QFETCH(bool, author);
+        QFETCH(QString, name);
+        QFETCH(int, section);
+        const auto repository = smallRepository();
+        ModelHarness harness;
+        AppViewModel &model = harness.model();
+        QVERIFY(openAndWait(model, repository->path()));
+        QVERIFY(settle(model));
+
         if (author)
+            model.openInsightAuthor(name);
+        else
+            model.openInsightFile(name);
+        QVERIFY(settle(model));
+
+        const RepositorySelection &selection = harness.selection();
+        QCOMPARE(bool(model.errorMessage()), section < 0);
+        QCOMPARE(int(model.selectedSection()),
+                 section < 0 ? int(AppViewModel::SidebarSection::Overview) : section);
+        if (section < 0)
+            QVERIFY(!selection.selectedAuthor() && !selection.selectedFile());
+        else if (author)
             QCOMPARE(selection.selectedAuthorDetails()->name, name);
         else
             QCOMPARE(selection.selectedFileDetails()->path, name);
     }
-}
+};
 
 STRATALOOM_MODEL_TEST_MAIN(AppViewModelTest)
 #include "AppViewModelTest.moc"

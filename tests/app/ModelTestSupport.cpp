@@ -1,7 +1,7 @@
 #include "ModelTestSupport.h"
 
-#include "git/GitProcess.h"
 #include "TestGit.h"
+#include "git/GitProcess.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -9,9 +9,6 @@
 #include <QFileInfo>
 #include <QMetaMethod>
 #include <QMetaProperty>
-#include <QSettings>
-
-#include <cstdlib>
 
 using namespace strataloom;
 
@@ -19,9 +16,9 @@ namespace {
 
 QString runGit(const QString &directory, const QStringList &arguments, const QString &date)
 {
-    const ProcessResult result = runProcess(QStringLiteral("/usr/bin/git"),
-                                            testGitArguments(directory, arguments),
-                                            testGitEnvironment(date));
+    const ProcessResult result
+        = runProcess(QStringLiteral("/usr/bin/git"), testGitArguments(directory, arguments),
+                     testGitEnvironment(date));
     if (result.exitStatus != 0)
         qFatal("git %s failed: %s", qPrintable(arguments.join(QLatin1Char(' '))),
                result.standardError.constData());
@@ -40,10 +37,6 @@ FixtureRepository::FixtureRepository(bool bare)
         init << QStringLiteral("--bare");
     git(init);
 }
-
-FixtureRepository::FixtureRepository(const QString &existingPath)
-    : m_path(existingPath)
-{ }
 
 void FixtureRepository::write(const QString &relative, const QByteArray &content) const
 {
@@ -126,21 +119,6 @@ ModelHarness::~ModelHarness()
     m_testers.clear();
 }
 
-QString ModelHarness::settingsFile() const
-{
-    return m_settings.filePath(QStringLiteral("settings.ini"));
-}
-
-RecentRepositoryStore ModelHarness::recentStore() const
-{
-    return RecentRepositoryStore(settingsFile());
-}
-
-DiscoveredRepositoryStore ModelHarness::discoveredStore() const
-{
-    return DiscoveredRepositoryStore(settingsFile());
-}
-
 void ModelHarness::restart()
 {
     if (m_model)
@@ -149,18 +127,13 @@ void ModelHarness::restart()
     m_model = std::make_unique<AppViewModel>(recentStore(), discoveredStore(),
                                              RepositoryScanner(m_home), &m_desktop);
     for (QObject *room : std::initializer_list<QObject *> {
-             m_model->session(), m_model->selection(), m_model->catalog(), m_model->analytics()})
-        watchModels(room);
-}
-
-void ModelHarness::watchModels(QObject *room)
-{
-    const QMetaObject *meta = room->metaObject();
-    for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
-        auto *list = qvariant_cast<RecordListModel *>(meta->property(i).read(room));
-        if (list)
-            m_testers.push_back(std::make_unique<QAbstractItemModelTester>(
-                list, QAbstractItemModelTester::FailureReportingMode::QtTest));
+             m_model->session(), m_model->selection(), m_model->catalog(), m_model->analytics()}) {
+        const QMetaObject *meta = room->metaObject();
+        for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
+            if (auto *list = qvariant_cast<RecordListModel *>(meta->property(i).read(room)))
+                m_testers.push_back(std::make_unique<QAbstractItemModelTester>(
+                    list, QAbstractItemModelTester::FailureReportingMode::QtTest));
+        }
     }
 }
 
@@ -184,11 +157,6 @@ SignalOrder::SignalOrder(const QList<QObject *> &objects)
             connect(object, property.notifySignal(), this, slot);
         }
     }
-}
-
-void SignalOrder::record()
-{
-    fired << m_names.value({sender(), senderSignalIndex()});
 }
 
 std::unique_ptr<FixtureRepository> projectRepository(const QByteArray &marker)

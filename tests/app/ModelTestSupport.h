@@ -4,15 +4,13 @@
 // repositories, a model over temporary stores with every list model under
 // QAbstractItemModelTester, and a recording stand-in for the desktop.
 
+#include "IsolatedEnvironment.h"
 #include "app/AppViewModel.h"
 #include "app/DesktopActions.h"
-#include "IsolatedEnvironment.h"
 
 #include <QAbstractItemModelTester>
 #include <QCoreApplication>
-#include <QList>
 #include <QSignalSpy>
-#include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QTest>
@@ -31,19 +29,17 @@
         return QTest::qExec(&test, argc, argv);                                                    \
     }
 
-/**
- * @brief A git repository in a temporary folder, with fixed identities and dates.
- *
- * A git failure while building a fixture ends the test binary with git's message: the fixture,
- * not the behaviour under test, is broken then.
- */
+/// @brief A git repository in a temporary folder, with fixed identities and dates. A git failure
+/// while building a fixture ends the binary with git's message: the fixture is broken then.
 class FixtureRepository
 {
 public:
     /// @brief A fresh repository on an unborn "main" (bare when @p bare).
     explicit FixtureRepository(bool bare = false);
-    /// @brief Takes over an existing folder (for example one made by make-history.py).
-    explicit FixtureRepository(const QString &existingPath);
+    /// @brief Takes over an existing folder.
+    explicit FixtureRepository(const QString &existingPath)
+        : m_path(existingPath)
+    { }
 
     QString path() const { return m_path; }
     void write(const QString &relative, const QByteArray &content) const;
@@ -53,10 +49,8 @@ public:
     QString commit(const QString &message, const QString &author = QStringLiteral("Ada Lovelace"),
                    const QString &email = QStringLiteral("ada@example.com"),
                    const QString &date = {});
-    /**
-     * @brief Adds @p count commits on "main" in one fast-import run (each changes one of a few
-     * dozen files by several authors) and checks them out: a long history in a second or so.
-     */
+    /// @brief Adds @p count commits on "main" in one fast-import run (each changes one of a few
+    /// dozen files by several authors) and checks them out: a long history in a second or so.
     void importHistory(int count);
     /// @brief Runs git; a failure ends the binary.
     QString git(const QStringList &arguments) const;
@@ -88,10 +82,8 @@ public:
     std::function<void(const QString &)> pendingChoice;
 };
 
-/**
- * @brief An AppViewModel over stores in a temporary settings file, a scanner over @p home and a
- * recording desktop, with QAbstractItemModelTester watching each list model of its rooms.
- */
+/// @brief An AppViewModel over stores in a temporary settings file, a scanner over @p home and a
+/// recording desktop, with QAbstractItemModelTester watching each list model of its rooms.
 class ModelHarness
 {
 public:
@@ -104,15 +96,19 @@ public:
     strataloom::RepositoryCatalog &catalog() { return *m_model->catalog(); }
     strataloom::AnalyticsIndexController &analytics() { return *m_model->analytics(); }
     RecordingDesktopActions &desktop() { return m_desktop; }
-    QString settingsFile() const;
-    strataloom::RecentRepositoryStore recentStore() const;
-    strataloom::DiscoveredRepositoryStore discoveredStore() const;
+    QString settingsFile() const { return m_settings.filePath(QStringLiteral("settings.ini")); }
+    strataloom::RecentRepositoryStore recentStore() const
+    {
+        return strataloom::RecentRepositoryStore(settingsFile());
+    }
+    strataloom::DiscoveredRepositoryStore discoveredStore() const
+    {
+        return strataloom::DiscoveredRepositoryStore(settingsFile());
+    }
     /// @brief A new model over the same stores (what the next start of the application sees).
     void restart();
 
 private:
-    void watchModels(QObject *room);
-
     QTemporaryDir m_settings;
     QTemporaryDir m_emptyHome;
     QString m_home;
@@ -153,7 +149,7 @@ public:
     QStringList fired;
 
 private Q_SLOTS:
-    void record();
+    void record() { fired << m_names.value({sender(), senderSignalIndex()}); }
 
 private:
     QHash<QPair<QObject *, int>, QString> m_names;

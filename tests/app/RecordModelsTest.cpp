@@ -54,50 +54,51 @@ class RecordModelsTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyListModelShowsAndHandsBackItsRecords();
-    void computedAndAbsentValues();
+    void everyListModelShowsAndHandsBackItsRecords()
+    {
+        const QString a = QStringLiteral("a"), b = QStringLiteral("b");
+        exercise<CommitListModel>(QList<CommitRecord> {{a, a, a, a, someDate, a, a, 1, 2, 3},
+                                                       {b, b, b, b, {}, b, b, 0, 0, 0}},
+                                  "subject");
+        exercise<GraphListModel>(
+            QList<GraphCommitRecord> {{a, a, a, a, a, a, a}, {{}, b, {}, {}, {}, {}, {}}},
+            "subject");
+        exercise<BranchListModel>(
+            QList<BranchRecord> {{a, true, false, a, someDate, a}, {b, false, true, b, {}, b}},
+            "name");
+        exercise<TagListModel>(QList<TagRecord> {{a, a, someDate, a}, {b, b, {}, b}}, "name");
+        exercise<FileListModel>(QList<FileRecord> {{a, a, someDate, a}, {b, {}, {}, b}}, "path");
+        exercise<ActivityListModel>(QList<ActivityPoint> {{someDate, 2}, {someDate.addDays(1), 0}},
+                                    "count");
+        exercise<AuthorStatListModel>(QList<AuthorStat> {{a, 3}, {b, 1}}, "name");
+        exercise<CommitChangeListModel>(QList<CommitFileChange> {{a, a}, {b, b}}, "path");
+        exercise<RecentRepositoryListModel>(
+            QList<RecentRepository> {{a, a, someDate}, {b, b, someDate.addDays(1)}}, "name");
+        exercise<DiscoveredRepositoryListModel>(QList<DiscoveredRepository> {{a, a}, {b, b}},
+                                                "name");
+    }
+
+    void computedAndAbsentValues()
+    {
+        GraphListModel graph;
+        graph.setRecords({{QStringLiteral("a1"), {}, QStringLiteral("a"), {}, {}, {}, {}}, {}});
+        QCOMPARE(graph.get(0).value(QStringLiteral("isConnector")), QVariant(false));
+        QCOMPARE(graph.get(1).value(QStringLiteral("isConnector")), QVariant(true));
+
+        // Insights reach QML as nested maps and lists: an optional record, a period's churn.
+        RepositoryAnalyticsInsights insights;
+        insights.peakDay
+            = IndexedActivityInsight {QStringLiteral("2024-03-01"), someDate, 3, 10, 2};
+        insights.topAuthors = {{QStringLiteral("Ada"), 4, 10, 2, 1.0, someDate, std::nullopt}};
+        const QVariantMap map = toVariantMap(insights);
+        QVERIFY(map.value(QStringLiteral("firstCommitAt")).isNull());
+        QCOMPARE(map.value(QStringLiteral("peakDay")).toMap().value(QStringLiteral("churn")),
+                 QVariant(qint64(12)));
+        const QVariantMap author = map.value(QStringLiteral("topAuthors")).toList()[0].toMap();
+        QCOMPARE(author.value(QStringLiteral("firstCommitAt")).toDateTime(), someDate);
+        QVERIFY(author.value(QStringLiteral("lastCommitAt")).isNull());
+    }
 };
-
-void RecordModelsTest::everyListModelShowsAndHandsBackItsRecords()
-{
-    const QString a = QStringLiteral("a"), b = QStringLiteral("b");
-    exercise<CommitListModel>(
-        QList<CommitRecord> {{a, a, a, a, someDate, a, a, 1, 2, 3}, {b, b, b, b, {}, b, b, 0, 0, 0}},
-        "subject");
-    exercise<GraphListModel>(
-        QList<GraphCommitRecord> {{a, a, a, a, a, a, a}, {{}, b, {}, {}, {}, {}, {}}}, "subject");
-    exercise<BranchListModel>(
-        QList<BranchRecord> {{a, true, false, a, someDate, a}, {b, false, true, b, {}, b}}, "name");
-    exercise<TagListModel>(QList<TagRecord> {{a, a, someDate, a}, {b, b, {}, b}}, "name");
-    exercise<FileListModel>(QList<FileRecord> {{a, a, someDate, a}, {b, {}, {}, b}}, "path");
-    exercise<ActivityListModel>(QList<ActivityPoint> {{someDate, 2}, {someDate.addDays(1), 0}},
-                                "count");
-    exercise<AuthorStatListModel>(QList<AuthorStat> {{a, 3}, {b, 1}}, "name");
-    exercise<CommitChangeListModel>(QList<CommitFileChange> {{a, a}, {b, b}}, "path");
-    exercise<RecentRepositoryListModel>(
-        QList<RecentRepository> {{a, a, someDate}, {b, b, someDate.addDays(1)}}, "name");
-    exercise<DiscoveredRepositoryListModel>(QList<DiscoveredRepository> {{a, a}, {b, b}}, "name");
-}
-
-void RecordModelsTest::computedAndAbsentValues()
-{
-    GraphListModel graph;
-    graph.setRecords({{QStringLiteral("a1"), {}, QStringLiteral("a"), {}, {}, {}, {}}, {}});
-    QCOMPARE(graph.get(0).value(QStringLiteral("isConnector")), QVariant(false));
-    QCOMPARE(graph.get(1).value(QStringLiteral("isConnector")), QVariant(true));
-
-    // Insights reach QML as nested maps and lists: an optional record, a period's churn.
-    RepositoryAnalyticsInsights insights;
-    insights.peakDay = IndexedActivityInsight {QStringLiteral("2024-03-01"), someDate, 3, 10, 2};
-    insights.topAuthors = {{QStringLiteral("Ada"), 4, 10, 2, 1.0, someDate, std::nullopt}};
-    const QVariantMap map = toVariantMap(insights);
-    QVERIFY(map.value(QStringLiteral("firstCommitAt")).isNull());
-    QCOMPARE(map.value(QStringLiteral("peakDay")).toMap().value(QStringLiteral("churn")),
-             QVariant(qint64(12)));
-    const QVariantMap author = map.value(QStringLiteral("topAuthors")).toList()[0].toMap();
-    QCOMPARE(author.value(QStringLiteral("firstCommitAt")).toDateTime(), someDate);
-    QVERIFY(author.value(QStringLiteral("lastCommitAt")).isNull());
-}
 
 STRATALOOM_MODEL_TEST_MAIN(RecordModelsTest)
 #include "RecordModelsTest.moc"
