@@ -76,27 +76,6 @@ TEST(HistoryLoader, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirst)
               std::make_tuple(3, 0, 1));
 }
 
-TEST(HistoryLoader, LimitCountsCommitsOfTheCurrentBranchWhileTheGraphShowsAllRefs)
-{
-    TestRepository repository;
-    repository.setDateStep(60);
-    repository.commit("one");
-    repository.commit("two");
-    repository.git({"switch", "-q", "-c", "side"});
-    repository.commit("side only");
-    repository.git({"switch", "-q", "--orphan", "other"});
-    repository.commit("second root");
-    repository.git({"switch", "-q", "main"});
-
-    GitService git;
-    EXPECT_EQ(column(git.loadCommits(repository.path(), 1), &CommitRecord::subject),
-              QStringList {"two"});
-    EXPECT_EQ(column(git.loadCommits(repository.path(), 10), &CommitRecord::subject),
-              QStringList({"two", "one"}));
-    EXPECT_EQ(graphSubjects(git.loadGraph(repository.path(), 10)),
-              QStringList({"second root", "side only", "two", "one"}));
-}
-
 TEST(HistoryLoader, BinaryFilesCountAsChangedWithoutLinesAndMergesHaveNoFigures)
 {
     TestRepository repository;
@@ -207,7 +186,9 @@ TEST(HistoryLoader, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLi
     EXPECT_EQ(graphSubjects(git.loadGraph(repository.path(), 3)).size(), 3);
 }
 
-TEST(HistoryLoader, SearchMatchesMessagesOfAllRefsAsAnUntrimmedCaseInsensitivePattern)
+// The limit counts commits of the current branch, while the graph and the search take in all
+// refs, also a second root.
+TEST(HistoryLoader, LimitCountsTheCurrentBranchWhileGraphAndSearchTakeAllRefs)
 {
     TestRepository repository;
     repository.setDateStep(60);
@@ -218,14 +199,24 @@ TEST(HistoryLoader, SearchMatchesMessagesOfAllRefsAsAnUntrimmedCaseInsensitivePa
     repository.commit("version 1x2");
     repository.git({"switch", "-q", "-c", "side"});
     repository.commit("a fix on a side branch");
+    repository.git({"switch", "-q", "--orphan", "other"});
+    repository.commit("second root");
     repository.git({"switch", "-q", "main"});
+
+    GitService git;
+    const QString path = repository.path();
+    EXPECT_EQ(column(git.loadCommits(path, 1), &CommitRecord::subject),
+              QStringList {"version 1x2"});
+    const QStringList main {"version 1x2", "Unrelated", "Tidy up", "FIX LOUDLY", "Fix the parser"};
+    EXPECT_EQ(column(git.loadCommits(path, 10), &CommitRecord::subject), main);
+    EXPECT_EQ(graphSubjects(git.loadGraph(path, 10)),
+              QStringList({"second root", "a fix on a side branch"}) + main);
 
     const std::pair<const char *, QStringList> cases[] = {
         {"fix", {"a fix on a side branch", "Tidy up", "FIX LOUDLY", "Fix the parser"}},
         {" fix", {"a fix on a side branch"}},
         {"1.2", {"version 1x2"}},
     };
-    GitService git;
     for (const auto &[query, subjects] : cases)
         EXPECT_EQ(column(git.searchCommits(repository.path(), query), &CommitRecord::subject),
                   subjects)
