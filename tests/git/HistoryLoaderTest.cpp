@@ -2,6 +2,7 @@
 #include "TestRepository.h"
 #include "git/GitService.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <gtest/gtest.h>
@@ -29,10 +30,10 @@ template<typename Record> Record withSubject(const QList<Record> &records, const
 
 } // namespace
 
-TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsWithoutError)
+TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsAndAnUnbornBranchWithoutError)
 {
     TestRepository repository;
-    repository.write("staged.txt", "staged\n");
+    repository.write("staged.txt", "12345");
     repository.write("untracked.txt", "u\n");
     repository.git({"add", "staged.txt"});
     const QString path = repository.path();
@@ -47,6 +48,15 @@ TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsWithoutError)
     EXPECT_EQ(git.loadAuthorDetails(path, "Ada").commits, 0);
     EXPECT_EQ(column(git.loadFiles(path), &FileRecord::path), QStringList {"staged.txt"});
     EXPECT_TRUE(gitErrorOf([&] { git.loadFileDetails(path, "staged.txt"); }).startsWith("fatal:"));
+
+    const RepositorySummary summary = git.loadSummary(path);
+    EXPECT_EQ(std::make_tuple(summary.path, summary.name, summary.currentBranch, summary.isClean),
+              std::make_tuple(path, QDir(path).dirName(), "main", false));
+    EXPECT_EQ(std::make_tuple(summary.commitCount, summary.authorCount, summary.trackedFileCount,
+                              summary.repositorySizeBytes, summary.longestInactivityDays,
+                              summary.commitsPerMonth, summary.activityTrendPercent),
+              std::make_tuple(0, 0, 1, 5, 0, 0.0, 0.0));
+    EXPECT_FALSE(summary.firstCommitDate || summary.latestCommitDate);
 }
 
 TEST(HistoryLoader, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirst)

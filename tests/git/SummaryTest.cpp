@@ -1,9 +1,6 @@
 #include "TestRepository.h"
 #include "git/GitService.h"
 
-#include <QDir>
-#include <QTemporaryDir>
-
 #include <gtest/gtest.h>
 
 using namespace strataloom;
@@ -16,23 +13,6 @@ QString daysAgo(int days)
 }
 
 } // namespace
-
-TEST(Summary, EmptyRepositoryHasUnbornBranchAndNoHistory)
-{
-    TestRepository repository;
-    repository.write("staged.txt", "12345");
-    repository.git({"add", "staged.txt"});
-
-    const RepositorySummary summary = GitService().loadSummary(repository.path());
-    EXPECT_EQ(std::make_tuple(summary.path, summary.name, summary.currentBranch, summary.isClean),
-              std::make_tuple(repository.path(), QDir(repository.path()).dirName(), "main", false));
-    EXPECT_EQ(std::make_tuple(summary.commitCount, summary.authorCount, summary.trackedFileCount,
-                              summary.repositorySizeBytes, summary.longestInactivityDays),
-              std::make_tuple(0, 0, 1, 5, 0));
-    EXPECT_FALSE(summary.firstCommitDate || summary.latestCommitDate);
-    EXPECT_EQ(std::make_pair(summary.commitsPerMonth, summary.activityTrendPercent),
-              std::make_pair(0.0, 0.0));
-}
 
 TEST(Summary, CountsHistoryDatesAndGaps)
 {
