@@ -223,22 +223,17 @@ struct Fixture
     {
         const QString path = repository.path();
         std::vector<std::future<QString>> outputs;
-        for (const QStringList &command : QList<QStringList> {{"summary", path},
-                                                              {"commits", path},
-                                                              {"graph", path},
-                                                              {"search", path, "a+b"},
-                                                              {"branches", path},
-                                                              {"tags", path},
-                                                              {"files", path},
-                                                              {"file", path, "notes.txt"},
-                                                              {"authors", path},
-                                                              {"author", path, "Ada Lovelace"},
-                                                              {"activity", path, "--months", "600"},
-                                                              {"changes", path, changed},
-                                                              {"diff", path, changed}})
+        // Each command with its arguments after the repository, joined by "|".
+        for (const QString &entry :
+             QStringList {"summary", "commits", "graph", "search|a+b", "branches", "tags", "files",
+                          "file|notes.txt", "authors", "author|Ada Lovelace",
+                          "activity|--months|600", "changes|" + changed, "diff|" + changed}) {
+            QStringList command = entry.split('|');
+            command.insert(1, path);
             outputs.push_back(std::async(std::launch::async, [command] {
-                return command.first() + '\n' + runCli(command);
+                return command.join(' ') + '\n' + runCli(command);
             }));
+        }
         QTemporaryDir indexDir;
         runCli({"index", repository.filePath("src/lib"), "--index-dir", indexDir.path()});
         QStringList figures;
