@@ -6,10 +6,8 @@
 #include "TestRepository.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QThread>
 
 #include <csignal>
 
@@ -138,17 +136,6 @@ TEST(Cli, TerminationEndsAHangingGitAndWhatItStarted)
     const QString script = folder.filePath("hanging-git");
     writeScript(script,
                 "sleep 300 &\necho $! > \"$HANG_PIDS.child\"\necho $$ > \"$HANG_PIDS\"\nwait\n");
-    const auto readPid = [](const QString &path) {
-        QElapsedTimer timer;
-        timer.start();
-        for (; timer.elapsed() < 10000; QThread::msleep(20)) {
-            QFile file(path);
-            if (const qint64 pid
-                = file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().toLongLong() : 0)
-                return pid;
-        }
-        return qint64(0);
-    };
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
         SCOPED_TRACE(signal);
         const QString pids = folder.filePath(QStringLiteral("pids-%1").arg(signal));
@@ -158,20 +145,17 @@ TEST(Cli, TerminationEndsAHangingGitAndWhatItStarted)
         environment.insert("HANG_PIDS", pids);
         process.setProcessEnvironment(environment);
         process.start(STRATALOOM_CLI, {"summary", repository.path()});
-        const qint64 git = readPid(pids);
-        const qint64 child = readPid(pids + ".child");
-        ASSERT_TRUE(git > 0 && child > 0);
+        ASSERT_TRUE(
+            waitUntil([&] { return pidIn(pids) > 0 && pidIn(pids + ".child") > 0; }, 10000));
+        const qint64 git = pidIn(pids);
+        const qint64 child = pidIn(pids + ".child");
         EXPECT_TRUE(isProcessRunning(git));
 
         ::kill(pid_t(process.processId()), signal);
         ASSERT_TRUE(process.waitForFinished(5000));
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-        EXPECT_EQ(process.exitCode(), 128 + signal);
-        QElapsedTimer timer;
-        timer.start();
-        while ((isProcessRunning(git) || isProcessRunning(child)) && timer.elapsed() < 5000)
-            QThread::msleep(20);
-        EXPECT_FALSE(isProcessRunning(git));
-        EXPECT_FALSE(isProcessRunning(child));
+        EXPECT_EQ(std::make_pair(process.exitStatus(), process.exitCode()),
+                  std::make_pair(QProcess::NormalExit, 128 + signal));
+        EXPECT_TRUE(
+            waitUntil([&] { return !isProcessRunning(git) && !isProcessRunning(child); }, 5000));
     }
 }

@@ -4,7 +4,6 @@
 #include "TestFixtures.h"
 #include "TestRepository.h"
 
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
@@ -107,18 +106,13 @@ TEST(IndexCommand, RunKilledMidwayIsCompletedByTheNextRun)
     importer.setProcessEnvironment(environment);
     importer.setStandardOutputFile(QProcess::nullDevice());
     importer.start(STRATALOOM_CLI, {"index", repository.path(), "--index-dir", killedDir});
-    QElapsedTimer waited;
-    waited.start();
-    while (!QFile::exists(ready) && waited.elapsed() < 30000)
-        QThread::msleep(20);
-    ASSERT_TRUE(QFile::exists(ready)) << "the import never reached git's end";
+    ASSERT_TRUE(waitUntil([&] { return pidIn(ready) > 0; }, 30000))
+        << "the import never reached git's end";
     QThread::msleep(200);
     importer.kill();
     ASSERT_TRUE(importer.waitForFinished(5000));
     EXPECT_EQ(importer.exitStatus(), QProcess::CrashExit);
-    QFile readyFile(ready);
-    if (readyFile.open(QIODevice::ReadOnly))
-        ::kill(readyFile.readAll().trimmed().toInt(), SIGKILL);
+    ::kill(pid_t(pidIn(ready)), SIGKILL); // read as more than 0 above
 
     const QString killedIndex = onlyIndexFile(killedDir);
     EXPECT_EQ(integrity(killedIndex), "ok");
