@@ -4,7 +4,6 @@
 #include "TestFixtures.h"
 #include "TestRepository.h"
 
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
@@ -38,7 +37,8 @@ QString integrity(const QString &databasePath)
 
 } // namespace
 
-TEST(IndexCommand, ReportsImportThenUpToDateAndShowsProgressOnlyInATerminal)
+// A damaged index is reported once on standard error and rebuilt; the run after it is quiet.
+TEST(IndexCommand, ReportsImportRebuildOfADamagedIndexThenUpToDateAndProgressOnlyInATerminal)
 {
     TestRepository repository;
     buildHistory(repository, 7);
@@ -55,9 +55,24 @@ TEST(IndexCommand, ReportsImportThenUpToDateAndShowsProgressOnlyInATerminal)
     EXPECT_EQ(snapshot.value("authors").toInteger(), 2);
     EXPECT_TRUE(snapshot.value("lastIndexedAt").toString().endsWith('Z'));
 
-    const CliRun second = indexRun(repository.path(), indexDir.path());
-    EXPECT_EQ(second.object().value("importedCommits").toInteger(), 0);
-    EXPECT_TRUE(second.object().value("wasUpToDate").toBool());
+    const QString file = onlyIndexFile(indexDir.path());
+    {
+        QFile damaged(file);
+        ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        damaged.write(QByteArray(5000, '\x7f'));
+    }
+    const CliRun rebuilt = indexRun(repository.path(), indexDir.path());
+    ASSERT_EQ(rebuilt.status, 0) << rebuilt.err.toStdString();
+    EXPECT_EQ(rebuilt.err.count('\n'), 1) << rebuilt.err.toStdString();
+    EXPECT_TRUE(rebuilt.err.contains(file)) << rebuilt.err.toStdString();
+    EXPECT_EQ(rebuilt.object().value("importedCommits").toInt(), 7);
+    EXPECT_EQ(rebuilt.object().value("unreadableDiffs").toInt(-1), 0);
+
+    const CliRun again = indexRun(repository.path(), indexDir.path());
+    EXPECT_EQ(again.status, 0);
+    EXPECT_TRUE(again.err.isEmpty()) << again.err.toStdString();
+    EXPECT_EQ(again.object().value("importedCommits").toInteger(), 0);
+    EXPECT_TRUE(again.object().value("wasUpToDate").toBool());
 
     // In a terminal (script gives the command a pseudo-terminal): the counter shows.
     const QString command = QStringLiteral("'%1' index '%2' --index-dir '%3' >/dev/null")
@@ -91,18 +106,13 @@ TEST(IndexCommand, RunKilledMidwayIsCompletedByTheNextRun)
     importer.setProcessEnvironment(environment);
     importer.setStandardOutputFile(QProcess::nullDevice());
     importer.start(STRATALOOM_CLI, {"index", repository.path(), "--index-dir", killedDir});
-    QElapsedTimer waited;
-    waited.start();
-    while (!QFile::exists(ready) && waited.elapsed() < 30000)
-        QThread::msleep(20);
-    ASSERT_TRUE(QFile::exists(ready)) << "the import never reached git's end";
+    ASSERT_TRUE(waitUntil([&] { return pidIn(ready) > 0; }, 30000))
+        << "the import never reached git's end";
     QThread::msleep(200);
     importer.kill();
     ASSERT_TRUE(importer.waitForFinished(5000));
     EXPECT_EQ(importer.exitStatus(), QProcess::CrashExit);
-    QFile readyFile(ready);
-    if (readyFile.open(QIODevice::ReadOnly))
-        ::kill(readyFile.readAll().trimmed().toInt(), SIGKILL);
+    ::kill(pid_t(pidIn(ready)), SIGKILL); // read as more than 0 above
 
     const QString killedIndex = onlyIndexFile(killedDir);
     EXPECT_EQ(integrity(killedIndex), "ok");
@@ -143,31 +153,6 @@ TEST(IndexCommand, TwoProcessesOnOneIndexBothEndWell)
     EXPECT_EQ(integrity(database), "ok");
     EXPECT_EQ(sqliteRows(database, {"SELECT COUNT(DISTINCT sha), COUNT(*) FROM commits"}),
               QStringList {"80|80"});
-}
-
-TEST(IndexCommand, DamagedIndexIsReportedOnceOnStandardErrorAndRebuilt)
-{
-    TestRepository repository;
-    repository.commit("first");
-    QTemporaryDir indexes;
-    ASSERT_EQ(indexRun(repository.path(), indexes.path()).status, 0);
-    const QString file = onlyIndexFile(indexes.path());
-    {
-        QFile damaged(file);
-        ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        damaged.write(QByteArray(5000, '\x7f'));
-    }
-    const CliRun rebuilt = indexRun(repository.path(), indexes.path());
-    ASSERT_EQ(rebuilt.status, 0) << rebuilt.err.toStdString();
-    EXPECT_EQ(rebuilt.err.count('\n'), 1) << rebuilt.err.toStdString();
-    EXPECT_TRUE(rebuilt.err.contains(file)) << rebuilt.err.toStdString();
-    EXPECT_EQ(rebuilt.object().value("importedCommits").toInt(), 1);
-    EXPECT_EQ(rebuilt.object().value("unreadableDiffs").toInt(-1), 0);
-
-    const CliRun again = indexRun(repository.path(), indexes.path());
-    EXPECT_EQ(again.status, 0);
-    EXPECT_TRUE(again.err.isEmpty()) << again.err.toStdString();
-    EXPECT_TRUE(again.object().value("wasUpToDate").toBool());
 }
 
 TEST(InsightsCommand, ReportsTheInsightsOfTheIndexedHistory)

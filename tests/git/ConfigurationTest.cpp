@@ -223,22 +223,17 @@ struct Fixture
     {
         const QString path = repository.path();
         std::vector<std::future<QString>> outputs;
-        for (const QStringList &command : QList<QStringList> {{"summary", path},
-                                                              {"commits", path},
-                                                              {"graph", path},
-                                                              {"search", path, "a+b"},
-                                                              {"branches", path},
-                                                              {"tags", path},
-                                                              {"files", path},
-                                                              {"file", path, "notes.txt"},
-                                                              {"authors", path},
-                                                              {"author", path, "Ada Lovelace"},
-                                                              {"activity", path, "--months", "600"},
-                                                              {"changes", path, changed},
-                                                              {"diff", path, changed}})
+        // Each command with its arguments after the repository, joined by "|".
+        for (const QString &entry :
+             QStringList {"summary", "commits", "graph", "search|a+b", "branches", "tags", "files",
+                          "file|notes.txt", "authors", "author|Ada Lovelace",
+                          "activity|--months|600", "changes|" + changed, "diff|" + changed}) {
+            QStringList command = entry.split('|');
+            command.insert(1, path);
             outputs.push_back(std::async(std::launch::async, [command] {
-                return command.first() + '\n' + runCli(command);
+                return command.join(' ') + '\n' + runCli(command);
             }));
+        }
         QTemporaryDir indexDir;
         runCli({"index", repository.filePath("src/lib"), "--index-dir", indexDir.path()});
         QStringList figures;
@@ -254,19 +249,18 @@ TEST(Configuration, NoSettingChangesAFigure)
 {
     Fixture fixture;
     Traps traps;
+    // An order file (its first line, the script header, matches no path) and a verifier that
+    // says what gpg would say about a signature.
     const QString orderFile = traps.path("order");
-    QFile order(orderFile);
-    ASSERT_TRUE(order.open(QIODevice::WriteOnly));
-    order.write("src/lib/*\nsrc/*\n");
-    order.close();
+    writeScript(orderFile, "src/lib/*\nsrc/*\n");
+    const QString verifier = traps.path("verifier");
+    writeScript(verifier, "echo 'gpg: Good signature from \"Ada\"' >&2\n");
     const QStringList expected = fixture.figures();
     ASSERT_FALSE(expected.isEmpty());
 
-    // A verifier that says what gpg would say about a signature.
-    const QString verifier = traps.path("verifier");
-    writeScript(verifier, "echo 'gpg: Good signature from \"Ada\"' >&2\n");
-    // One run per entry; settings joined by "," go together.
+    // Settings joined by "," only make sense together.
     QList<GitSettings> settings;
+    GitSettings all;
     for (const QString &entry :
          QStringLiteral(
              "color.ui=always color.diff=always i18n.logOutputEncoding=ISO-8859-1 "
@@ -282,26 +276,34 @@ TEST(Configuration, NoSettingChangesAFigure)
         settings.append(GitSettings());
         for (const QString &setting : entry.split(','))
             settings.last().append({setting.section('=', 0, 0), setting.section('=', 1)});
+        all += settings.last();
     }
-    // Each setting on its own in the repository's file; then all of them at once in the global
-    // file, which git ranks below the repository's and the pinned settings rank above both.
-    GitSettings all;
-    QList<std::pair<QString, GitSettings>> runs;
-    for (const GitSettings &setting : settings) {
-        runs.append({fixture.gitDirectory() + "/config", setting});
-        all += setting;
-    }
-    runs.append({QDir::homePath() + "/.gitconfig", all});
-    for (const auto &[file, setting] : runs) {
-        SCOPED_TRACE(QStringLiteral("%1 %2=%3 (%4 settings)")
-                         .arg(file, setting.first().key, setting.first().value)
-                         .arg(setting.size())
-                         .toStdString());
-        writeSettings(file, setting);
+    const auto figuresWith = [&](const QString &file, const GitSettings &written) {
+        writeSettings(file, written);
         const QStringList figures = fixture.figures();
-        for (qsizetype i = 0; i < std::max(expected.size(), figures.size()); ++i)
-            EXPECT_EQ(figures.value(i), expected.value(i));
-        writeSettings(file, setting, true);
+        writeSettings(file, written, true);
+        return figures;
+    };
+    // All of them at once in the repository's file, then in the global file, which git ranks
+    // below the repository's; the pinned settings rank above both. Only when a run differs is
+    // each setting tried alone, to name the one to blame.
+    for (const QString &file :
+         {fixture.gitDirectory() + "/config", QDir::homePath() + "/.gitconfig"}) {
+        const QStringList figures = figuresWith(file, all);
+        if (figures == expected)
+            continue;
+        QStringList culprits;
+        for (const GitSettings &setting : settings) {
+            if (figuresWith(file, setting) != expected)
+                culprits << setting.first().key;
+        }
+        qsizetype i = 0;
+        while (figures.value(i) == expected.value(i))
+            ++i;
+        ADD_FAILURE() << file.toStdString() << ": the settings change a figure; alone: "
+                      << (culprits.isEmpty() ? "none" : culprits.join(' ').toStdString())
+                      << "\nexpected: " << expected.value(i).toStdString()
+                      << "\nprinted:  " << figures.value(i).toStdString();
     }
 }
 

@@ -61,24 +61,8 @@ TEST(FileLoader, FileDetailsFollowRenamesAcrossAuthors)
     EXPECT_EQ(gone.lastCommitDate, utcDate("2024-02-01T10:00:00Z"));
 }
 
-TEST(FileLoader, AuthorStatsRankByCommitsOnTheCurrentBranch)
-{
-    TestRepository repository;
-    repository.setDateStep(60);
-    repository.commit("1");
-    for (const char *email : {"grace@example.com", "grace@work.example", "grace@example.com"})
-        repository.commit("g", "Grace Hopper", email);
-    repository.commit("5", "Ünïcødé Name", "u@example.com");
-    repository.commit("6", "Ünïcødé Name", "u@example.com");
-    repository.git({"switch", "-q", "-c", "side"});
-    repository.commit("7", "Side Author", "s@example.com");
-    repository.git({"switch", "-q", "main"});
-
-    EXPECT_EQ(GitService().loadAuthorStats(repository.path()),
-              (QList<AuthorStat> {{"Grace Hopper", 3}, {"Ünïcødé Name", 2}, {"Ada Lovelace", 1}}));
-}
-
-TEST(FileLoader, AuthorDetailsSumAllRefsAndGroupByLocalDay)
+// Statistics rank the authors of the current branch; details sum up all refs.
+TEST(FileLoader, AuthorStatsRankTheCurrentBranchAndDetailsSumAllRefsByLocalDay)
 {
     TestRepository repository;
     repository.setDate("2024-03-01T09:00:00Z");
@@ -90,13 +74,15 @@ TEST(FileLoader, AuthorDetailsSumAllRefsAndGroupByLocalDay)
     repository.commit("trim", "Grace Hopper", "grace@work.example");
     repository.setDate("2024-03-02T10:00:00Z");
     repository.write("other.txt", "o\n");
-    repository.commit("someone else");
+    repository.commit("someone else", "Ünïcødé Name", "u@example.com");
     repository.git({"switch", "-q", "-c", "side"});
     repository.setDate("2024-03-05T23:30:00-02:00");
     repository.write("side.txt", "s\ns\n");
     repository.commit("side", "Grace Hopper", "grace@example.com");
     repository.git({"switch", "-q", "main"});
 
+    EXPECT_EQ(GitService().loadAuthorStats(repository.path()),
+              (QList<AuthorStat> {{"Grace Hopper", 2}, {"Ünïcødé Name", 1}}));
     // Days of the local time zone (UTC in tests), not of the author's offset.
     EXPECT_EQ(GitService().loadAuthorDetails(repository.path(), "Grace Hopper"),
               (AuthorDetails {

@@ -2,6 +2,7 @@
 #include "TestRepository.h"
 #include "git/GitService.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <gtest/gtest.h>
@@ -29,10 +30,10 @@ template<typename Record> Record withSubject(const QList<Record> &records, const
 
 } // namespace
 
-TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsWithoutError)
+TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsAndAnUnbornBranchWithoutError)
 {
     TestRepository repository;
-    repository.write("staged.txt", "staged\n");
+    repository.write("staged.txt", "12345");
     repository.write("untracked.txt", "u\n");
     repository.git({"add", "staged.txt"});
     const QString path = repository.path();
@@ -47,6 +48,15 @@ TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsWithoutError)
     EXPECT_EQ(git.loadAuthorDetails(path, "Ada").commits, 0);
     EXPECT_EQ(column(git.loadFiles(path), &FileRecord::path), QStringList {"staged.txt"});
     EXPECT_TRUE(gitErrorOf([&] { git.loadFileDetails(path, "staged.txt"); }).startsWith("fatal:"));
+
+    const RepositorySummary summary = git.loadSummary(path);
+    EXPECT_EQ(std::make_tuple(summary.path, summary.name, summary.currentBranch, summary.isClean),
+              std::make_tuple(path, QDir(path).dirName(), "main", false));
+    EXPECT_EQ(std::make_tuple(summary.commitCount, summary.authorCount, summary.trackedFileCount,
+                              summary.repositorySizeBytes, summary.longestInactivityDays,
+                              summary.commitsPerMonth, summary.activityTrendPercent),
+              std::make_tuple(0, 0, 1, 5, 0, 0.0, 0.0));
+    EXPECT_FALSE(summary.firstCommitDate || summary.latestCommitDate);
 }
 
 TEST(HistoryLoader, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirst)
@@ -74,27 +84,6 @@ TEST(HistoryLoader, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirst)
               std::make_tuple(first, utcDate("2024-03-01T08:20:30Z"), QString()));
     EXPECT_EQ(std::make_tuple(oldest.additions, oldest.deletions, oldest.filesChanged),
               std::make_tuple(3, 0, 1));
-}
-
-TEST(HistoryLoader, LimitCountsCommitsOfTheCurrentBranchWhileTheGraphShowsAllRefs)
-{
-    TestRepository repository;
-    repository.setDateStep(60);
-    repository.commit("one");
-    repository.commit("two");
-    repository.git({"switch", "-q", "-c", "side"});
-    repository.commit("side only");
-    repository.git({"switch", "-q", "--orphan", "other"});
-    repository.commit("second root");
-    repository.git({"switch", "-q", "main"});
-
-    GitService git;
-    EXPECT_EQ(column(git.loadCommits(repository.path(), 1), &CommitRecord::subject),
-              QStringList {"two"});
-    EXPECT_EQ(column(git.loadCommits(repository.path(), 10), &CommitRecord::subject),
-              QStringList({"two", "one"}));
-    EXPECT_EQ(graphSubjects(git.loadGraph(repository.path(), 10)),
-              QStringList({"second root", "side only", "two", "one"}));
 }
 
 TEST(HistoryLoader, BinaryFilesCountAsChangedWithoutLinesAndMergesHaveNoFigures)
@@ -207,7 +196,9 @@ TEST(HistoryLoader, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLi
     EXPECT_EQ(graphSubjects(git.loadGraph(repository.path(), 3)).size(), 3);
 }
 
-TEST(HistoryLoader, SearchMatchesMessagesOfAllRefsAsAnUntrimmedCaseInsensitivePattern)
+// The limit counts commits of the current branch, while the graph and the search take in all
+// refs, also a second root.
+TEST(HistoryLoader, LimitCountsTheCurrentBranchWhileGraphAndSearchTakeAllRefs)
 {
     TestRepository repository;
     repository.setDateStep(60);
@@ -218,14 +209,24 @@ TEST(HistoryLoader, SearchMatchesMessagesOfAllRefsAsAnUntrimmedCaseInsensitivePa
     repository.commit("version 1x2");
     repository.git({"switch", "-q", "-c", "side"});
     repository.commit("a fix on a side branch");
+    repository.git({"switch", "-q", "--orphan", "other"});
+    repository.commit("second root");
     repository.git({"switch", "-q", "main"});
+
+    GitService git;
+    const QString path = repository.path();
+    EXPECT_EQ(column(git.loadCommits(path, 1), &CommitRecord::subject),
+              QStringList {"version 1x2"});
+    const QStringList main {"version 1x2", "Unrelated", "Tidy up", "FIX LOUDLY", "Fix the parser"};
+    EXPECT_EQ(column(git.loadCommits(path, 10), &CommitRecord::subject), main);
+    EXPECT_EQ(graphSubjects(git.loadGraph(path, 10)),
+              QStringList({"second root", "a fix on a side branch"}) + main);
 
     const std::pair<const char *, QStringList> cases[] = {
         {"fix", {"a fix on a side branch", "Tidy up", "FIX LOUDLY", "Fix the parser"}},
         {" fix", {"a fix on a side branch"}},
         {"1.2", {"version 1x2"}},
     };
-    GitService git;
     for (const auto &[query, subjects] : cases)
         EXPECT_EQ(column(git.searchCommits(repository.path(), query), &CommitRecord::subject),
                   subjects)

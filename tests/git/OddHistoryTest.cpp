@@ -17,113 +17,87 @@ using namespace strataloom;
 
 namespace {
 
-struct OddDate
-{
-    const char *raw; ///< as stored in the commit object
-    qint64 seconds; ///< the instant shown; 0: no date
-    const char *authorDay; ///< the day in the author's own zone; nullptr: none
-};
+constexpr qint64 none = std::numeric_limits<qint64>::min();
 
-// Years from 10000 on, instants before 1970 (also only in the author's zone) and zones beyond
-// what a clock can show.
-const OddDate oddDates[] = {
-    {"1700000000 +0100", 1700000000, "2023-11-14"},
-    {"253402300800 +0000", 0, nullptr},
-    {"253402300799 +0000", 253402300799, "9999-12-31"},
-    {"-1 +0000", 0, nullptr},
-    {"-100000 +0100", 0, nullptr},
-    {"0 -1400", 0, nullptr},
-    {"40000 -1400", 40000, "1969-12-31"},
-    {"1700000000 +9999", 1700000000, "2023-11-19"},
-};
-
-// One commit per odd date on main, each changing notes.txt; a branch b<n> at commit n.
-QStringList buildOddDates(TestRepository &repository)
+qint64 seconds(const OptionalDate &date)
 {
-    QStringList dates;
-    for (const OddDate &odd : oddDates)
-        dates << QString::fromLatin1(odd.raw);
-    return writeRawDateHistory(repository, dates);
-}
-
-QDateTime expectedDate(const OddDate &odd)
-{
-    return odd.seconds > 0 ? QDateTime::fromSecsSinceEpoch(odd.seconds, Qt::UTC) : QDateTime();
-}
-
-QString seconds(const QDateTime &date)
-{
-    return date.isValid() ? QString::number(date.toSecsSinceEpoch()) : QStringLiteral("none");
+    return date && date->isValid() ? date->toSecsSinceEpoch() : none;
 }
 
 } // namespace
 
-// Every commit is listed with its date or without one; details count the commits without a
-// date but date only the others; activity counts each dated commit on its author's day.
+// Years from 10000 on, instants before 1970 (also only in the author's zone) and zones beyond
+// what a clock can show. Every commit is listed with its date or without one; details count the
+// commits without a date but date only the others; activity counts each dated commit on its
+// author's day.
 TEST(OddHistory, OddDatesAreListedCountedAndDatedOnlyWhereKnown)
 {
+    const struct
+    {
+        const char *raw; ///< as stored in the commit object
+        qint64 seconds; ///< the instant shown, or none
+        const char *authorDay; ///< the day in the author's own zone; nullptr: none
+    } rows[] = {
+        {"1700000000 +0100", 1700000000, "2023-11-14"},
+        {"253402300800 +0000", none, nullptr},
+        {"253402300799 +0000", 253402300799, "9999-12-31"},
+        {"-1 +0000", none, nullptr},
+        {"-100000 +0100", none, nullptr},
+        {"0 -1400", none, nullptr},
+        {"40000 -1400", 40000, "1969-12-31"},
+        {"1700000000 +9999", 1700000000, "2023-11-19"},
+    };
+    const int count = int(std::size(rows));
+    // One commit per row on main, each changing notes.txt; a branch b<n> at commit n.
     TestRepository repository;
-    buildOddDates(repository);
+    QStringList raw;
+    for (const auto &row : rows)
+        raw << row.raw;
+    writeRawDateHistory(repository, raw);
+    const QString path = repository.path();
     GitService git;
 
-    const QList<CommitRecord> commits = git.loadCommits(repository.path(), 300);
-    ASSERT_EQ(commits.size(), qsizetype(std::size(oddDates)));
-    for (size_t i = 0; i < std::size(oddDates); ++i) {
-        // Newest first.
-        const CommitRecord &commit = commits[qsizetype(std::size(oddDates) - 1 - i)];
-        EXPECT_EQ(commit.subject, QStringLiteral("odd %1").arg(i));
-        EXPECT_EQ(seconds(commit.date), seconds(expectedDate(oddDates[i]))) << oddDates[i].raw;
-        EXPECT_EQ(commit.filesChanged, 1) << oddDates[i].raw;
-    }
-
-    QMap<QString, QString> branchDates;
-    for (const BranchRecord &branch : git.loadBranches(repository.path()))
-        branchDates[branch.name] = seconds(branch.lastCommitDate.value_or(QDateTime()));
-    for (size_t i = 0; i < std::size(oddDates); ++i)
-        EXPECT_EQ(branchDates.value(QStringLiteral("b%1").arg(i)),
-                  seconds(expectedDate(oddDates[i])))
-            << oddDates[i].raw;
-
-    qint64 first = std::numeric_limits<qint64>::max();
-    qint64 last = 0;
+    const QList<CommitRecord> commits = git.loadCommits(path, 300);
+    ASSERT_EQ(commits.size(), count);
+    QMap<QString, qint64> branchDates;
+    for (const BranchRecord &branch : git.loadBranches(path))
+        branchDates[branch.name] = seconds(branch.lastCommitDate);
+    qint64 first = std::numeric_limits<qint64>::max(), last = 0;
     int dated = 0;
-    for (const OddDate &odd : oddDates) {
-        if (odd.seconds > 0) {
-            first = std::min(first, odd.seconds);
-            last = std::max(last, odd.seconds);
+    QMap<QString, int> days;
+    for (int i = 0; i < count; ++i) {
+        SCOPED_TRACE(rows[i].raw);
+        const CommitRecord &commit = commits[count - 1 - i]; // newest first
+        EXPECT_EQ(std::make_tuple(commit.subject, seconds(commit.date), commit.filesChanged),
+                  std::make_tuple(QStringLiteral("odd %1").arg(i), rows[i].seconds, 1));
+        EXPECT_EQ(branchDates.value(QStringLiteral("b%1").arg(i)), rows[i].seconds);
+        if (rows[i].seconds != none) {
+            first = std::min(first, rows[i].seconds);
+            last = std::max(last, rows[i].seconds);
             ++dated;
         }
+        if (rows[i].authorDay)
+            ++days[QString::fromLatin1(rows[i].authorDay)];
     }
 
-    const FileDetails file = git.loadFileDetails(repository.path(), QStringLiteral("notes.txt"));
-    EXPECT_EQ(file.commitCount, int(std::size(oddDates)));
-    EXPECT_EQ(seconds(file.firstCommitDate.value_or(QDateTime())), QString::number(first));
-    EXPECT_EQ(seconds(file.lastCommitDate.value_or(QDateTime())), QString::number(last));
-
-    const AuthorDetails author = git.loadAuthorDetails(repository.path(), QStringLiteral("Odd"));
-    EXPECT_EQ(author.commits, int(std::size(oddDates)));
-    EXPECT_EQ(author.emails, QStringList {QStringLiteral("odd@example.com")});
+    const FileDetails file = git.loadFileDetails(path, QStringLiteral("notes.txt"));
+    const AuthorDetails author = git.loadAuthorDetails(path, QStringLiteral("Odd"));
+    const RepositorySummary summary = git.loadSummary(path);
     int counted = 0;
     for (const ActivityPoint &point : author.activity)
         counted += point.count;
-    EXPECT_EQ(counted, dated);
-
-    const RepositorySummary summary = git.loadSummary(repository.path());
-    EXPECT_EQ(summary.commitCount, int(std::size(oddDates)));
-    EXPECT_EQ(seconds(summary.latestCommitDate.value_or(QDateTime())),
-              seconds(expectedDate(oddDates[std::size(oddDates) - 1])));
+    EXPECT_EQ(std::make_tuple(file.commitCount, author.commits, summary.commitCount, counted),
+              std::make_tuple(count, count, count, dated));
+    EXPECT_EQ(std::make_tuple(seconds(file.firstCommitDate), seconds(file.lastCommitDate),
+                              seconds(summary.latestCommitDate)),
+              std::make_tuple(first, last, rows[count - 1].seconds));
+    EXPECT_EQ(author.emails, QStringList {QStringLiteral("odd@example.com")});
 
     // Far enough back for every dated commit; the count of months alone must not empty the list.
-    const QList<ActivityPoint> points = git.loadActivity(repository.path(), 100000);
-    QMap<QString, int> expected;
-    for (const OddDate &odd : oddDates) {
-        if (odd.authorDay)
-            ++expected[QString::fromLatin1(odd.authorDay)];
-    }
-    QMap<QString, int> actual;
-    for (const ActivityPoint &point : points)
-        actual[point.date.toLocalTime().date().toString(Qt::ISODate)] += point.count;
-    EXPECT_EQ(actual, expected);
+    QMap<QString, int> activity;
+    for (const ActivityPoint &point : git.loadActivity(path, 100000))
+        activity[point.date.toLocalTime().date().toString(Qt::ISODate)] += point.count;
+    EXPECT_EQ(activity, days);
 }
 
 TEST(OddHistory, PathsComeOutAsNamedInFilesChangesAndFile)

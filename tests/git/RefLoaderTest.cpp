@@ -23,24 +23,36 @@ QString shortHash(const TestRepository &repository, const QString &revision)
 
 } // namespace
 
-TEST(RefLoader, LocalBranchesNewestTipFirstWithCurrentMarked)
+// Branches and tags newest first; a slash does not make a branch remote, and an annotated tag
+// names its tag object and the tagger's date.
+TEST(RefLoader, LocalBranchesAndTagsNewestFirstWithCurrentMarked)
 {
     TestRepository repository;
-    repository.commit("root");
+    const QString first = repository.commit("First release | \"quoted\"");
+    repository.git({"tag", "v1.0"});
     repository.git({"switch", "-q", "-c", "feature/x"});
     repository.setDate("2024-02-01T08:30:00+02:00");
     const QString tip = repository.commit("feature", "Grace Hopper", "grace@example.com");
     repository.git({"switch", "-q", "main"});
+    repository.setDate("2024-03-01T10:00:00Z");
+    const QString second = repository.commit("Second");
+    repository.setDate("2024-04-01T12:00:00+02:00");
+    repository.git({"tag", "-a", "v2.0", "-m", "Release two\n\nNotes.", second});
 
     const QList<BranchRecord> branches = GitService().loadBranches(repository.path());
     ASSERT_EQ(branches.size(), 2);
-    // A slash does not make a branch remote.
-    EXPECT_EQ(branches.at(0),
+    EXPECT_EQ(
+        std::make_tuple(branches.at(0).name, branches.at(0).isCurrent, branches.at(0).lastAuthor),
+        std::make_tuple("main", true, "Ada Lovelace"));
+    EXPECT_EQ(branches.at(1),
               (BranchRecord {"feature/x", false, false, shortHash(repository, tip),
                              utcDate("2024-02-01T06:30:00Z"), "Grace Hopper"}));
-    EXPECT_EQ(branches.at(1).name, "main");
-    EXPECT_TRUE(branches.at(1).isCurrent);
-    EXPECT_EQ(branches.at(1).lastAuthor, "Ada Lovelace");
+    EXPECT_EQ(GitService().loadTags(repository.path()),
+              (QList<TagRecord> {{"v2.0", shortHash(repository, "refs/tags/v2.0"),
+                                  utcDate("2024-04-01T10:00:00Z"), "Release two"},
+                                 {"v1.0", shortHash(repository, first),
+                                  utcDate("2024-01-01T10:00:00Z"), "First release | \"quoted\""}}));
+    EXPECT_NE(shortHash(repository, "refs/tags/v2.0"), shortHash(repository, second));
 
     // A detached HEAD marks no branch current.
     repository.git({"switch", "-q", "--detach", "HEAD"});
@@ -104,23 +116,4 @@ TEST(RefLoader, RemoteBranchesAreListedAsRemoteAndCheckedOutAsTrackingBranches)
     EXPECT_EQ(current(), "feature");
     EXPECT_EQ(work.git({"rev-parse", "--abbrev-ref", "feature@{upstream}"}).trimmed(),
               "origin/feature");
-}
-
-TEST(RefLoader, LightweightAndAnnotatedTagsNewestFirst)
-{
-    TestRepository repository;
-    const QString first = repository.commit("First release | \"quoted\"");
-    repository.git({"tag", "v1.0"});
-    repository.setDate("2024-03-01T10:00:00Z");
-    const QString second = repository.commit("Second");
-    repository.setDate("2024-04-01T12:00:00+02:00");
-    repository.git({"tag", "-a", "v2.0", "-m", "Release two\n\nNotes.", second});
-
-    // An annotated tag names its tag object and the tagger's date.
-    EXPECT_EQ(GitService().loadTags(repository.path()),
-              (QList<TagRecord> {{"v2.0", shortHash(repository, "refs/tags/v2.0"),
-                                  utcDate("2024-04-01T10:00:00Z"), "Release two"},
-                                 {"v1.0", shortHash(repository, first),
-                                  utcDate("2024-01-01T10:00:00Z"), "First release | \"quoted\""}}));
-    EXPECT_NE(shortHash(repository, "refs/tags/v2.0"), shortHash(repository, second));
 }

@@ -1,9 +1,6 @@
 #include "TestRepository.h"
 #include "git/GitService.h"
 
-#include <QDir>
-#include <QTemporaryDir>
-
 #include <gtest/gtest.h>
 
 using namespace strataloom;
@@ -16,23 +13,6 @@ QString daysAgo(int days)
 }
 
 } // namespace
-
-TEST(Summary, EmptyRepositoryHasUnbornBranchAndNoHistory)
-{
-    TestRepository repository;
-    repository.write("staged.txt", "12345");
-    repository.git({"add", "staged.txt"});
-
-    const RepositorySummary summary = GitService().loadSummary(repository.path());
-    EXPECT_EQ(std::make_tuple(summary.path, summary.name, summary.currentBranch, summary.isClean),
-              std::make_tuple(repository.path(), QDir(repository.path()).dirName(), "main", false));
-    EXPECT_EQ(std::make_tuple(summary.commitCount, summary.authorCount, summary.trackedFileCount,
-                              summary.repositorySizeBytes, summary.longestInactivityDays),
-              std::make_tuple(0, 0, 1, 5, 0));
-    EXPECT_FALSE(summary.firstCommitDate || summary.latestCommitDate);
-    EXPECT_EQ(std::make_pair(summary.commitsPerMonth, summary.activityTrendPercent),
-              std::make_pair(0.0, 0.0));
-}
 
 TEST(Summary, CountsHistoryDatesAndGaps)
 {
@@ -67,24 +47,14 @@ TEST(Summary, CountsHistoryDatesAndGaps)
     EXPECT_EQ(summary.activityTrendPercent, 0.0); // nothing in the last 180 days
 }
 
-TEST(Summary, DetachedHeadOneCommitAndShortSpan)
-{
-    TestRepository repository;
-    repository.commit("only");
-    repository.git({"checkout", "-q", "--detach"});
-
-    const RepositorySummary summary = GitService().loadSummary(repository.path());
-    EXPECT_EQ(summary.currentBranch, "detached HEAD");
-    EXPECT_FALSE(summary.remoteURL.has_value());
-    EXPECT_EQ(summary.longestInactivityDays, 0);
-    EXPECT_DOUBLE_EQ(summary.commitsPerMonth, 1.0); // less than a month counts as one
-}
-
-TEST(Summary, TwoRootsGiveTheOldestRoot)
+// A subfolder counts the files below it; ls-files names them relative to it, so looked up at the
+// top level their sizes are absent.
+TEST(Summary, TwoRootsGiveTheOldestRootAndASubfolderReportsTheTopLevel)
 {
     TestRepository repository;
     repository.setDate("2022-05-01T12:00:00Z");
     repository.write("main.txt", "m");
+    repository.write("sub/inner.txt", "inner");
     repository.commit("main root");
     repository.git({"checkout", "-q", "--orphan", "other"});
     repository.git({"rm", "-q", "-rf", "."});
@@ -95,33 +65,31 @@ TEST(Summary, TwoRootsGiveTheOldestRoot)
     repository.git({"checkout", "-q", "main"});
     repository.git({"merge", "-q", "--allow-unrelated-histories", "-m", "join", "other"});
 
-    const RepositorySummary summary = GitService().loadSummary(repository.path());
-    EXPECT_EQ(summary.commitCount, 3);
-    EXPECT_EQ(summary.firstCommitDate, utcDate("2021-01-01T12:00:00Z"));
-    EXPECT_EQ(summary.latestCommitDate, utcDate("2022-06-01T12:00:00Z"));
+    const std::tuple<QString, int, qint64> folders[]
+        = {{repository.path(), 3, 7}, {repository.filePath("sub"), 1, 0}};
+    for (const auto &[folder, files, bytes] : folders) {
+        const RepositorySummary summary = GitService().loadSummary(folder);
+        EXPECT_EQ(std::make_tuple(summary.path, summary.commitCount, summary.trackedFileCount,
+                                  summary.repositorySizeBytes),
+                  std::make_tuple(repository.path(), 3, files, bytes))
+            << folder.toStdString();
+        EXPECT_EQ(summary.firstCommitDate, utcDate("2021-01-01T12:00:00Z"));
+        EXPECT_EQ(summary.latestCommitDate, utcDate("2022-06-01T12:00:00Z"));
+    }
 }
 
-TEST(Summary, SubfolderReportsTheTopLevel)
-{
-    TestRepository repository;
-    repository.write("top.txt", "top");
-    repository.write("sub/inner.txt", "inner");
-    repository.commit("files");
-
-    const RepositorySummary summary = GitService().loadSummary(repository.filePath("sub"));
-    EXPECT_EQ(summary.path, repository.path());
-    EXPECT_EQ(summary.trackedFileCount, 1);
-    // ls-files names "inner.txt" relative to the subfolder; looked up at the top level it is
-    // absent.
-    EXPECT_EQ(summary.repositorySizeBytes, 0);
-}
-
-TEST(Summary, ActivityTrendComparesTheLastTwoQuarters)
+// Less than a month counts as one; a single recent commit is all growth.
+TEST(Summary, ActivityTrendComparesTheLastTwoQuartersAndOneCommitIsOnePerMonth)
 {
     TestRepository recentOnly;
     recentOnly.setDate(daysAgo(10));
     recentOnly.commit("recent");
-    EXPECT_EQ(GitService().loadSummary(recentOnly.path()).activityTrendPercent, 100.0);
+    recentOnly.git({"checkout", "-q", "--detach"});
+    const RepositorySummary summary = GitService().loadSummary(recentOnly.path());
+    EXPECT_EQ(std::make_tuple(summary.currentBranch, summary.remoteURL.has_value(),
+                              summary.longestInactivityDays, summary.commitsPerMonth,
+                              summary.activityTrendPercent),
+              std::make_tuple("detached HEAD", false, 0, 1.0, 100.0));
 
     TestRepository halved;
     for (int day : {150, 140, 130, 120, 20, 10}) {
