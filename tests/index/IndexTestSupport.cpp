@@ -7,8 +7,6 @@
 #include <QDateTime>
 #include <QHash>
 
-#include <sqlite3.h>
-
 #include <gtest/gtest.h>
 
 using namespace strataloom;
@@ -116,20 +114,10 @@ QMap<QString, QStringList> dumpIndex(RepositoryIndex &index)
          {"authors", "author_aliases", "commits", "commit_parents", "files", "file_paths",
           "commit_files", "tags", "daily_activity", "author_daily_activity"})
         queries << QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1String(table));
-    return index.read([&](SQLiteDatabase &database) {
-        QMap<QString, QStringList> dump;
-        for (const QString &query : queries) {
-            SQLiteStatement statement = database.statement(query);
-            QStringList &rows = dump[query];
-            while (statement.step()) {
-                QStringList row;
-                for (int c = 0; c < sqlite3_column_count(statement.handle()); ++c)
-                    row << statement.columnText(c).value_or("<null>");
-                rows << row.join(" | ");
-            }
-        }
-        return dump;
-    });
+    QMap<QString, QStringList> dump;
+    for (const QString &query : queries)
+        dump[query] = rows(index, query);
+    return dump;
 }
 
 void referenceSynchronize(RepositoryIndex &index, const QString &repository)

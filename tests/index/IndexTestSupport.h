@@ -10,6 +10,22 @@
 #include <QString>
 #include <QStringList>
 
+/// @brief Every row of @p sql, its columns joined by "|" (NULL written as "NULL").
+inline QStringList rows(strataloom::RepositoryIndex &index, const QString &sql)
+{
+    return index.read([&](strataloom::SQLiteDatabase &database) {
+        QStringList result;
+        strataloom::SQLiteStatement statement = database.statement(sql);
+        while (statement.step()) {
+            QStringList columns;
+            for (int column = 0; column < statement.columnCount(); ++column)
+                columns << statement.columnText(column).value_or(QStringLiteral("NULL"));
+            result << columns.join(QLatin1Char('|'));
+        }
+        return result;
+    });
+}
+
 /// @brief Every row of every table, as text, in storage order. Columns that hold the time of
 /// the run (refs.updated_at, "last_indexed_at") are left out so that two runs compare equal.
 QMap<QString, QStringList> dumpIndex(strataloom::RepositoryIndex &index);
