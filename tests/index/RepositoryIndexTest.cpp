@@ -33,17 +33,10 @@ IndexedCommit commit(const QString &sha, const QStringList &parents, qint64 auth
                      const QString &author = "Ada Lovelace",
                      const QString &email = "ada@example.com")
 {
-    return {sha,
-            parents,
-            author,
-            email,
-            "Committer " + author,
-            "committer@example.com",
-            authorTime,
-            authorTime + 60,
-            "Subject of " + sha,
-            "Body of " + sha,
-            changes};
+    // clang-format off
+    return {sha, parents, author, email, "Committer " + author, "committer@example.com",
+            authorTime, authorTime + 60, "Subject of " + sha, "Body of " + sha, changes};
+    // clang-format on
 }
 
 IndexedRef ref(const QString &name, const QString &kind, const QString &target,
