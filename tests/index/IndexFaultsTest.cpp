@@ -185,11 +185,9 @@ TEST(IndexFaults, DamagedIndexFileIsMovedAsideAndRebuiltOnce)
         const QString folderPath = folder.filePath(QString::fromLatin1(name));
         const QString path = folderPath + "/index.sqlite";
         QDir().mkpath(folderPath);
-        {
-            QFile file(path);
-            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-            file.write(bytes);
-        }
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        file.close();
         {
             RepositoryIndex index(path);
             const RepositorySynchronization result
@@ -206,8 +204,7 @@ TEST(IndexFaults, DamagedIndexFileIsMovedAsideAndRebuiltOnce)
         RepositoryIndex reopened(path);
         const RepositorySynchronization again
             = RepositoryIndexer(reopened).synchronize(repository.path());
-        EXPECT_TRUE(again.wasUpToDate);
-        EXPECT_FALSE(again.notice);
+        EXPECT_TRUE(again.wasUpToDate && !again.notice);
     }
 }
 
@@ -222,23 +219,17 @@ TEST(IndexFaults, ReadOnlyUpToDateIndexIsStillRead)
         RepositoryIndexer(index).synchronize(repository.path());
     }
     // The other user may read the repository and the index, and write neither.
-    const QString globalConfig = folder.filePath("gitconfig");
-    {
-        QFile config(globalConfig);
-        ASSERT_TRUE(config.open(QIODevice::WriteOnly));
-        config.write("[safe]\n\tdirectory = *\n");
-    }
+    repository.write("safe.gitconfig", "[safe]\n\tdirectory = *\n");
     const auto chmod = [](const QString &file, mode_t mode) {
         EXPECT_EQ(::chmod(QFile::encodeName(file).constData(), mode), 0) << file.toStdString();
     };
     chmod(folder.path(), 0755);
     chmod(repository.path(), 0755);
-    chmod(globalConfig, 0644);
     chmod(QFileInfo(path).path(), 0555);
     chmod(path, 0444);
 
     const QString report = asUnprivilegedUser([&] {
-        qputenv("GIT_CONFIG_GLOBAL", QFile::encodeName(globalConfig));
+        qputenv("GIT_CONFIG_GLOBAL", QFile::encodeName(repository.filePath("safe.gitconfig")));
         RepositoryIndex index(path);
         const RepositorySynchronization result
             = RepositoryIndexer(index).synchronize(repository.path());
