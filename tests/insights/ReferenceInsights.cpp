@@ -47,6 +47,13 @@ template<typename Make> auto query(SQLiteDatabase &database, QString sql, Make m
 {
     if (limitsOff)
         sql.remove(QRegularExpression(QStringLiteral("\\nLIMIT \\d+$")));
+    // Clauses many queries share.
+    static const std::pair<const char *, const char *> shared[]
+        = {{"$LINES", "COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)"},
+           {"$CHURN", "COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0)"},
+           {"$REACHABLE", "JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1"}};
+    for (const auto &[name, clause] : shared)
+        sql.replace(QLatin1String(name), QLatin1String(clause));
     SQLiteStatement statement = database.statement(sql);
     QList<decltype(make(std::declval<Row &>()))> rows;
     while (statement.step()) {
@@ -120,7 +127,7 @@ FROM commits WHERE is_reachable = 1)"),
               return 0;
           });
     query(database, QStringLiteral(R"(
-SELECT COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
+SELECT $LINES,
   COALESCE(SUM(CASE WHEN cf.status LIKE 'A%' THEN 1 ELSE 0 END), 0),
   COALESCE(SUM(CASE WHEN cf.status LIKE 'D%' THEN 1 ELSE 0 END), 0),
   COALESCE(SUM(CASE WHEN cf.status LIKE 'R%' THEN 1 ELSE 0 END), 0),
@@ -138,10 +145,8 @@ QList<IndexedTechnologyInsight> loadTechnologies(SQLiteDatabase &database)
 {
     QHash<QString, IndexedTechnologyInsight> totals;
     query(database, QStringLiteral(R"(
-SELECT f.current_path, COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0),
-  COALESCE(SUM(cf.deletions), 0)
-FROM files f JOIN commit_files cf ON cf.file_id = f.id
-JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
+SELECT f.current_path, COUNT(DISTINCT c.id), $LINES
+FROM files f JOIN commit_files cf ON cf.file_id = f.id $REACHABLE
 GROUP BY f.id, f.current_path)"),
           [&](Row &row) {
               const QString path = row;
@@ -169,8 +174,7 @@ QList<IndexedActivityInsight> loadActivity(SQLiteDatabase &database, const QStri
 {
     return query(database,
                  QStringLiteral("SELECT strftime('%1'").arg(grouping) + QStringLiteral(R"(,
-  c.author_time, 'unixepoch') AS period, COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0),
-  COALESCE(SUM(cf.deletions), 0)
+  c.author_time, 'unixepoch') AS period, COUNT(DISTINCT c.id), $LINES
 FROM commits c LEFT JOIN commit_files cf ON cf.commit_id = c.id WHERE c.is_reachable = 1
 GROUP BY period ORDER BY period)"),
                  [](Row &row) {
@@ -226,12 +230,10 @@ RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool wit
     RepositoryAnalyticsInsights result;
     loadSummary(database, result);
     result.topAuthors = query(database, QStringLiteral(R"(
-SELECT a.canonical_name, COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0),
-  COALESCE(SUM(cf.deletions), 0), MIN(c.author_time), MAX(c.author_time)
+SELECT a.canonical_name, COUNT(DISTINCT c.id), $LINES, MIN(c.author_time), MAX(c.author_time)
 FROM authors a JOIN author_aliases aa ON aa.author_id = a.id
 JOIN commits c ON c.author_alias_id = aa.id AND c.is_reachable = 1
-LEFT JOIN commit_files cf ON cf.commit_id = c.id
-GROUP BY a.id, a.canonical_name
+LEFT JOIN commit_files cf ON cf.commit_id = c.id GROUP BY a.id, a.canonical_name
 ORDER BY COUNT(DISTINCT c.id) DESC, a.canonical_name COLLATE NOCASE)"),
                               [&](Row &row) {
                                   IndexedAuthorInsight author {row, row, row, row, 0.0, row, row};
@@ -241,14 +243,11 @@ ORDER BY COUNT(DISTINCT c.id) DESC, a.canonical_name COLLATE NOCASE)"),
                                   return author;
                               });
     result.hotspots = records<IndexedFileInsight, 7>(database, QStringLiteral(R"(
-SELECT f.current_path, COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id),
-  COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
+SELECT f.current_path, COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id), $LINES,
   MIN(c.author_time), MAX(c.author_time)
-FROM files f JOIN commit_files cf ON cf.file_id = f.id
-JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
-LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
-GROUP BY f.id, f.current_path
-ORDER BY COUNT(DISTINCT c.id) DESC, COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
+FROM files f JOIN commit_files cf ON cf.file_id = f.id $REACHABLE
+LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id GROUP BY f.id, f.current_path
+ORDER BY COUNT(DISTINCT c.id) DESC, $CHURN DESC
 LIMIT 15)"));
 
     QHash<QString, qint64> typeCounts;
@@ -295,23 +294,18 @@ LIMIT 15)"));
     result.directories = records<IndexedDirectoryInsight, 5>(database, QStringLiteral(R"(
 SELECT CASE WHEN instr(f.current_path, '/') > 0
   THEN substr(f.current_path, 1, instr(f.current_path, '/') - 1) ELSE '(root)' END AS directory,
-  COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id), COALESCE(SUM(cf.additions), 0),
-  COALESCE(SUM(cf.deletions), 0)
-FROM commit_files cf JOIN files f ON f.id = cf.file_id
-JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
-LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
-GROUP BY directory
-ORDER BY COUNT(DISTINCT c.id) DESC, COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
+  COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id), $LINES
+FROM commit_files cf JOIN files f ON f.id = cf.file_id $REACHABLE
+LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id GROUP BY directory
+ORDER BY COUNT(DISTINCT c.id) DESC, $CHURN DESC
 LIMIT 20)"));
     result.technologies = loadTechnologies(database);
     result.coChanges = coChanges(database);
     result.largestCommits = records<IndexedCommitSizeInsight, 7>(database, QStringLiteral(R"(
-SELECT c.sha, c.subject, a.canonical_name, c.author_time, COUNT(cf.file_id),
-  COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
+SELECT c.sha, c.subject, a.canonical_name, c.author_time, COUNT(cf.file_id), $LINES
 FROM commits c LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
 LEFT JOIN authors a ON a.id = aa.author_id LEFT JOIN commit_files cf ON cf.commit_id = c.id
-WHERE c.is_reachable = 1 GROUP BY c.id
-ORDER BY COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
+WHERE c.is_reachable = 1 GROUP BY c.id ORDER BY $CHURN DESC
 LIMIT 12)"));
     result.branches = query(database, QStringLiteral(R"(
 SELECT r.name, r.is_remote, c.author_time FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
