@@ -21,6 +21,35 @@ QString git(const QString &repository, const QStringList &arguments)
     return QString::fromUtf8(result.standardOutput);
 }
 
+// git's C-style quoting undone ("a\tb" in quotes becomes a, tab, b).
+QString unquoteGitPath(const QString &path)
+{
+    if (path.size() < 2 || !path.startsWith('"') || !path.endsWith('"'))
+        return path;
+    const QByteArray quoted = path.mid(1, path.size() - 2).toUtf8();
+    QByteArray bytes;
+    for (qsizetype i = 0; i < quoted.size(); ++i) {
+        const char c = quoted[i];
+        if (c != '\\' || i + 1 >= quoted.size()) {
+            bytes.append(c);
+            continue;
+        }
+        const char e = quoted[++i];
+        static const QByteArray escapes("a\ab\bt\tn\nv\vf\fr\r");
+        const qsizetype named = escapes.indexOf(e);
+        if (named >= 0 && named % 2 == 0) {
+            bytes.append(escapes[named + 1]);
+        } else if (e >= '0' && e <= '3' && i + 2 < quoted.size()) {
+            bytes.append(
+                char(((e - '0') << 6) | ((quoted[i + 1] - '0') << 3) | (quoted[i + 2] - '0')));
+            i += 2;
+        } else {
+            bytes.append(e);
+        }
+    }
+    return QString::fromUtf8(bytes);
+}
+
 QString trimNewlines(QString text)
 {
     const auto isNewline
@@ -73,34 +102,6 @@ QList<IndexedFileChange> referenceChanges(const QString &repository, const QStri
 }
 
 } // namespace
-
-QString unquoteGitPath(const QString &path)
-{
-    if (path.size() < 2 || !path.startsWith('"') || !path.endsWith('"'))
-        return path;
-    const QByteArray quoted = path.mid(1, path.size() - 2).toUtf8();
-    QByteArray bytes;
-    for (qsizetype i = 0; i < quoted.size(); ++i) {
-        const char c = quoted[i];
-        if (c != '\\' || i + 1 >= quoted.size()) {
-            bytes.append(c);
-            continue;
-        }
-        const char e = quoted[++i];
-        static const QByteArray escapes("a\ab\bt\tn\nv\vf\fr\r");
-        const qsizetype named = escapes.indexOf(e);
-        if (named >= 0 && named % 2 == 0) {
-            bytes.append(escapes[named + 1]);
-        } else if (e >= '0' && e <= '3' && i + 2 < quoted.size()) {
-            bytes.append(
-                char(((e - '0') << 6) | ((quoted[i + 1] - '0') << 3) | (quoted[i + 2] - '0')));
-            i += 2;
-        } else {
-            bytes.append(e);
-        }
-    }
-    return QString::fromUtf8(bytes);
-}
 
 QMap<QString, QStringList> dumpIndex(RepositoryIndex &index)
 {

@@ -34,9 +34,6 @@ QMap<QString, QStringList> dumpIndex(strataloom::RepositoryIndex &index);
 /// then numstat and name-status of each missing commit from two diff-tree runs.
 void referenceSynchronize(strataloom::RepositoryIndex &index, const QString &repository);
 
-/// @brief git's C-style quoting undone ("a\tb" in quotes becomes a, tab, b).
-QString unquoteGitPath(const QString &path);
-
 /// @brief Prints the first difference between two dumps, or nothing when they are equal.
 QString firstDifference(const QMap<QString, QStringList> &left,
                         const QMap<QString, QStringList> &right);
