@@ -1,5 +1,6 @@
 // Histories and index files that used to stop indexing for good: odd dates, refused ref names,
 // missing objects, damaged or read-only index files.
+#include "IndexTestSupport.h"
 #include "OddHistory.h"
 #include "TestRepository.h"
 #include "git/GitProcess.h"
@@ -21,17 +22,6 @@ using namespace strataloom;
 
 namespace {
 
-QStringList column(RepositoryIndex &index, const QString &sql)
-{
-    return index.read([&sql](SQLiteDatabase &database) {
-        QStringList values;
-        SQLiteStatement statement = database.statement(sql);
-        while (statement.step())
-            values << statement.columnText(0).value_or(QStringLiteral("NULL"));
-        return values;
-    });
-}
-
 QByteArray contents(const QString &path)
 {
     QFile file(path);
@@ -45,21 +35,17 @@ QString asUnprivilegedUser(const std::function<QString()> &work)
     int channel[2];
     if (::pipe(channel) != 0)
         return QStringLiteral("<no pipe>");
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::close(channel[0]);
-        QString report;
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) {
-            report = QStringLiteral("<cannot drop privileges>");
-        } else {
+    if (::fork() == 0) {
+        QByteArray report = "<cannot drop privileges>";
+        if (::geteuid() != 0 || (::setgid(65534) == 0 && ::setuid(65534) == 0)) {
             try {
-                report = work();
+                report = work().toUtf8();
             } catch (const std::exception &error) {
-                report = QStringLiteral("<error: %1>").arg(QString::fromUtf8(error.what()));
+                report = QByteArray("<error: ") + error.what() + '>';
             }
         }
-        const QByteArray bytes = report.toUtf8();
-        [[maybe_unused]] const auto written = ::write(channel[1], bytes.constData(), bytes.size());
+        [[maybe_unused]] const auto written
+            = ::write(channel[1], report.constData(), report.size());
         ::_exit(0);
     }
     ::close(channel[1]);
@@ -69,7 +55,7 @@ QString asUnprivilegedUser(const std::function<QString()> &work)
         bytes.append(buffer, count);
     ::close(channel[0]);
     int status = 0;
-    ::waitpid(child, &status, 0);
+    ::wait(&status);
     return WIFEXITED(status) ? QString::fromUtf8(bytes) : QStringLiteral("<child crashed>");
 }
 
@@ -88,18 +74,9 @@ void buildSmallHistory(TestRepository &repository, int commits)
 TEST(IndexFaults, OddDatesAndRefusedRefsAreIndexedAndReadable)
 {
     // Raw dates and what is stored of them (0: no date).
-    const std::pair<const char *, const char *> dates[] = {{"1700000000 +0100", "1700000000"},
-                                                           {"253402300800 +0000", "0"},
-                                                           {"-1 +0000", "0"},
-                                                           {"0 -1400", "0"},
-                                                           {"1700000000 +9999", "1700000000"},
-                                                           {"99999999999999 +0000", "0"}};
-    QStringList raw;
-    QStringList expected;
-    for (const auto &[date, stored] : dates) {
-        raw << date;
-        expected << stored;
-    }
+    const QStringList raw {"1700000000 +0100", "253402300800 +0000", "-1 +0000",
+                           "0 -1400",          "1700000000 +9999",   "99999999999999 +0000"};
+    const QStringList expected {"1700000000", "0", "0", "0", "1700000000", "0"};
     TestRepository repository;
     const QStringList commits = writeRawDateHistory(repository, raw);
     for (const QString &refused : refusedRefNames())
@@ -109,8 +86,8 @@ TEST(IndexFaults, OddDatesAndRefusedRefsAreIndexedAndReadable)
     RepositoryIndexer indexer(index);
 
     EXPECT_EQ(indexer.synchronize(repository.path()).importedCommits, raw.size());
-    EXPECT_EQ(column(index, "SELECT author_time FROM commits ORDER BY subject"), expected);
-    EXPECT_EQ(column(index, "SELECT committer_time FROM commits ORDER BY subject"), expected);
+    EXPECT_EQ(rows(index, "SELECT author_time FROM commits ORDER BY subject"), expected);
+    EXPECT_EQ(rows(index, "SELECT committer_time FROM commits ORDER BY subject"), expected);
     // The refused refs are not refs of the index; the good branches all are.
     EXPECT_EQ(index.count("refs"), raw.size() + 1);
     EXPECT_EQ(insights(index).totalCommits, raw.size());
@@ -133,8 +110,9 @@ TEST(IndexFaults, PartialCloneIsIndexedWithoutFetchingAndCountsUnreadableDiffs)
     source.remove("a.txt");
     source.commit("delete");
     source.git({"commit", "-q", "--allow-empty", "-m", "empty"});
-    // The clones get the blobs of "add" back by hand: "add" and the exact rename can be read,
-    // "edit" and "delete" each miss one blob.
+    // The clones get the blobs of "add" back by hand (a.txt, untracked now, and c.txt): "add" and
+    // the exact rename can be read, "edit" and "delete" each miss one blob.
+    source.write("a.txt", "a\nb\n");
     const qint64 diffsNeedingBlobs = 2;
     QTemporaryDir folder;
     const QString bare = folder.filePath("served.git");
@@ -144,11 +122,17 @@ TEST(IndexFaults, PartialCloneIsIndexedWithoutFetchingAndCountsUnreadableDiffs)
     RepositoryIndex complete(folder.filePath("complete/index.sqlite"));
     RepositoryIndexer(complete).synchronize(source.path());
     // Statuses of every change; line counts where git could read them.
-    const QString statuses = "SELECT c.sha || ' ' || cf.status || ' ' || f.current_path || ' ' || "
-                             "COALESCE(cf.additions || ' ' || cf.deletions, '-') FROM commit_files "
-                             "cf JOIN commits c ON c.id = cf.commit_id JOIN files f ON f.id = "
-                             "cf.file_id ORDER BY 1";
-    const QStringList all = column(complete, statuses);
+    const QString statuses
+        = "SELECT c.subject || ' ' || cf.status || ' ' || f.current_path || ' ' || "
+          "COALESCE(cf.additions || ' ' || cf.deletions, '-') FROM commit_files "
+          "cf JOIN commits c ON c.id = cf.commit_id JOIN files f ON f.id = "
+          "cf.file_id ORDER BY 1";
+    // The partial clones give the same rows, without counts where a blob is missing.
+    QStringList expected;
+    for (const QString &row : rows(complete, statuses))
+        expected << (row.startsWith("edit ") || row.startsWith("delete ")
+                         ? row.section(' ', 0, 2) + " -"
+                         : row);
 
     // The promisor remote unreachable, or reachable: either way nothing may be fetched.
     int run = 0;
@@ -158,13 +142,7 @@ TEST(IndexFaults, PartialCloneIsIndexedWithoutFetchingAndCountsUnreadableDiffs)
         runGitIn(folder.path(),
                  {"clone", "-q", "--no-checkout", "--filter=blob:none", "file://" + bare, clone});
         runGitIn(clone, {"config", "remote.origin.url", promisor});
-        for (const QByteArray &blob : {QByteArray("a\nb\n"), QByteArray("b\n")}) {
-            QFile file(folder.filePath("blob"));
-            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-            file.write(blob);
-            file.close();
-            runGitIn(clone, {"hash-object", "-w", file.fileName()});
-        }
+        runGitIn(clone, {"hash-object", "-w", source.filePath("a.txt"), source.filePath("c.txt")});
         const QString objectsBefore = runGitIn(clone, {"count-objects", "-v"});
 
         RepositoryIndex index(folder.filePath(QStringLiteral("partial%1/index.sqlite").arg(run)));
@@ -176,17 +154,7 @@ TEST(IndexFaults, PartialCloneIsIndexedWithoutFetchingAndCountsUnreadableDiffs)
         EXPECT_EQ(result.unreadableDiffs, diffsNeedingBlobs);
         EXPECT_EQ(index.metadata(RepositoryIndexer::unreadableDiffsKey()),
                   QString::number(diffsNeedingBlobs));
-        // The same rows as the complete index, without counts where a blob is missing.
-        const QStringList partial = column(index, statuses);
-        ASSERT_EQ(partial.size(), all.size());
-        int counted = 0;
-        for (qsizetype row = 0; row < all.size(); ++row) {
-            counted += partial[row].endsWith('-') ? 0 : 1;
-            EXPECT_TRUE(partial[row] == all[row]
-                        || partial[row].chopped(1) == all[row].section(' ', 0, 2) + ' ')
-                << partial[row].toStdString();
-        }
-        EXPECT_EQ(counted, 2); // the two files of "add"
+        EXPECT_EQ(rows(index, statuses), expected);
         EXPECT_EQ(runGitIn(clone, {"count-objects", "-v"}), objectsBefore);
         // Said again by a run that finds the index up to date.
         EXPECT_EQ(RepositoryIndexer(index).synchronize(clone).unreadableDiffs, diffsNeedingBlobs);
@@ -217,11 +185,9 @@ TEST(IndexFaults, DamagedIndexFileIsMovedAsideAndRebuiltOnce)
         const QString folderPath = folder.filePath(QString::fromLatin1(name));
         const QString path = folderPath + "/index.sqlite";
         QDir().mkpath(folderPath);
-        {
-            QFile file(path);
-            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-            file.write(bytes);
-        }
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        file.close();
         {
             RepositoryIndex index(path);
             const RepositorySynchronization result
@@ -238,8 +204,7 @@ TEST(IndexFaults, DamagedIndexFileIsMovedAsideAndRebuiltOnce)
         RepositoryIndex reopened(path);
         const RepositorySynchronization again
             = RepositoryIndexer(reopened).synchronize(repository.path());
-        EXPECT_TRUE(again.wasUpToDate);
-        EXPECT_FALSE(again.notice);
+        EXPECT_TRUE(again.wasUpToDate && !again.notice);
     }
 }
 
@@ -254,23 +219,17 @@ TEST(IndexFaults, ReadOnlyUpToDateIndexIsStillRead)
         RepositoryIndexer(index).synchronize(repository.path());
     }
     // The other user may read the repository and the index, and write neither.
-    const QString globalConfig = folder.filePath("gitconfig");
-    {
-        QFile config(globalConfig);
-        ASSERT_TRUE(config.open(QIODevice::WriteOnly));
-        config.write("[safe]\n\tdirectory = *\n");
-    }
+    repository.write("safe.gitconfig", "[safe]\n\tdirectory = *\n");
     const auto chmod = [](const QString &file, mode_t mode) {
         EXPECT_EQ(::chmod(QFile::encodeName(file).constData(), mode), 0) << file.toStdString();
     };
     chmod(folder.path(), 0755);
     chmod(repository.path(), 0755);
-    chmod(globalConfig, 0644);
     chmod(QFileInfo(path).path(), 0555);
     chmod(path, 0444);
 
     const QString report = asUnprivilegedUser([&] {
-        qputenv("GIT_CONFIG_GLOBAL", QFile::encodeName(globalConfig));
+        qputenv("GIT_CONFIG_GLOBAL", QFile::encodeName(repository.filePath("safe.gitconfig")));
         RepositoryIndex index(path);
         const RepositorySynchronization result
             = RepositoryIndexer(index).synchronize(repository.path());

@@ -7,8 +7,6 @@
 #include <QDateTime>
 #include <QHash>
 
-#include <sqlite3.h>
-
 #include <gtest/gtest.h>
 
 using namespace strataloom;
@@ -21,6 +19,35 @@ QString git(const QString &repository, const QStringList &arguments)
     EXPECT_EQ(result.exitStatus, 0)
         << arguments.join(' ').toStdString() << ": " << result.standardError.toStdString();
     return QString::fromUtf8(result.standardOutput);
+}
+
+// git's C-style quoting undone ("a\tb" in quotes becomes a, tab, b).
+QString unquoteGitPath(const QString &path)
+{
+    if (path.size() < 2 || !path.startsWith('"') || !path.endsWith('"'))
+        return path;
+    const QByteArray quoted = path.mid(1, path.size() - 2).toUtf8();
+    QByteArray bytes;
+    for (qsizetype i = 0; i < quoted.size(); ++i) {
+        const char c = quoted[i];
+        if (c != '\\' || i + 1 >= quoted.size()) {
+            bytes.append(c);
+            continue;
+        }
+        const char e = quoted[++i];
+        static const QByteArray escapes("a\ab\bt\tn\nv\vf\fr\r");
+        const qsizetype named = escapes.indexOf(e);
+        if (named >= 0 && named % 2 == 0) {
+            bytes.append(escapes[named + 1]);
+        } else if (e >= '0' && e <= '3' && i + 2 < quoted.size()) {
+            bytes.append(
+                char(((e - '0') << 6) | ((quoted[i + 1] - '0') << 3) | (quoted[i + 2] - '0')));
+            i += 2;
+        } else {
+            bytes.append(e);
+        }
+    }
+    return QString::fromUtf8(bytes);
 }
 
 QString trimNewlines(QString text)
@@ -76,34 +103,6 @@ QList<IndexedFileChange> referenceChanges(const QString &repository, const QStri
 
 } // namespace
 
-QString unquoteGitPath(const QString &path)
-{
-    if (path.size() < 2 || !path.startsWith('"') || !path.endsWith('"'))
-        return path;
-    const QByteArray quoted = path.mid(1, path.size() - 2).toUtf8();
-    QByteArray bytes;
-    for (qsizetype i = 0; i < quoted.size(); ++i) {
-        const char c = quoted[i];
-        if (c != '\\' || i + 1 >= quoted.size()) {
-            bytes.append(c);
-            continue;
-        }
-        const char e = quoted[++i];
-        static const QByteArray escapes("a\ab\bt\tn\nv\vf\fr\r");
-        const qsizetype named = escapes.indexOf(e);
-        if (named >= 0 && named % 2 == 0) {
-            bytes.append(escapes[named + 1]);
-        } else if (e >= '0' && e <= '3' && i + 2 < quoted.size()) {
-            bytes.append(
-                char(((e - '0') << 6) | ((quoted[i + 1] - '0') << 3) | (quoted[i + 2] - '0')));
-            i += 2;
-        } else {
-            bytes.append(e);
-        }
-    }
-    return QString::fromUtf8(bytes);
-}
-
 QMap<QString, QStringList> dumpIndex(RepositoryIndex &index)
 {
     // Whole tables in storage order, but for the columns that hold the time of the run.
@@ -116,20 +115,10 @@ QMap<QString, QStringList> dumpIndex(RepositoryIndex &index)
          {"authors", "author_aliases", "commits", "commit_parents", "files", "file_paths",
           "commit_files", "tags", "daily_activity", "author_daily_activity"})
         queries << QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1String(table));
-    return index.read([&](SQLiteDatabase &database) {
-        QMap<QString, QStringList> dump;
-        for (const QString &query : queries) {
-            SQLiteStatement statement = database.statement(query);
-            QStringList &rows = dump[query];
-            while (statement.step()) {
-                QStringList row;
-                for (int c = 0; c < sqlite3_column_count(statement.handle()); ++c)
-                    row << statement.columnText(c).value_or("<null>");
-                rows << row.join(" | ");
-            }
-        }
-        return dump;
-    });
+    QMap<QString, QStringList> dump;
+    for (const QString &query : queries)
+        dump[query] = rows(index, query);
+    return dump;
 }
 
 void referenceSynchronize(RepositoryIndex &index, const QString &repository)

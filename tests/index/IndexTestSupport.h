@@ -10,6 +10,22 @@
 #include <QString>
 #include <QStringList>
 
+/// @brief Every row of @p sql, its columns joined by "|" (NULL written as "NULL").
+inline QStringList rows(strataloom::RepositoryIndex &index, const QString &sql)
+{
+    return index.read([&](strataloom::SQLiteDatabase &database) {
+        QStringList result;
+        strataloom::SQLiteStatement statement = database.statement(sql);
+        while (statement.step()) {
+            QStringList columns;
+            for (int column = 0; column < statement.columnCount(); ++column)
+                columns << statement.columnText(column).value_or(QStringLiteral("NULL"));
+            result << columns.join(QLatin1Char('|'));
+        }
+        return result;
+    });
+}
+
 /// @brief Every row of every table, as text, in storage order. Columns that hold the time of
 /// the run (refs.updated_at, "last_indexed_at") are left out so that two runs compare equal.
 QMap<QString, QStringList> dumpIndex(strataloom::RepositoryIndex &index);
@@ -17,9 +33,6 @@ QMap<QString, QStringList> dumpIndex(strataloom::RepositoryIndex &index);
 /// @brief Brings @p index up to date the slow way: metadata of the whole history from one log,
 /// then numstat and name-status of each missing commit from two diff-tree runs.
 void referenceSynchronize(strataloom::RepositoryIndex &index, const QString &repository);
-
-/// @brief git's C-style quoting undone ("a\tb" in quotes becomes a, tab, b).
-QString unquoteGitPath(const QString &path);
 
 /// @brief Prints the first difference between two dumps, or nothing when they are equal.
 QString firstDifference(const QMap<QString, QStringList> &left,

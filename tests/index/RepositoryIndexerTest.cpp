@@ -86,20 +86,23 @@ void buildAwkwardHistory(TestRepository &repository)
     git({"branch", "-D", "vendor"});
 }
 
+// Two indexes of one repository, one brought up to date by the indexer, one by the reference.
 struct IndexPair
 {
     QTemporaryDir folder;
     RepositoryIndex streamed {folder.filePath("streamed/index.sqlite")};
     RepositoryIndex reference {folder.filePath("reference/index.sqlite")};
-};
 
-void expectSameIndexes(IndexPair &pair)
-{
-    const auto streamed = dumpIndex(pair.streamed);
-    const auto reference = dumpIndex(pair.reference);
-    EXPECT_EQ(firstDifference(reference, streamed), QString());
-    EXPECT_TRUE(streamed == reference);
-}
+    // Brings both up to date and expects the same rows in both.
+    RepositorySynchronization synchronize(const QString &repository)
+    {
+        const RepositorySynchronization result
+            = RepositoryIndexer(streamed).synchronize(repository);
+        referenceSynchronize(reference, repository);
+        EXPECT_EQ(firstDifference(dumpIndex(reference), dumpIndex(streamed)), QString());
+        return result;
+    }
+};
 
 // Puts a git in place that writes down every command it runs and hands over its whole output at
 // once, after it ended, so that nothing but the indexer's own checks can stop between commits.
@@ -127,12 +130,6 @@ struct JournallingGit
     QString journal;
 };
 
-QString makeHistoryScript()
-{
-    const QString path = QStringLiteral(STRATALOOM_SOURCE_DIR "/../shared/tools/make-history.py");
-    return QFile::exists(path) ? path : QString();
-}
-
 } // namespace
 
 TEST(RepositoryIndexer, StreamingImportMatchesPerCommitDiffTreeRowByRow)
@@ -141,19 +138,9 @@ TEST(RepositoryIndexer, StreamingImportMatchesPerCommitDiffTreeRowByRow)
     buildAwkwardHistory(repository);
 
     IndexPair pair;
-    const RepositorySynchronization first
-        = RepositoryIndexer(pair.streamed).synchronize(repository.path());
-    referenceSynchronize(pair.reference, repository.path());
+    const RepositorySynchronization first = pair.synchronize(repository.path());
     EXPECT_EQ(first.importedCommits, 15);
     EXPECT_FALSE(first.wasUpToDate);
-    expectSameIndexes(pair);
-
-    // The unusual names are stored as they are named, not as git quotes them.
-    const QString files
-        = dumpIndex(pair.streamed).value("SELECT * FROM files ORDER BY rowid").join('\n');
-    for (const QString name : {"tab\tname.txt", "quote\"d.txt", "back\\slash.txt"})
-        EXPECT_TRUE(files.contains(name)) << name.toStdString();
-    EXPECT_TRUE(files.contains(QStringLiteral("na\u00efve-\u00fc.txt")));
 
     // Incremental: more commits, a rewritten branch and a deleted tag, imported on top of both.
     const auto git = [&](const QStringList &arguments) { repository.git(arguments); };
@@ -168,17 +155,14 @@ TEST(RepositoryIndexer, StreamingImportMatchesPerCommitDiffTreeRowByRow)
     git({"mv", "docs/a b moved.txt", "a b.txt"});
     repository.commit("Revert \"Move the spaced file\"");
 
-    const RepositorySynchronization second
-        = RepositoryIndexer(pair.streamed).synchronize(repository.path());
-    referenceSynchronize(pair.reference, repository.path());
-    EXPECT_EQ(second.importedCommits, 2); // "Topic again" is no longer reachable
-    expectSameIndexes(pair);
+    // "Topic again" is no longer reachable.
+    EXPECT_EQ(pair.synchronize(repository.path()).importedCommits, 2);
 }
 
 TEST(RepositoryIndexer, StreamingImportMatchesOnAGeneratedHistory)
 {
-    const QString script = makeHistoryScript();
-    if (script.isEmpty())
+    const QString script = QStringLiteral(STRATALOOM_SOURCE_DIR "/../shared/tools/make-history.py");
+    if (!QFile::exists(script))
         GTEST_SKIP() << "the history generator is not beside this checkout";
     QTemporaryDir folder;
     const QString repository = folder.filePath("generated");
@@ -187,16 +171,12 @@ TEST(RepositoryIndexer, StreamingImportMatchesOnAGeneratedHistory)
     ASSERT_EQ(made.exitStatus, 0) << made.standardError.toStdString();
 
     IndexPair pair;
-    RepositoryIndexer(pair.streamed).synchronize(repository);
-    referenceSynchronize(pair.reference, repository);
-    expectSameIndexes(pair);
+    pair.synchronize(repository);
 
     const ProcessResult appended
         = runProcess("/usr/bin/python3", {script, repository, "--append", "60", "--seed", "12"});
     ASSERT_EQ(appended.exitStatus, 0) << appended.standardError.toStdString();
-    EXPECT_EQ(RepositoryIndexer(pair.streamed).synchronize(repository).importedCommits, 60);
-    referenceSynchronize(pair.reference, repository);
-    expectSameIndexes(pair);
+    EXPECT_EQ(pair.synchronize(repository).importedCommits, 60);
 }
 
 TEST(RepositoryIndexer, ParserGivesTheSameCommitsHoweverTheStreamIsCut)
@@ -222,7 +202,7 @@ TEST(RepositoryIndexer, ParserGivesTheSameCommitsHoweverTheStreamIsCut)
     EXPECT_EQ(whole.size(), 15);
 }
 
-TEST(RepositoryIndexer, EmptyRepositoryWritesAnEmptyBatchOnceThenIsUpToDate)
+TEST(RepositoryIndexer, EmptyRepositoryIsWrittenOnceAndGitFailureWritesNothing)
 {
     TestRepository repository;
     QTemporaryDir folder;
@@ -236,6 +216,13 @@ TEST(RepositoryIndexer, EmptyRepositoryWritesAnEmptyBatchOnceThenIsUpToDate)
     ASSERT_TRUE(stamp.has_value());
     EXPECT_TRUE(indexer.synchronize(repository.path()).wasUpToDate);
     EXPECT_EQ(index.metadata("last_indexed_at"), stamp); // nothing written
+
+    // Outside any repository git's error comes through and nothing is written.
+    RepositoryIndex outside(folder.filePath("outside/index.sqlite"));
+    EXPECT_TRUE(gitErrorOf([&] {
+                    RepositoryIndexer(outside).synchronize(folder.path());
+                }).startsWith("fatal: not a git repository"));
+    EXPECT_EQ(outside.snapshot(), RepositoryIndexSnapshot {});
 }
 
 TEST(RepositoryIndexer, RefOnlyChangesRewriteRefsWithoutReadingTheLog)
@@ -287,16 +274,6 @@ TEST(RepositoryIndexer, CancellationStopsAtTheNextCommitWritesNothingAndTheNextR
     RepositoryIndex fresh(folder.filePath("fresh/index.sqlite"));
     RepositoryIndexer(fresh).synchronize(repository.path());
     EXPECT_EQ(firstDifference(dumpIndex(fresh), dumpIndex(index)), QString());
-}
-
-TEST(RepositoryIndexer, GitFailureLeavesTheIndexAsItWas)
-{
-    QTemporaryDir outside;
-    RepositoryIndex index(outside.filePath("index/index.sqlite"));
-    EXPECT_TRUE(gitErrorOf([&] {
-                    RepositoryIndexer(index).synchronize(outside.path());
-                }).startsWith("fatal: not a git repository"));
-    EXPECT_EQ(index.snapshot(), RepositoryIndexSnapshot {});
 }
 
 TEST(RepositoryIndexer, RefsAndFingerprintFollowTheIndexRules)

@@ -80,21 +80,18 @@ void expectSameAsQueries(RepositoryIndex &index)
             return std::make_pair(row.changes, row.additions + row.deletions);
         };
         const auto byName = [](const auto &row) { return foldASCII(row.name); };
-        upToTies(
-            &I::topAuthors, [&](const auto &a) { return std::pair(a.commits, byName(a)); },
-            "topAuthors");
+        const auto byCommits = [&](const auto &a) { return std::pair(a.commits, byName(a)); };
+        const auto byChurn = [](const auto &c) { return c.additions + c.deletions; };
+        const auto byRemote = [&](const auto &b) { return std::pair(b.isRemote, byName(b)); };
+        const auto byTime = [&](const auto &t) { return std::pair(t.commitAt, byName(t)); };
+        const auto byCount = [](const auto &d) { return d.count; };
+        upToTies(&I::topAuthors, byCommits, "topAuthors");
         upToTies(&I::hotspots, rank, "hotspots");
         upToTies(&I::directories, rank, "directories");
-        upToTies(
-            &I::largestCommits, [](const auto &c) { return c.additions + c.deletions; },
-            "largestCommits");
-        upToTies(
-            &I::branches, [&](const auto &b) { return std::pair(b.isRemote, byName(b)); },
-            "branches");
-        upToTies(
-            &I::tags, [&](const auto &t) { return std::pair(t.commitAt, byName(t)); }, "tags");
-        upToTies(
-            &I::emailDomains, [](const auto &d) { return d.count; }, "emailDomains");
+        upToTies(&I::largestCommits, byChurn, "largestCommits");
+        upToTies(&I::branches, byRemote, "branches");
+        upToTies(&I::tags, byTime, "tags");
+        upToTies(&I::emailDomains, byCount, "emailDomains");
         // Everything else, totals and fully ordered lists alike, is equal as a whole.
         EXPECT_EQ(fast, reference);
         EXPECT_EQ(loadCoChanges(database), reference::coChanges(database));

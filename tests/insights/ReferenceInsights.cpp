@@ -20,20 +20,22 @@ namespace {
 
 bool limitsOff = false;
 
-// One row of a statement, read column by column from the left (braced lists keep that order).
+// One row of a statement, its columns taken from the left as the values they are made into
+// (braced lists keep that order): a number, a text ("Unknown" for NULL) or a date (none
+// before 1970-01-01T00:00:01).
 struct Row
 {
     const SQLiteStatement &statement;
     int column = 0;
 
-    qint64 number() { return statement.columnInt64(column++); }
-    QString text(const QString &fallback = {})
+    operator qint64() { return statement.columnInt64(column++); }
+    operator QString()
     {
-        return statement.columnText(column++).value_or(fallback);
+        return statement.columnText(column++).value_or(QStringLiteral("Unknown"));
     }
-    std::optional<QDateTime> date()
+    operator std::optional<QDateTime>()
     {
-        const qint64 seconds = number();
+        const qint64 seconds = statement.columnInt64(column++);
         return seconds < 1 ? std::nullopt
                            : std::optional(QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC));
     }
@@ -45,6 +47,13 @@ template<typename Make> auto query(SQLiteDatabase &database, QString sql, Make m
 {
     if (limitsOff)
         sql.remove(QRegularExpression(QStringLiteral("\\nLIMIT \\d+$")));
+    // Clauses many queries share.
+    static const std::pair<const char *, const char *> shared[]
+        = {{"$LINES", "COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)"},
+           {"$CHURN", "COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0)"},
+           {"$REACHABLE", "JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1"}};
+    for (const auto &[name, clause] : shared)
+        sql.replace(QLatin1String(name), QLatin1String(clause));
     SQLiteStatement statement = database.statement(sql);
     QList<decltype(make(std::declval<Row &>()))> rows;
     while (statement.step()) {
@@ -52,6 +61,18 @@ template<typename Make> auto query(SQLiteDatabase &database, QString sql, Make m
         rows.append(make(row));
     }
     return rows;
+}
+
+// Every row of the query made into a @p T from its @p N columns in order.
+template<typename T, std::size_t N> QList<T> records(SQLiteDatabase &database, const QString &sql)
+{
+    return query(database, sql, [](Row &row) {
+        return [&]<std::size_t... I>(std::index_sequence<I...>)
+        {
+            return T {((void)I, row)...};
+        }
+        (std::make_index_sequence<N> {});
+    });
 }
 
 // Code-point order (the order of UTF-8 bytes, as SQLite's BINARY collation compares), which plain
@@ -87,29 +108,26 @@ void loadSummary(SQLiteDatabase &database, RepositoryAnalyticsInsights &r)
     query(database, QStringLiteral(R"(
 SELECT COUNT(*), COALESCE(SUM(is_merge), 0),
   COALESCE(SUM(CASE WHEN lower(subject) LIKE 'revert%' THEN 1 ELSE 0 END), 0),
-  MIN(author_time), MAX(author_time), COALESCE(SUM(length(subject)), 0),
   COALESCE(SUM(CASE WHEN length(trim(subject)) < 10 THEN 1 ELSE 0 END), 0),
   COALESCE(SUM(CASE WHEN NOT EXISTS (
     SELECT 1 FROM commit_files cf WHERE cf.commit_id = commits.id) THEN 1 ELSE 0 END), 0),
   COALESCE(SUM(CASE WHEN (
-    SELECT COUNT(*) FROM commit_files cf WHERE cf.commit_id = commits.id) >= 10 THEN 1 ELSE 0 END), 0)
+    SELECT COUNT(*) FROM commit_files cf WHERE cf.commit_id = commits.id) >= 10 THEN 1 ELSE 0 END), 0),
+  COALESCE(SUM(length(subject)), 0), MIN(author_time), MAX(author_time)
 FROM commits WHERE is_reachable = 1)"),
           [&](Row &row) {
-              r.totalCommits = row.number();
-              r.mergeCommits = row.number();
-              r.revertCommits = row.number();
-              r.firstCommitAt = row.date();
-              r.lastCommitAt = row.date();
-              const qint64 length = row.number();
+              for (qint64 *field : {&r.totalCommits, &r.mergeCommits, &r.revertCommits,
+                                    &r.shortMessages, &r.commitsWithoutChanges, &r.wideCommits})
+                  *field = row;
+              const qint64 length = row;
               if (r.totalCommits > 0)
                   r.averageSubjectLength = double(length) / double(r.totalCommits);
-              r.shortMessages = row.number();
-              r.commitsWithoutChanges = row.number();
-              r.wideCommits = row.number();
+              r.firstCommitAt = row;
+              r.lastCommitAt = row;
               return 0;
           });
     query(database, QStringLiteral(R"(
-SELECT COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
+SELECT $LINES,
   COALESCE(SUM(CASE WHEN cf.status LIKE 'A%' THEN 1 ELSE 0 END), 0),
   COALESCE(SUM(CASE WHEN cf.status LIKE 'D%' THEN 1 ELSE 0 END), 0),
   COALESCE(SUM(CASE WHEN cf.status LIKE 'R%' THEN 1 ELSE 0 END), 0),
@@ -118,7 +136,7 @@ FROM commit_files cf JOIN commits c ON c.id = cf.commit_id WHERE c.is_reachable 
           [&](Row &row) {
               for (qint64 *field : {&r.additions, &r.deletions, &r.filesAdded, &r.filesDeleted,
                                     &r.filesRenamed, &r.binaryFiles})
-                  *field = row.number();
+                  *field = row;
               return 0;
           });
 }
@@ -127,19 +145,18 @@ QList<IndexedTechnologyInsight> loadTechnologies(SQLiteDatabase &database)
 {
     QHash<QString, IndexedTechnologyInsight> totals;
     query(database, QStringLiteral(R"(
-SELECT f.current_path, COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0),
-  COALESCE(SUM(cf.deletions), 0)
-FROM files f JOIN commit_files cf ON cf.file_id = f.id
-JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
+SELECT f.current_path, COUNT(DISTINCT c.id), $LINES
+FROM files f JOIN commit_files cf ON cf.file_id = f.id $REACHABLE
 GROUP BY f.id, f.current_path)"),
           [&](Row &row) {
-              const QString name = technology(row.text());
+              const QString path = row;
+              const QString name = technology(path);
               IndexedTechnologyInsight &entry = totals[name];
               entry.name = name;
               entry.files += 1;
-              entry.changes += row.number();
-              entry.additions += row.number();
-              entry.deletions += row.number();
+              entry.changes += qint64(row);
+              entry.additions += qint64(row);
+              entry.deletions += qint64(row);
               return 0;
           });
     QList<IndexedTechnologyInsight> technologies(totals.cbegin(), totals.cend());
@@ -157,14 +174,12 @@ QList<IndexedActivityInsight> loadActivity(SQLiteDatabase &database, const QStri
 {
     return query(database,
                  QStringLiteral("SELECT strftime('%1'").arg(grouping) + QStringLiteral(R"(,
-  c.author_time, 'unixepoch') AS period, COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0),
-  COALESCE(SUM(cf.deletions), 0)
+  c.author_time, 'unixepoch') AS period, COUNT(DISTINCT c.id), $LINES
 FROM commits c LEFT JOIN commit_files cf ON cf.commit_id = c.id WHERE c.is_reachable = 1
 GROUP BY period ORDER BY period)"),
                  [](Row &row) {
-                     const QString label = row.text(QStringLiteral("Unknown"));
-                     return IndexedActivityInsight {label, periodDate(label), row.number(),
-                                                    row.number(), row.number()};
+                     const QString label = row;
+                     return IndexedActivityInsight {label, periodDate(label), row, row, row};
                  });
 }
 
@@ -184,7 +199,7 @@ FROM commits c JOIN author_aliases aa ON aa.id = c.author_alias_id
 WHERE c.is_reachable = 1)")
                                   .arg(middle),
                               [](Row &row) {
-                                  return std::pair<qint64, qint64> {row.number(), row.number()};
+                                  return std::pair<qint64, qint64> {row, row};
                               });
     const auto [before, after] = counts.value(0);
     if (before < 1)
@@ -196,7 +211,7 @@ WHERE c.is_reachable = 1)")
 
 QList<IndexedCoChangeInsight> coChanges(SQLiteDatabase &database)
 {
-    return query(database, QStringLiteral(R"(
+    return records<IndexedCoChangeInsight, 3>(database, QStringLiteral(R"(
 SELECT f1.current_path, f2.current_path, COUNT(*)
 FROM commit_files a JOIN commit_files b ON b.commit_id = a.commit_id AND b.file_id > a.file_id
 JOIN commits c ON c.id = a.commit_id AND c.is_reachable = 1
@@ -204,12 +219,7 @@ JOIN files f1 ON f1.id = a.file_id JOIN files f2 ON f2.id = b.file_id
 WHERE (SELECT COUNT(*) FROM commit_files size WHERE size.commit_id = a.commit_id) <= 50
 GROUP BY a.file_id, b.file_id HAVING COUNT(*) >= 2
 ORDER BY COUNT(*) DESC, f1.current_path, f2.current_path
-LIMIT 15)"),
-                 [](Row &row) {
-                     return IndexedCoChangeInsight {row.text(QStringLiteral("Unknown")),
-                                                    row.text(QStringLiteral("Unknown")),
-                                                    row.number()};
-                 });
+LIMIT 15)"));
 }
 
 RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool withoutLimits)
@@ -217,47 +227,34 @@ RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool wit
     limitsOff = withoutLimits;
     const std::unique_ptr<bool, void (*)(bool *)> restore(&limitsOff,
                                                           [](bool *flag) { *flag = false; });
-    const QString unknown = QStringLiteral("Unknown");
     RepositoryAnalyticsInsights result;
     loadSummary(database, result);
-    result.topAuthors
-        = query(database, QStringLiteral(R"(
-SELECT a.canonical_name, COUNT(DISTINCT c.id), COALESCE(SUM(cf.additions), 0),
-  COALESCE(SUM(cf.deletions), 0), MIN(c.author_time), MAX(c.author_time)
+    result.topAuthors = query(database, QStringLiteral(R"(
+SELECT a.canonical_name, COUNT(DISTINCT c.id), $LINES, MIN(c.author_time), MAX(c.author_time)
 FROM authors a JOIN author_aliases aa ON aa.author_id = a.id
 JOIN commits c ON c.author_alias_id = aa.id AND c.is_reachable = 1
-LEFT JOIN commit_files cf ON cf.commit_id = c.id
-GROUP BY a.id, a.canonical_name
+LEFT JOIN commit_files cf ON cf.commit_id = c.id GROUP BY a.id, a.canonical_name
 ORDER BY COUNT(DISTINCT c.id) DESC, a.canonical_name COLLATE NOCASE)"),
-                [&](Row &row) {
-                    IndexedAuthorInsight author {row.text(unknown), row.number(), row.number(),
-                                                 row.number(),      0.0,          row.date(),
-                                                 row.date()};
-                    if (result.totalCommits > 0)
-                        author.commitShare = double(author.commits) / double(result.totalCommits);
-                    return author;
-                });
-    result.hotspots = query(database, QStringLiteral(R"(
-SELECT f.current_path, COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id),
-  COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0),
+                              [&](Row &row) {
+                                  IndexedAuthorInsight author {row, row, row, row, 0.0, row, row};
+                                  if (result.totalCommits > 0)
+                                      author.commitShare
+                                          = double(author.commits) / double(result.totalCommits);
+                                  return author;
+                              });
+    result.hotspots = records<IndexedFileInsight, 7>(database, QStringLiteral(R"(
+SELECT f.current_path, COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id), $LINES,
   MIN(c.author_time), MAX(c.author_time)
-FROM files f JOIN commit_files cf ON cf.file_id = f.id
-JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
-LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
-GROUP BY f.id, f.current_path
-ORDER BY COUNT(DISTINCT c.id) DESC, COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
-LIMIT 15)"),
-                            [&](Row &row) {
-                                return IndexedFileInsight {
-                                    row.text(unknown), row.number(), row.number(), row.number(),
-                                    row.number(),      row.date(),   row.date()};
-                            });
+FROM files f JOIN commit_files cf ON cf.file_id = f.id $REACHABLE
+LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id GROUP BY f.id, f.current_path
+ORDER BY COUNT(DISTINCT c.id) DESC, $CHURN DESC
+LIMIT 15)"));
 
     QHash<QString, qint64> typeCounts;
     QHash<QString, qint64> wordCounts;
     query(database, QStringLiteral("SELECT subject FROM commits WHERE is_reachable = 1"),
           [&](Row &row) {
-              const QString subject = row.text();
+              const QString subject = row;
               ++typeCounts[commitType(subject)];
               for (const QString &word : significantWords(subject))
                   ++wordCounts[word];
@@ -281,7 +278,7 @@ LIMIT 15)"),
         = query(database,
                 QStringLiteral(
                     "SELECT author_time FROM commits WHERE is_reachable = 1 ORDER BY author_time"),
-                [](Row &row) { return row.number(); });
+                [](Row &row) { return qint64(row); });
     for (qsizetype i = 1; i < times.size(); ++i)
         result.longestGapDays = std::max(result.longestGapDays, (times[i] - times[i - 1]) / 86400);
 
@@ -294,63 +291,40 @@ LIMIT 15)"),
         }
     }
 
-    result.directories = query(database, QStringLiteral(R"(
+    result.directories = records<IndexedDirectoryInsight, 5>(database, QStringLiteral(R"(
 SELECT CASE WHEN instr(f.current_path, '/') > 0
   THEN substr(f.current_path, 1, instr(f.current_path, '/') - 1) ELSE '(root)' END AS directory,
-  COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id), COALESCE(SUM(cf.additions), 0),
-  COALESCE(SUM(cf.deletions), 0)
-FROM commit_files cf JOIN files f ON f.id = cf.file_id
-JOIN commits c ON c.id = cf.commit_id AND c.is_reachable = 1
-LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
-GROUP BY directory
-ORDER BY COUNT(DISTINCT c.id) DESC, COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
-LIMIT 20)"),
-                               [](Row &row) {
-                                   return IndexedDirectoryInsight {
-                                       row.text(QStringLiteral("(root)")), row.number(),
-                                       row.number(), row.number(), row.number()};
-                               });
+  COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id), $LINES
+FROM commit_files cf JOIN files f ON f.id = cf.file_id $REACHABLE
+LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id GROUP BY directory
+ORDER BY COUNT(DISTINCT c.id) DESC, $CHURN DESC
+LIMIT 20)"));
     result.technologies = loadTechnologies(database);
     result.coChanges = coChanges(database);
-    result.largestCommits = query(database, QStringLiteral(R"(
-SELECT c.sha, c.subject, a.canonical_name, c.author_time, COUNT(cf.file_id),
-  COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)
+    result.largestCommits = records<IndexedCommitSizeInsight, 7>(database, QStringLiteral(R"(
+SELECT c.sha, c.subject, a.canonical_name, c.author_time, COUNT(cf.file_id), $LINES
 FROM commits c LEFT JOIN author_aliases aa ON aa.id = c.author_alias_id
 LEFT JOIN authors a ON a.id = aa.author_id LEFT JOIN commit_files cf ON cf.commit_id = c.id
-WHERE c.is_reachable = 1 GROUP BY c.id
-ORDER BY COALESCE(SUM(cf.additions), 0) + COALESCE(SUM(cf.deletions), 0) DESC
-LIMIT 12)"),
-                                  [&](Row &row) {
-                                      return IndexedCommitSizeInsight {
-                                          row.text(),   row.text(),   row.text(unknown), row.date(),
-                                          row.number(), row.number(), row.number()};
-                                  });
-    result.branches
-        = query(database, QStringLiteral(R"(
+WHERE c.is_reachable = 1 GROUP BY c.id ORDER BY $CHURN DESC
+LIMIT 12)"));
+    result.branches = query(database, QStringLiteral(R"(
 SELECT r.name, r.is_remote, c.author_time FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
 WHERE r.kind = 'branch' ORDER BY r.is_remote, r.name COLLATE NOCASE)"),
-                [&](Row &row) {
-                    return IndexedBranchInsight {row.text(unknown), row.number() == 1, row.date()};
-                });
+                            [&](Row &row) {
+                                return IndexedBranchInsight {row, qint64(row) == 1, row};
+                            });
     for (const IndexedBranchInsight &branch : std::as_const(result.branches))
         ++(branch.isRemote ? result.remoteBranches : result.localBranches);
-    result.tags = query(database, QStringLiteral(R"(
+    result.tags = records<IndexedTagInsight, 2>(database, QStringLiteral(R"(
 SELECT r.name, c.author_time FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
-WHERE r.kind = 'tag' ORDER BY c.author_time, r.name COLLATE NOCASE)"),
-                        [&](Row &row) {
-                            return IndexedTagInsight {row.text(unknown), row.date()};
-                        });
+WHERE r.kind = 'tag' ORDER BY c.author_time, r.name COLLATE NOCASE)"));
     result.tagCount = result.tags.size();
-    result.emailDomains
-        = query(database, QStringLiteral(R"(
+    result.emailDomains = records<IndexedNamedCount, 2>(database, QStringLiteral(R"(
 SELECT lower(substr(aa.email, instr(aa.email, '@') + 1)), COUNT(DISTINCT c.id)
 FROM author_aliases aa JOIN commits c ON c.author_alias_id = aa.id
 WHERE c.is_reachable = 1 AND instr(aa.email, '@') > 0
 GROUP BY lower(substr(aa.email, instr(aa.email, '@') + 1)) ORDER BY COUNT(DISTINCT c.id) DESC
-LIMIT 12)"),
-                [](Row &row) {
-                    return IndexedNamedCount {row.text(QStringLiteral("unknown")), row.number()};
-                });
+LIMIT 12)"));
     result.contributorTrendPercent = contributorTrend(database, result);
     result.commonWords = sortedCounts(wordCounts, 15);
     if (result.totalCommits > 0)
