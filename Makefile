@@ -53,13 +53,13 @@ test: build
 	cd $(BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
 
 # With a display: the application (REPO=path opens that repository). Without one: say so and
-# print the insights of REPO (default: this checkout) with the command-line tool instead.
+# print the terminal report of REPO (default: this checkout) with the command-line tool instead.
 run: build
 	@if [ -n "$$DISPLAY$$WAYLAND_DISPLAY" ]; then \
 	    exec $(BUILD_DIR)/src/ui/shell/strataloom $(if $(filter command line,$(origin REPO)),"$(REPO)"); \
 	else \
-	    echo "No display (neither DISPLAY nor WAYLAND_DISPLAY is set): printing the insights of $(REPO) instead."; \
-	    $(BUILD_DIR)/src/cli/strataloom-cli insights "$(REPO)"; \
+	    echo "No display (neither DISPLAY nor WAYLAND_DISPLAY is set): printing the report of $(REPO) instead."; \
+	    $(BUILD_DIR)/src/cli/strataloom-cli report "$(REPO)"; \
 	fi
 
 bench: build

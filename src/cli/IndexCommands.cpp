@@ -66,10 +66,16 @@ Json indexCommand(const QString &repository, const QString &indexDirectory)
     };
 }
 
-Json insightsCommand(const QString &repository, const QString &indexDirectory)
+RepositoryAnalyticsInsights synchronizedInsights(const QString &repository,
+                                                 const QString &indexDirectory)
 {
     SynchronizedIndex synchronized(repository, indexDirectory);
-    return insightsReport(insights(synchronized.index()));
+    return insights(synchronized.index());
+}
+
+Json insightsCommand(const QString &repository, const QString &indexDirectory)
+{
+    return insightsReport(synchronizedInsights(repository, indexDirectory));
 }
 
 } // namespace strataloom::cli

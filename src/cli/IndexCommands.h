@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/JsonOutput.h"
+#include "insights/InsightRecords.h"
 
 #include <QString>
 
@@ -10,7 +11,11 @@ namespace strataloom::cli {
 /// describes what happened: importedCommits, wasUpToDate and the snapshot.
 Json indexCommand(const QString &repository, const QString &indexDirectory);
 
-/// @brief Synchronises like indexCommand, then reports the insights of the whole history.
+/// @brief Synchronises like indexCommand, then computes the insights of the whole history.
+RepositoryAnalyticsInsights synchronizedInsights(const QString &repository,
+                                                 const QString &indexDirectory);
+
+/// @brief The insights of synchronizedInsights as JSON.
 Json insightsCommand(const QString &repository, const QString &indexDirectory);
 
 } // namespace strataloom::cli

@@ -2,6 +2,7 @@
 #include "git/GitService.h"
 #include "app/ErrorText.h"
 #include "cli/IndexCommands.h"
+#include "cli/ReportCommand.h"
 #include "cli/JsonOutput.h"
 #include "cli/ScanCommand.h"
 
@@ -42,12 +43,15 @@ Commands:
   diff     <repo> <commit>           full text of a commit
   index    <repo> [--index-dir DIR]  bring the repository's analytics index up to date
   insights <repo> [--index-dir DIR]  synchronise the index, then print the repository's insights
+  report   <repo> [--index-dir DIR]  a readable overview for people: contributors, activity,
+                                     hotspots, technologies, risk signals (synchronises the index)
   scan     [<home>]                  repositories under a home folder (default: your home)
 
 A value that begins with "-" follows "--": everything after "--" is an argument, not an
 option (strataloom-cli search <repo> -- --fixup).
 
-Every command prints JSON on standard output, except diff, which prints git's text.
+Every command prints JSON on standard output, except diff, which prints git's text, and
+report, which prints text for people (in colour on a terminal, unless NO_COLOR is set).
 Errors are one line on standard error with exit status 1; wrong usage exits with status 2.
 Set STRATALOOM_GIT to use another git than /usr/bin/git.
 )";
@@ -171,6 +175,12 @@ const QHash<QString, Command> &commands()
           .run =
               [indexDir](const Invocation &in) {
                   printJson(cli::insightsCommand(in.repository, in.texts.value(indexDir)));
+              }}},
+        {QStringLiteral("report"),
+         {.textOptions = {indexDir},
+          .run =
+              [indexDir](const Invocation &in) {
+                  cli::reportCommand(in.repository, in.texts.value(indexDir));
               }}},
         {QStringLiteral("index"),
          {.textOptions = {indexDir},

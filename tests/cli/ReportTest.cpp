@@ -1,0 +1,94 @@
+#include "cli/ReportCommand.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+using namespace strataloom;
+using namespace strataloom::cli;
+
+namespace {
+
+const QDateTime now = QDateTime::fromString(QStringLiteral("2024-06-01T00:00:00Z"), Qt::ISODate);
+
+RepositorySummary summary()
+{
+    RepositorySummary value;
+    value.name = QStringLiteral("tool");
+    value.path = QStringLiteral("/home/ada/tool");
+    value.currentBranch = QStringLiteral("main");
+    value.commitCount = 30;
+    value.authorCount = 2;
+    value.firstCommitDate = now.addDays(-800);
+    value.latestCommitDate = now.addDays(-3);
+    return value;
+}
+
+// Two authors (the second with half the first's commits, and a name longer than any column),
+// two active months with a silent one between them, one hotspot, one technology.
+RepositoryAnalyticsInsights insights()
+{
+    RepositoryAnalyticsInsights value;
+    value.totalCommits = 30;
+    value.topAuthors = {{QStringLiteral("Ada"), 20, 0, 0, 20.0 / 30},
+                        {QString(70, QLatin1Char('B')), 10, 0, 0, 10.0 / 30}};
+    value.monthlyActivity = {{QStringLiteral("2024-01"), {}, 4, 0, 0},
+                             {QStringLiteral("2024-03"), {}, 8, 0, 0}};
+    value.hotspots = {{QStringLiteral("src/main.c"), 12, 2, 100, 50}};
+    value.technologies = {{QStringLiteral("C"), 3, 12, 100, 50}};
+    return value;
+}
+
+QString withoutEscapes(QString text)
+{
+    return text.remove(QRegularExpression(QStringLiteral("\x1b\\[[0-9;]*m")));
+}
+
+QString lineStartingWith(const QString &report, const QString &start)
+{
+    for (const QString &line : report.split(QLatin1Char('\n')))
+        if (line.trimmed().startsWith(start))
+            return line;
+    return {};
+}
+
+} // namespace
+
+TEST(Report, FitsTheWidthAndColoursOnlyWhenAsked)
+{
+    for (const int width : {40, 80, 120}) {
+        for (const bool colour : {false, true}) {
+            const QString report = formatReport(summary(), insights(), {colour, width}, now);
+            EXPECT_EQ(report.contains(QLatin1Char('\x1b')), colour) << width;
+            for (const QString &line : withoutEscapes(report).split(QLatin1Char('\n')))
+                EXPECT_LE(line.size(), width) << qPrintable(line);
+        }
+    }
+}
+
+TEST(Report, BarsAreProportionalAndTheSparklineEndsWithTheNewestActiveMonth)
+{
+    const QString report = formatReport(summary(), insights(), {false, 80}, now);
+    const qsizetype full = lineStartingWith(report, QStringLiteral("Ada")).count(QChar(0x2588));
+    const QString second = lineStartingWith(report, QStringLiteral("BBB"));
+    EXPECT_GT(full, 8);
+    EXPECT_EQ(second.count(QChar(0x2588)), full / 2);
+    EXPECT_TRUE(second.contains(QChar(0x2026))) << "a name too long for its column is cut";
+
+    // January (half of March), a silent February, then March, the busiest, last.
+    const QString months = lineStartingWith(report, QStringLiteral("2022-"));
+    EXPECT_TRUE(months.endsWith(QStringLiteral("\u2584 \u2588 2024-03"))) << qPrintable(months);
+    EXPECT_TRUE(report.contains(QStringLiteral("busiest: 2024-03 with 8 commits")));
+    EXPECT_TRUE(report.contains(QStringLiteral("2 years old")));
+}
+
+TEST(Report, AnEmptyHistoryHasNoListsButStillItsRiskSignals)
+{
+    RepositorySummary empty;
+    empty.name = QStringLiteral("empty");
+    const QString report = formatReport(empty, {}, {false, 80}, now);
+    EXPECT_FALSE(report.contains(QStringLiteral("Top contributors")));
+    EXPECT_FALSE(report.contains(QStringLiteral("Activity by month")));
+    EXPECT_EQ(report.count(QStringLiteral(" 100 = ")), 6);
+}
