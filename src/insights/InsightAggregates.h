@@ -55,8 +55,9 @@ double contributorTrendOf(const History &history, const std::optional<QDateTime>
                           const std::optional<QDateTime> &lastCommitAt);
 /// @brief The 12 e-mail domains with most commits, then by name.
 QList<IndexedNamedCount> emailDomains(const History &history);
-/// @brief Commit types (and the conventional commits among them) and the 15 commonest words.
-void classifySubjects(const History &history, RepositoryAnalyticsInsights &result);
+/// @brief Commit types (and the conventional commits among them) and the 15 commonest words of
+/// the subjects of the reachable commits.
+void classifySubjects(const std::vector<QString> &subjects, RepositoryAnalyticsInsights &result);
 /// @brief Branches and tags with their tips' times, and their counts.
 void loadRefs(SQLiteDatabase &database, RepositoryAnalyticsInsights &result);
 

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -34,6 +35,7 @@ struct CommitRow
 {
     qint64 id = 0;
     qint64 aliasID = noID;
+    qint64 authorID = noID; // through the alias; absent without one
     qint64 time = 0;
     bool isMerge = false;
     QString subject;
@@ -49,26 +51,47 @@ struct Alias
     QString email;
 };
 
+/// @brief The position of each id of a table read in ascending id order: a flat array over the
+/// id range when the ids are dense (as row ids are), a hash otherwise.
+class RowPositions
+{
+public:
+    /// @brief Positions of @p ids, which ascend.
+    void assign(const std::vector<qint64> &ids);
+    /// @brief The position of @p id, -1 when it is not there.
+    qsizetype find(qint64 id) const
+    {
+        if (m_dense) {
+            const quint64 offset = quint64(id) - quint64(m_first);
+            return offset < m_positions.size() ? m_positions[offset] : -1;
+        }
+        return m_sparse.value(id, -1);
+    }
+
+private:
+    bool m_dense = true;
+    qint64 m_first = 0;
+    std::vector<qint32> m_positions; // -1 for a gap
+    QHash<qint64, qsizetype> m_sparse;
+};
+
 // Everything the aggregates need, read in one pass per table.
 struct History
 {
     std::vector<CommitRow> commits; // reachable only, by id
-    QHash<qint64, qsizetype> commitIndex;
+    RowPositions commitIndex;
     std::vector<qint64> fileIDs; // ascending
     QStringList filePaths; // parallel to fileIDs
-    QHash<qint64, qsizetype> fileIndex;
+    RowPositions fileIndex;
     QHash<qint64, Alias> aliases;
     QHash<qint64, QString> authorNames;
-    // (commit index, file index) of each change row of a reachable commit whose file exists.
+    // (commit index, file index) of each change row of a reachable commit whose file exists, in
+    // the order of commit_files (by commit as the index writes them, though nothing relies on it).
     std::vector<std::pair<qsizetype, qsizetype>> fileChanges;
     std::vector<std::pair<qint64, qint64>> fileChangeLines; // parallel: additions, deletions
 
     // The canonical author of a commit: through its alias, absent without one.
-    qint64 authorOf(const CommitRow &commit) const
-    {
-        const auto alias = aliases.constFind(commit.aliasID);
-        return alias == aliases.cend() ? noID : alias->authorID;
-    }
+    qint64 authorOf(const CommitRow &commit) const { return commit.authorID; }
 };
 
 /// @brief Column @p column's text, or @p fallback when it is NULL.
@@ -76,8 +99,12 @@ QString textOr(const SQLiteStatement &statement, int column, const QString &fall
 
 /// @brief Every reachable commit, file, alias, author and change row of @p database. The
 /// totals over all change rows of reachable commits (lines, added, deleted and renamed files,
-/// binary files) go to @p result on the way.
-History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &result);
+/// binary files) go to @p result on the way. @p commitsRead, when set, is called once the
+/// commits, files, aliases and authors are in, before the change rows (the longest read) are:
+/// work on the commits alone may start on another thread then; their subjects, times and
+/// authors stay as they are, only their row and line totals are still being filled in.
+History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &result,
+                    const std::function<void(const History &)> &commitsRead = {});
 
 /// @brief The number of change rows of each commit, by commit index.
 std::vector<qint64> rowsPerCommit(const History &history);
