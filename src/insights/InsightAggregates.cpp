@@ -78,7 +78,6 @@ QList<IndexedNamedCount> sortedCounts(const QHash<QString, qint64> &counts, qsiz
 
 void summarise(const History &history, RepositoryAnalyticsInsights &result)
 {
-    qint64 subjectLength = 0;
     qint64 first = 0;
     qint64 last = 0;
     for (const CommitRow &commit : history.commits) {
@@ -88,16 +87,12 @@ void summarise(const History &history, RepositoryAnalyticsInsights &result)
             last = commit.time;
         ++result.totalCommits;
         result.mergeCommits += commit.isMerge ? 1 : 0;
-        result.revertCommits += beginsWithRevert(commit.subject) ? 1 : 0;
-        subjectLength += sqlLength(commit.subject);
-        result.shortMessages += sqlLength(sqlTrim(commit.subject)) < 10 ? 1 : 0;
         result.commitsWithoutChanges += commit.rows == 0 ? 1 : 0;
         result.wideCommits += commit.rows >= 10 ? 1 : 0;
     }
     result.firstCommitAt = dateFromSeconds(first);
     result.lastCommitAt = dateFromSeconds(last);
     if (result.totalCommits > 0) {
-        result.averageSubjectLength = double(subjectLength) / double(result.totalCommits);
         result.averageCommitChurn
             = double(result.additions + result.deletions) / double(result.totalCommits);
     }
@@ -380,7 +375,7 @@ QList<IndexedCommitSizeInsight> largestCommits(SQLiteDatabase &database, const H
         const QString hash = sha.step() ? sha.columnText(0).value_or(QString()) : QString();
         sha.reset();
         const auto name = history.authorNames.constFind(history.authorOf(commit));
-        result.append({hash, commit.subject,
+        result.append({hash, history.subjects.at(*it),
                        name == history.authorNames.cend() ? QStringLiteral("Unknown") : *name,
                        dateFromSeconds(commit.time), commit.rows, commit.additions,
                        commit.deletions});
@@ -547,8 +542,9 @@ QList<IndexedNamedCount> emailDomains(const History &history)
 }
 
 
-void classifySubjects(const std::vector<QString> &subjects, RepositoryAnalyticsInsights &result)
+void summariseSubjects(const PackedTexts &subjects, RepositoryAnalyticsInsights &result)
 {
+    qint64 subjectLength = 0;
     QHash<QString, qint64> types;
     QHash<QString, qint64> words;
     // Subjects in ASCII, nearly all of them, are cut here without copies: their words are the runs
@@ -560,7 +556,11 @@ void classifySubjects(const std::vector<QString> &subjects, RepositoryAnalyticsI
         return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z')
             || (unit >= u'0' && unit <= u'9');
     };
-    for (const QString &subject : subjects) {
+    for (qsizetype i = 0; i < subjects.size(); ++i) {
+        const QString subject = subjects.at(i);
+        result.revertCommits += beginsWithRevert(subject) ? 1 : 0;
+        subjectLength += sqlLength(subject);
+        result.shortMessages += sqlLength(sqlTrim(subject)) < 10 ? 1 : 0;
         ++types[commitType(subject)];
         const char16_t *text = reinterpret_cast<const char16_t *>(subject.constData());
         const qsizetype size = subject.size();
@@ -595,6 +595,8 @@ void classifySubjects(const std::vector<QString> &subjects, RepositoryAnalyticsI
     for (const IndexedNamedCount &type : sortedCounts(types, types.size()))
         result.commitTypes.append({type.name, type.count});
     result.commonWords = sortedCounts(words, 15);
+    if (subjects.size() > 0)
+        result.averageSubjectLength = double(subjectLength) / double(subjects.size());
 }
 
 void loadRefs(SQLiteDatabase &database, RepositoryAnalyticsInsights &result)

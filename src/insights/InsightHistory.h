@@ -2,6 +2,7 @@
 
 #include "insights/InsightRecords.h"
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QHash>
 #include <QString>
@@ -38,7 +39,6 @@ struct CommitRow
     qint64 authorID = noID; // through the alias; absent without one
     qint64 time = 0;
     bool isMerge = false;
-    QString subject;
     // Over all change rows of the commit.
     qint64 rows = 0;
     qint64 additions = 0;
@@ -75,10 +75,26 @@ private:
     QHash<qint64, qsizetype> m_sparse;
 };
 
+/// @brief Texts kept as the UTF-8 the index holds, one after another: decoding them is left to
+/// whoever needs them, on whatever thread.
+struct PackedTexts
+{
+    QByteArray bytes;
+    std::vector<qsizetype> ends; // where each text ends in bytes
+
+    qsizetype size() const { return qsizetype(ends.size()); }
+    QString at(qsizetype i) const
+    {
+        const qsizetype start = i == 0 ? 0 : ends[size_t(i) - 1];
+        return QString::fromUtf8(bytes.constData() + start, ends[size_t(i)] - start);
+    }
+};
+
 // Everything the aggregates need, read in one pass per table.
 struct History
 {
     std::vector<CommitRow> commits; // reachable only, by id
+    PackedTexts subjects; // parallel to commits
     RowPositions commitIndex;
     std::vector<qint64> fileIDs; // ascending
     QStringList filePaths; // parallel to fileIDs
@@ -101,8 +117,8 @@ QString textOr(const SQLiteStatement &statement, int column, const QString &fall
 /// totals over all change rows of reachable commits (lines, added, deleted and renamed files,
 /// binary files) go to @p result on the way. @p commitsRead, when set, is called once the
 /// commits, files, aliases and authors are in, before the change rows (the longest read) are:
-/// work on the commits alone may start on another thread then; their subjects, times and
-/// authors stay as they are, only their row and line totals are still being filled in.
+/// work on the subjects may start on another thread then (the commits' row and line totals are
+/// still being filled in).
 History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &result,
                     const std::function<void(const History &)> &commitsRead = {});
 

@@ -23,26 +23,30 @@ RepositoryAnalyticsInsights insights(RepositoryIndex &index)
 
 RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
 {
-    // Two aggregates do not need the database and take a good part of the time: the words of the
-    // subjects, and the co-change pairs. Each runs on a thread of its own, the first while the
-    // change rows are still being read, the second while the others are computed here.
+    // Reading the tables takes about half the time; what can be computed without the database
+    // runs beside it. The subjects (decoded, cut into words, classified) go to a thread of their
+    // own as soon as the commits are in, while the change rows are still being read; the
+    // aggregates over files (co-changes, hotspots, directories, technologies) to another once
+    // everything is in, while the rest is computed here.
     std::future<RepositoryAnalyticsInsights> subjects;
     RepositoryAnalyticsInsights result;
     const History history = readHistory(database, result, [&subjects](const History &read) {
-        std::vector<QString> texts;
-        texts.reserve(read.commits.size());
-        for (const CommitRow &commit : read.commits)
-            texts.push_back(commit.subject);
-        subjects = std::async(std::launch::async, [texts = std::move(texts)] {
-            RepositoryAnalyticsInsights classified;
-            classifySubjects(texts, classified);
-            return classified;
+        subjects = std::async(std::launch::async, [texts = read.subjects] {
+            RepositoryAnalyticsInsights summary;
+            summariseSubjects(texts, summary);
+            return summary;
         });
     });
-    std::future<QList<IndexedCoChangeInsight>> coChanges
-        = std::async(std::launch::async, [&history] {
-              return coChangesOf(history.fileChanges, rowsPerCommit(history), history.filePaths);
-          });
+    std::future<RepositoryAnalyticsInsights> files = std::async(std::launch::async, [&history] {
+        RepositoryAnalyticsInsights summary;
+        summary.coChanges
+            = coChangesOf(history.fileChanges, rowsPerCommit(history), history.filePaths);
+        const std::vector<FileTotals> totals = fileTotals(history);
+        summary.hotspots = hotspots(history, totals);
+        summary.technologies = technologies(history, totals);
+        summary.directories = directories(history);
+        return summary;
+    });
     summarise(history, result);
 
     result.topAuthors = topAuthors(history, result.totalCommits);
@@ -56,9 +60,6 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
         }
     }
 
-    const std::vector<FileTotals> files = fileTotals(history);
-    result.hotspots = hotspots(history, files);
-
     activity(database, history, result);
     result.activeDays = result.dailyActivity.size();
     for (const IndexedActivityInsight &day : std::as_const(result.dailyActivity)) {
@@ -67,8 +68,6 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
     }
     result.longestGapDays = longestGapDays(history);
 
-    result.directories = directories(history);
-    result.technologies = technologies(history, files);
     result.largestCommits = largestCommits(database, history);
     loadRefs(database, result);
     result.emailDomains = emailDomains(history);
@@ -78,12 +77,19 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
     result.activityTrendPercent = trend(result.dailyActivity, ActivityValue::Commits);
     result.churnTrendPercent = trend(result.dailyActivity, ActivityValue::Churn);
 
-    result.coChanges = coChanges.get();
+    RepositoryAnalyticsInsights fileSummary = files.get();
+    result.coChanges = std::move(fileSummary.coChanges);
+    result.hotspots = std::move(fileSummary.hotspots);
+    result.technologies = std::move(fileSummary.technologies);
+    result.directories = std::move(fileSummary.directories);
     if (subjects.valid()) {
-        RepositoryAnalyticsInsights classified = subjects.get();
-        result.conventionalCommits = classified.conventionalCommits;
-        result.commitTypes = std::move(classified.commitTypes);
-        result.commonWords = std::move(classified.commonWords);
+        RepositoryAnalyticsInsights subjectSummary = subjects.get();
+        result.revertCommits = subjectSummary.revertCommits;
+        result.shortMessages = subjectSummary.shortMessages;
+        result.averageSubjectLength = subjectSummary.averageSubjectLength;
+        result.conventionalCommits = subjectSummary.conventionalCommits;
+        result.commitTypes = std::move(subjectSummary.commitTypes);
+        result.commonWords = std::move(subjectSummary.commonWords);
     }
     return result;
 }

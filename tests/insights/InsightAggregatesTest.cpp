@@ -65,9 +65,13 @@ TEST(InsightAggregates, WordsOfASCIISubjectsAreTheSignificantWords)
         }
         ASSERT_LE(expected.size(), 15) << "the table must stay under the cut";
 
+        aggregates::PackedTexts packed;
+        for (const QString &subject : subjects) {
+            packed.bytes += subject.toUtf8();
+            packed.ends.push_back(packed.bytes.size());
+        }
         RepositoryAnalyticsInsights result;
-        aggregates::classifySubjects(std::vector<QString>(subjects.begin(), subjects.end()),
-                                     result);
+        aggregates::summariseSubjects(packed, result);
         QHash<QString, qint64> counted;
         for (const IndexedNamedCount &word : std::as_const(result.commonWords))
             counted.insert(word.name, word.count);
