@@ -140,7 +140,8 @@ int main(int argc, char **argv)
     const bool withReference = arguments.contains(QStringLiteral("--reference"));
     QString repository;
     for (qsizetype i = 1; i < arguments.size(); ++i) {
-        if (arguments[i] == QStringLiteral("--index-dir") || arguments[i] == QStringLiteral("--runs"))
+        if (arguments[i] == QStringLiteral("--index-dir")
+            || arguments[i] == QStringLiteral("--runs"))
             ++i;
         else if (!arguments[i].startsWith(QStringLiteral("--")))
             repository = arguments[i];

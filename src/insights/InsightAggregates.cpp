@@ -434,7 +434,8 @@ void activity(SQLiteDatabase &database, const History &history, RepositoryAnalyt
     const auto start = [](const QString &label, qint64 year, int month, int day) {
         if (year < 1)
             return periodDate(label);
-        return std::optional<QDateTime>(QDateTime(QDate(int(year), month, day), QTime(0, 0), Qt::UTC));
+        return std::optional<QDateTime>(
+            QDateTime(QDate(int(year), month, day), QTime(0, 0), Qt::UTC));
     };
     const auto points = [](const std::map<QString, PeriodTotals> &odd,
                            const std::map<qint64, PeriodTotals> &periods, auto period) {

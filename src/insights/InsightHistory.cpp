@@ -84,15 +84,16 @@ History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &resul
             history.authorNames.insert(statement.columnInt64(0), textOr(statement, 1, QString()));
     }
     {
-        // A scan of the table in id order: through the index on is_reachable every row would be
-        // a separate lookup, and nearly every commit is reachable.
+        // A scan of the table, which is in id order: through the index on is_reachable every row
+        // would be a separate lookup, and nearly every commit is reachable.
         SQLiteStatement statement = database.statement(
             QStringLiteral("SELECT id, author_alias_id, author_time, is_merge, subject "
-                           "FROM commits NOT INDEXED WHERE is_reachable = 1"));
+                           "FROM commits NOT INDEXED WHERE is_reachable = 1 ORDER BY id"));
         sqlite3_stmt *row = statement.handle();
         {
             // Ids are given in ascending order from 1, so the largest is about the number of rows.
-            SQLiteStatement largest = database.statement(QStringLiteral("SELECT max(id) FROM commits"));
+            SQLiteStatement largest
+                = database.statement(QStringLiteral("SELECT max(id) FROM commits"));
             if (largest.step()) {
                 const auto rows = size_t(std::clamp<qint64>(largest.columnInt64(0), 0, 1 << 24));
                 history.commits.reserve(rows);
@@ -100,7 +101,6 @@ History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &resul
                 history.subjects.bytes.reserve(qsizetype(rows) * 48);
             }
         }
-        bool ascending = true;
         while (statement.step()) {
             CommitRow commit;
             commit.id = sqlite3_column_int64(row, 0);
@@ -116,28 +116,7 @@ History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &resul
             if (subject)
                 history.subjects.bytes.append(subject, sqlite3_column_bytes(row, 4));
             history.subjects.ends.push_back(history.subjects.bytes.size());
-            ascending = ascending && (history.commits.empty() || history.commits.back().id < commit.id);
             history.commits.push_back(commit);
-        }
-        if (!ascending) {
-            // A table scan gives rows by id; should it not, both lists take that order.
-            std::vector<size_t> order(history.commits.size());
-            for (size_t i = 0; i < order.size(); ++i)
-                order[i] = i;
-            std::sort(order.begin(), order.end(), [&](size_t a, size_t b) {
-                return history.commits[a].id < history.commits[b].id;
-            });
-            std::vector<CommitRow> commits;
-            PackedTexts subjects;
-            for (const size_t i : order) {
-                commits.push_back(history.commits[i]);
-                const qsizetype start = i == 0 ? 0 : history.subjects.ends[i - 1];
-                subjects.bytes.append(history.subjects.bytes.constData() + start,
-                                      history.subjects.ends[i] - start);
-                subjects.ends.push_back(subjects.bytes.size());
-            }
-            history.commits = std::move(commits);
-            history.subjects = std::move(subjects);
         }
         std::vector<qint64> ids;
         ids.reserve(history.commits.size());
