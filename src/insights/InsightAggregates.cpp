@@ -78,7 +78,6 @@ QList<IndexedNamedCount> sortedCounts(const QHash<QString, qint64> &counts, qsiz
 
 void summarise(const History &history, RepositoryAnalyticsInsights &result)
 {
-    qint64 subjectLength = 0;
     qint64 first = 0;
     qint64 last = 0;
     for (const CommitRow &commit : history.commits) {
@@ -88,16 +87,12 @@ void summarise(const History &history, RepositoryAnalyticsInsights &result)
             last = commit.time;
         ++result.totalCommits;
         result.mergeCommits += commit.isMerge ? 1 : 0;
-        result.revertCommits += beginsWithRevert(commit.subject) ? 1 : 0;
-        subjectLength += sqlLength(commit.subject);
-        result.shortMessages += sqlLength(sqlTrim(commit.subject)) < 10 ? 1 : 0;
         result.commitsWithoutChanges += commit.rows == 0 ? 1 : 0;
         result.wideCommits += commit.rows >= 10 ? 1 : 0;
     }
     result.firstCommitAt = dateFromSeconds(first);
     result.lastCommitAt = dateFromSeconds(last);
     if (result.totalCommits > 0) {
-        result.averageSubjectLength = double(subjectLength) / double(result.totalCommits);
         result.averageCommitChurn
             = double(result.additions + result.deletions) / double(result.totalCommits);
     }
@@ -273,50 +268,88 @@ QList<IndexedTechnologyInsight> technologies(const History &history,
 
 // The 15 pairs of files (by ascending file id) changed together in at least two commits of at
 // most 50 change rows: most commits first, then by the two paths.
+//
+// A large history has millions of such pairs (a commit of 50 files alone makes 1,225), so they
+// are counted rather than listed and sorted: for each file in turn, the files after it in each of
+// its commits are tallied in one counter per file.
 QList<IndexedCoChangeInsight> coChangesOf(std::vector<std::pair<qsizetype, qsizetype>> commitFiles,
                                           const std::vector<qint64> &rowsOfCommit,
                                           const QStringList &paths)
 {
-    std::sort(commitFiles.begin(), commitFiles.end());
-    std::vector<quint64> pairs;
+    if (!std::is_sorted(commitFiles.begin(), commitFiles.end()))
+        std::sort(commitFiles.begin(), commitFiles.end());
+
+    // The files of each commit that counts, ascending, one commit after another; groupEnd[i] is
+    // where the group holding members[i] ends.
+    std::vector<qint32> members;
+    std::vector<quint32> groupEnd;
+    members.reserve(commitFiles.size());
     for (size_t start = 0; start < commitFiles.size();) {
         size_t end = start;
         while (end < commitFiles.size() && commitFiles[end].first == commitFiles[start].first)
             ++end;
-        if (rowsOfCommit[commitFiles[start].first] <= 50) {
-            for (size_t a = start; a < end; ++a) {
-                for (size_t b = a + 1; b < end; ++b) {
-                    pairs.push_back((quint64(commitFiles[a].second) << 32)
-                                    | quint64(commitFiles[b].second));
-                }
+        if (end - start >= 2 && rowsOfCommit[commitFiles[start].first] <= 50) {
+            for (size_t i = start; i < end; ++i)
+                members.push_back(qint32(commitFiles[i].second));
+            groupEnd.resize(members.size(), quint32(members.size()));
+        }
+        start = end;
+    }
+    commitFiles = {};
+
+    // Where each file occurs in members, by file.
+    const size_t fileCount = size_t(paths.size());
+    std::vector<quint32> occurrenceStart(fileCount + 1, 0);
+    for (const qint32 file : members)
+        ++occurrenceStart[size_t(file) + 1];
+    for (size_t file = 0; file < fileCount; ++file)
+        occurrenceStart[file + 1] += occurrenceStart[file];
+    std::vector<quint32> occurrences(members.size());
+    {
+        std::vector<quint32> next(occurrenceStart.begin(), occurrenceStart.end() - 1);
+        for (size_t i = 0; i < members.size(); ++i)
+            occurrences[next[size_t(members[i])]++] = quint32(i);
+    }
+
+    struct Candidate
+    {
+        qint64 commits;
+        qint32 first;
+        qint32 second;
+    };
+    std::vector<Candidate> candidates;
+    std::vector<qint64> together(fileCount, 0);
+    std::vector<qint32> touched;
+    for (size_t first = 0; first < fileCount; ++first) {
+        for (quint32 o = occurrenceStart[first]; o < occurrenceStart[first + 1]; ++o) {
+            const quint32 at = occurrences[o];
+            for (quint32 i = at + 1; i < groupEnd[at]; ++i) {
+                const qint32 second = members[i];
+                if (together[size_t(second)]++ == 0)
+                    touched.push_back(second);
             }
         }
-        start = end;
-    }
-    std::sort(pairs.begin(), pairs.end());
-
-    std::vector<IndexedCoChangeInsight> candidates;
-    for (size_t start = 0; start < pairs.size();) {
-        size_t end = start;
-        while (end < pairs.size() && pairs[end] == pairs[start])
-            ++end;
-        if (end - start >= 2) {
-            candidates.push_back({paths[qsizetype(pairs[start] >> 32)],
-                                  paths[qsizetype(pairs[start] & 0xffffffffu)],
-                                  qint64(end - start)});
+        for (const qint32 second : touched) {
+            if (together[size_t(second)] >= 2)
+                candidates.push_back({together[size_t(second)], qint32(first), second});
+            together[size_t(second)] = 0;
         }
-        start = end;
+        touched.clear();
     }
+
     const auto last = candidates.begin() + std::min<qsizetype>(15, qsizetype(candidates.size()));
     std::partial_sort(candidates.begin(), last, candidates.end(),
-                      [](const IndexedCoChangeInsight &a, const IndexedCoChangeInsight &b) {
+                      [&paths](const Candidate &a, const Candidate &b) {
                           if (a.commits != b.commits)
                               return a.commits > b.commits;
-                          if (const int order = compareBinary(a.firstPath, b.firstPath))
+                          if (const int order = compareBinary(paths[a.first], paths[b.first]))
                               return order < 0;
-                          return compareBinary(a.secondPath, b.secondPath) < 0;
+                          return compareBinary(paths[a.second], paths[b.second]) < 0;
                       });
-    return QList<IndexedCoChangeInsight>(candidates.begin(), last);
+    QList<IndexedCoChangeInsight> result;
+    for (auto it = candidates.begin(); it != last; ++it)
+        result.append({paths[it->first], paths[it->second], it->commits});
+    return result;
 }
 
 QList<IndexedCommitSizeInsight> largestCommits(SQLiteDatabase &database, const History &history)
@@ -342,7 +375,7 @@ QList<IndexedCommitSizeInsight> largestCommits(SQLiteDatabase &database, const H
         const QString hash = sha.step() ? sha.columnText(0).value_or(QString()) : QString();
         sha.reset();
         const auto name = history.authorNames.constFind(history.authorOf(commit));
-        result.append({hash, commit.subject,
+        result.append({hash, history.subjects.at(*it),
                        name == history.authorNames.cend() ? QStringLiteral("Unknown") : *name,
                        dateFromSeconds(commit.time), commit.rows, commit.additions,
                        commit.deletions});
@@ -396,17 +429,28 @@ void activity(SQLiteDatabase &database, const History &history, RepositoryAnalyt
         add(years[year]);
     }
 
+    // Periods in years 1 to 9999 have their start built directly: periodDate() parses the label
+    // to the same value, slowly for thousands of days. Year 0 is left to it.
+    const auto start = [](const QString &label, qint64 year, int month, int day) {
+        if (year < 1)
+            return periodDate(label);
+        return std::optional<QDateTime>(
+            QDateTime(QDate(int(year), month, day), QTime(0, 0), Qt::UTC));
+    };
     const auto points = [](const std::map<QString, PeriodTotals> &odd,
-                           const std::map<qint64, PeriodTotals> &periods, auto label) {
+                           const std::map<qint64, PeriodTotals> &periods, auto period) {
         QList<IndexedActivityInsight> list;
-        const auto append = [&list](const QString &text, const PeriodTotals &totals) {
+        list.reserve(qsizetype(odd.size() + periods.size()));
+        for (const auto &[text, totals] : odd) {
+            const QString label = text.isEmpty() ? QStringLiteral("Unknown") : text;
             list.append(
-                {text, periodDate(text), totals.commits, totals.additions, totals.deletions});
-        };
-        for (const auto &[text, totals] : odd)
-            append(text.isEmpty() ? QStringLiteral("Unknown") : text, totals);
-        for (const auto &[key, totals] : periods)
-            append(label(key), totals);
+                {label, periodDate(label), totals.commits, totals.additions, totals.deletions});
+        }
+        for (const auto &[key, totals] : periods) {
+            auto [label, date] = period(key);
+            list.append({std::move(label), std::move(date), totals.commits, totals.additions,
+                         totals.deletions});
+        }
         return list;
     };
     const auto fourDigits
@@ -418,12 +462,22 @@ void activity(SQLiteDatabase &database, const History &history, RepositoryAnalyt
         int month = 0;
         int dayOfMonth = 0;
         civilFromDays(day, year, month, dayOfMonth);
-        return fourDigits(year) + u'-' + twoDigits(month) + u'-' + twoDigits(dayOfMonth);
+        QString label
+            = fourDigits(year) + u'-' + twoDigits(month) + u'-' + twoDigits(dayOfMonth);
+        std::optional<QDateTime> date = start(label, year, month, dayOfMonth);
+        return std::make_pair(std::move(label), std::move(date));
     });
     result.monthlyActivity = points(oddMonths, months, [&](qint64 key) {
-        return fourDigits(key / 12) + u'-' + twoDigits(int(key % 12) + 1);
+        const int month = int(key % 12) + 1;
+        QString label = fourDigits(key / 12) + u'-' + twoDigits(month);
+        std::optional<QDateTime> date = start(label, key / 12, month, 1);
+        return std::make_pair(std::move(label), std::move(date));
     });
-    result.yearlyActivity = points(oddYears, years, fourDigits);
+    result.yearlyActivity = points(oddYears, years, [&](qint64 year) {
+        QString label = fourDigits(year);
+        std::optional<QDateTime> date = start(label, year, 1, 1);
+        return std::make_pair(std::move(label), std::move(date));
+    });
 }
 
 qint64 longestGapDays(const History &history)
@@ -449,10 +503,8 @@ double contributorTrendOf(const History &history, const std::optional<QDateTime>
     QSet<qint64> before;
     QSet<qint64> after;
     for (const CommitRow &commit : history.commits) {
-        const auto alias = history.aliases.constFind(commit.aliasID);
-        if (alias == history.aliases.cend())
-            continue;
-        (commit.time < middle ? before : after).insert(alias->authorID);
+        if (commit.authorID != noID)
+            (commit.time < middle ? before : after).insert(commit.authorID);
     }
     if (before.isEmpty())
         return after.isEmpty() ? 0 : 100;
@@ -491,14 +543,51 @@ QList<IndexedNamedCount> emailDomains(const History &history)
 }
 
 
-void classifySubjects(const History &history, RepositoryAnalyticsInsights &result)
+void summariseSubjects(const PackedTexts &subjects, RepositoryAnalyticsInsights &result)
 {
+    qint64 subjectLength = 0;
     QHash<QString, qint64> types;
     QHash<QString, qint64> words;
-    for (const CommitRow &commit : history.commits) {
-        ++types[commitType(commit.subject)];
-        for (const QString &word : significantWords(commit.subject))
-            ++words[word];
+    // Subjects in ASCII, nearly all of them, are cut here without copies: their words are the runs
+    // of ASCII letters and digits, lower-cased. Whether such a word counts (long enough, no stop
+    // word, no number) is asked of significantWords() once per distinct word, at the end.
+    QHash<QString, qint64> asciiWords;
+    QString word;
+    const auto isWordUnit = [](char16_t unit) {
+        return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z')
+            || (unit >= u'0' && unit <= u'9');
+    };
+    for (qsizetype i = 0; i < subjects.size(); ++i) {
+        const QString subject = subjects.at(i);
+        result.revertCommits += beginsWithRevert(subject) ? 1 : 0;
+        subjectLength += sqlLength(subject);
+        result.shortMessages += sqlLength(sqlTrim(subject)) < 10 ? 1 : 0;
+        ++types[commitType(subject)];
+        const char16_t *text = reinterpret_cast<const char16_t *>(subject.constData());
+        const qsizetype size = subject.size();
+        if (!std::all_of(text, text + size, [](char16_t unit) { return unit < 0x80; })) {
+            for (const QString &significant : significantWords(subject))
+                ++words[significant];
+            continue;
+        }
+        for (qsizetype i = 0; i < size;) {
+            while (i < size && !isWordUnit(text[i]))
+                ++i;
+            const qsizetype start = i;
+            while (i < size && isWordUnit(text[i]))
+                ++i;
+            if (i - start < 3)
+                continue;
+            word.resize(i - start);
+            char16_t *out = reinterpret_cast<char16_t *>(word.data());
+            for (qsizetype k = start; k < i; ++k)
+                out[k - start] = asciiLower(text[k]);
+            ++asciiWords[word];
+        }
+    }
+    for (auto it = asciiWords.cbegin(); it != asciiWords.cend(); ++it) {
+        if (!significantWords(it.key()).isEmpty())
+            words[it.key()] += it.value();
     }
     for (auto it = types.cbegin(); it != types.cend(); ++it) {
         if (it.key() != QStringLiteral("other"))
@@ -507,6 +596,8 @@ void classifySubjects(const History &history, RepositoryAnalyticsInsights &resul
     for (const IndexedNamedCount &type : sortedCounts(types, types.size()))
         result.commitTypes.append({type.name, type.count});
     result.commonWords = sortedCounts(words, 15);
+    if (subjects.size() > 0)
+        result.averageSubjectLength = double(subjectLength) / double(subjects.size());
 }
 
 void loadRefs(SQLiteDatabase &database, RepositoryAnalyticsInsights &result)

@@ -21,7 +21,8 @@ struct FileTotals
     qint64 lastTime = std::numeric_limits<qint64>::min();
 };
 
-/// @brief Commit counts, merges, reverts, subject lengths, first and last commit, averages.
+/// @brief Commit counts, merges, commits without or with many changes, first and last commit,
+/// average churn.
 void summarise(const History &history, RepositoryAnalyticsInsights &result);
 /// @brief Every author, most commits first; names equal but for ASCII case by lower id.
 QList<IndexedAuthorInsight> topAuthors(const History &history, qint64 totalCommits);
@@ -55,8 +56,9 @@ double contributorTrendOf(const History &history, const std::optional<QDateTime>
                           const std::optional<QDateTime> &lastCommitAt);
 /// @brief The 12 e-mail domains with most commits, then by name.
 QList<IndexedNamedCount> emailDomains(const History &history);
-/// @brief Commit types (and the conventional commits among them) and the 15 commonest words.
-void classifySubjects(const History &history, RepositoryAnalyticsInsights &result);
+/// @brief What the subjects of the reachable commits tell alone: reverts, short messages, the
+/// average length, commit types (and the conventional commits among them), the 15 commonest words.
+void summariseSubjects(const PackedTexts &subjects, RepositoryAnalyticsInsights &result);
 /// @brief Branches and tags with their tips' times, and their counts.
 void loadRefs(SQLiteDatabase &database, RepositoryAnalyticsInsights &result);
 

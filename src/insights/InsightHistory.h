@@ -2,11 +2,13 @@
 
 #include "insights/InsightRecords.h"
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QHash>
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -34,9 +36,9 @@ struct CommitRow
 {
     qint64 id = 0;
     qint64 aliasID = noID;
+    qint64 authorID = noID; // through the alias; absent without one
     qint64 time = 0;
     bool isMerge = false;
-    QString subject;
     // Over all change rows of the commit.
     qint64 rows = 0;
     qint64 additions = 0;
@@ -49,26 +51,63 @@ struct Alias
     QString email;
 };
 
+/// @brief The position of each id of a table read in ascending id order: a flat array over the
+/// id range when the ids are dense (as row ids are), a hash otherwise.
+class RowPositions
+{
+public:
+    /// @brief Positions of @p ids, which ascend.
+    void assign(const std::vector<qint64> &ids);
+    /// @brief The position of @p id, -1 when it is not there.
+    qsizetype find(qint64 id) const
+    {
+        if (m_dense) {
+            const quint64 offset = quint64(id) - quint64(m_first);
+            return offset < m_positions.size() ? m_positions[offset] : -1;
+        }
+        return m_sparse.value(id, -1);
+    }
+
+private:
+    bool m_dense = true;
+    qint64 m_first = 0;
+    std::vector<qint32> m_positions; // -1 for a gap
+    QHash<qint64, qsizetype> m_sparse;
+};
+
+/// @brief Texts kept as the UTF-8 the index holds, one after another: decoding them is left to
+/// whoever needs them, on whatever thread.
+struct PackedTexts
+{
+    QByteArray bytes;
+    std::vector<qsizetype> ends; // where each text ends in bytes
+
+    qsizetype size() const { return qsizetype(ends.size()); }
+    QString at(qsizetype i) const
+    {
+        const qsizetype start = i == 0 ? 0 : ends[size_t(i) - 1];
+        return QString::fromUtf8(bytes.constData() + start, ends[size_t(i)] - start);
+    }
+};
+
 // Everything the aggregates need, read in one pass per table.
 struct History
 {
     std::vector<CommitRow> commits; // reachable only, by id
-    QHash<qint64, qsizetype> commitIndex;
+    PackedTexts subjects; // parallel to commits
+    RowPositions commitIndex;
     std::vector<qint64> fileIDs; // ascending
     QStringList filePaths; // parallel to fileIDs
-    QHash<qint64, qsizetype> fileIndex;
+    RowPositions fileIndex;
     QHash<qint64, Alias> aliases;
     QHash<qint64, QString> authorNames;
-    // (commit index, file index) of each change row of a reachable commit whose file exists.
+    // (commit index, file index) of each change row of a reachable commit whose file exists, in
+    // the order of commit_files (by commit as the index writes them, though nothing relies on it).
     std::vector<std::pair<qsizetype, qsizetype>> fileChanges;
     std::vector<std::pair<qint64, qint64>> fileChangeLines; // parallel: additions, deletions
 
     // The canonical author of a commit: through its alias, absent without one.
-    qint64 authorOf(const CommitRow &commit) const
-    {
-        const auto alias = aliases.constFind(commit.aliasID);
-        return alias == aliases.cend() ? noID : alias->authorID;
-    }
+    qint64 authorOf(const CommitRow &commit) const { return commit.authorID; }
 };
 
 /// @brief Column @p column's text, or @p fallback when it is NULL.
@@ -76,8 +115,12 @@ QString textOr(const SQLiteStatement &statement, int column, const QString &fall
 
 /// @brief Every reachable commit, file, alias, author and change row of @p database. The
 /// totals over all change rows of reachable commits (lines, added, deleted and renamed files,
-/// binary files) go to @p result on the way.
-History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &result);
+/// binary files) go to @p result on the way. @p commitsRead, when set, is called once the
+/// commits, files, aliases and authors are in, before the change rows (the longest read) are:
+/// work on the subjects may start on another thread then (the commits' row and line totals are
+/// still being filled in).
+History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &result,
+                    const std::function<void(const History &)> &commitsRead = {});
 
 /// @brief The number of change rows of each commit, by commit index.
 std::vector<qint64> rowsPerCommit(const History &history);

@@ -4,6 +4,8 @@
 #include "insights/InsightAggregates.h"
 #include "index/RepositoryIndex.h"
 
+#include <future>
+
 // The insights are defined by aggregate queries over the index. Run one by one, those queries
 // scan the 400,000 change rows of a large history about ten times and take seconds. Instead, the
 // few tables are read once into memory (InsightHistory.h) and every aggregate is computed there
@@ -21,8 +23,30 @@ RepositoryAnalyticsInsights insights(RepositoryIndex &index)
 
 RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
 {
+    // Reading the tables takes about half the time; what can be computed without the database
+    // runs beside it. The subjects (decoded, cut into words, classified) go to a thread of their
+    // own as soon as the commits are in, while the change rows are still being read; the
+    // aggregates over files (co-changes, hotspots, directories, technologies) to another once
+    // everything is in, while the rest is computed here.
+    std::future<RepositoryAnalyticsInsights> subjects;
     RepositoryAnalyticsInsights result;
-    const History history = readHistory(database, result);
+    const History history = readHistory(database, result, [&subjects](const History &read) {
+        subjects = std::async(std::launch::async, [texts = read.subjects] {
+            RepositoryAnalyticsInsights summary;
+            summariseSubjects(texts, summary);
+            return summary;
+        });
+    });
+    std::future<RepositoryAnalyticsInsights> files = std::async(std::launch::async, [&history] {
+        RepositoryAnalyticsInsights summary;
+        summary.coChanges
+            = coChangesOf(history.fileChanges, rowsPerCommit(history), history.filePaths);
+        const std::vector<FileTotals> totals = fileTotals(history);
+        summary.hotspots = hotspots(history, totals);
+        summary.technologies = technologies(history, totals);
+        summary.directories = directories(history);
+        return summary;
+    });
     summarise(history, result);
 
     result.topAuthors = topAuthors(history, result.totalCommits);
@@ -36,10 +60,6 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
         }
     }
 
-    const std::vector<FileTotals> files = fileTotals(history);
-    result.hotspots = hotspots(history, files);
-    classifySubjects(history, result);
-
     activity(database, history, result);
     result.activeDays = result.dailyActivity.size();
     for (const IndexedActivityInsight &day : std::as_const(result.dailyActivity)) {
@@ -48,9 +68,6 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
     }
     result.longestGapDays = longestGapDays(history);
 
-    result.directories = directories(history);
-    result.technologies = technologies(history, files);
-    result.coChanges = coChangesOf(history.fileChanges, rowsPerCommit(history), history.filePaths);
     result.largestCommits = largestCommits(database, history);
     loadRefs(database, result);
     result.emailDomains = emailDomains(history);
@@ -59,6 +76,21 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
         = contributorTrendOf(history, result.firstCommitAt, result.lastCommitAt);
     result.activityTrendPercent = trend(result.dailyActivity, ActivityValue::Commits);
     result.churnTrendPercent = trend(result.dailyActivity, ActivityValue::Churn);
+
+    RepositoryAnalyticsInsights fileSummary = files.get();
+    result.coChanges = std::move(fileSummary.coChanges);
+    result.hotspots = std::move(fileSummary.hotspots);
+    result.technologies = std::move(fileSummary.technologies);
+    result.directories = std::move(fileSummary.directories);
+    if (subjects.valid()) {
+        RepositoryAnalyticsInsights subjectSummary = subjects.get();
+        result.revertCommits = subjectSummary.revertCommits;
+        result.shortMessages = subjectSummary.shortMessages;
+        result.averageSubjectLength = subjectSummary.averageSubjectLength;
+        result.conventionalCommits = subjectSummary.conventionalCommits;
+        result.commitTypes = std::move(subjectSummary.commitTypes);
+        result.commonWords = std::move(subjectSummary.commonWords);
+    }
     return result;
 }
 
