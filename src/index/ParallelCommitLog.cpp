@@ -1,0 +1,244 @@
+#include "index/ParallelCommitLog.h"
+
+#include "git/GitProcess.h"
+#include "git/GitService.h"
+#include "index/CommitLogParser.h"
+
+#include <QThread>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace strataloom {
+
+namespace {
+
+// Long enough that starting git is a small part of a run, short enough that the workers stay
+// busy until near the end and that a few chunks in memory are a few megabytes.
+constexpr qsizetype largestChunk = 1000;
+constexpr qsizetype smallestChunk = 4;
+// How many chunks past the one being handed over a worker may start, per worker.
+constexpr qsizetype chunksAheadPerWorker = 2;
+// How often the calling thread asks for cancellation while it waits for a worker.
+constexpr auto cancellationPoll = std::chrono::milliseconds(50);
+
+// What the workers and the calling thread share.
+struct Chunk
+{
+    std::deque<IndexedCommit> commits; // parsed, not handed over yet
+    bool finished = false;
+    qint64 unreadable = 0;
+    std::exception_ptr error;
+};
+
+struct SharedState
+{
+    std::mutex mutex;
+    std::condition_variable produced; // a chunk has new commits or finished
+    std::condition_variable consumed; // the calling thread moved on to the next chunk
+    std::vector<Chunk> chunks;
+    qsizetype claimed = 0; // chunks a worker has started
+    qsizetype limit = 0; // chunks that may be started: all, or up to one that failed
+    qsizetype current = 0; // the chunk being handed over
+    std::atomic<bool> stop = false;
+};
+
+// Stops and joins the workers however read() is left.
+class WorkerGroup
+{
+public:
+    explicit WorkerGroup(SharedState &state)
+        : m_state(state)
+    { }
+    ~WorkerGroup()
+    {
+        {
+            std::lock_guard lock(m_state.mutex);
+            m_state.stop = true;
+        }
+        m_state.consumed.notify_all();
+        for (std::thread &thread : m_threads)
+            thread.join();
+    }
+    WorkerGroup(const WorkerGroup &) = delete;
+    WorkerGroup &operator=(const WorkerGroup &) = delete;
+
+    template<typename F> void start(F &&work) { m_threads.emplace_back(std::forward<F>(work)); }
+
+private:
+    SharedState &m_state;
+    std::vector<std::thread> m_threads;
+};
+
+} // namespace
+
+ParallelCommitLog::ParallelCommitLog(QString repository, int workers)
+    : m_repository(std::move(repository))
+    , m_workers(workers >= 1 ? workers : std::max(1, QThread::idealThreadCount()))
+{ }
+
+qsizetype ParallelCommitLog::chunkSize(qsizetype total, int workers)
+{
+    // Several chunks per worker, so that one slow chunk (a huge import commit) does not leave the
+    // other workers idle at the end.
+    const qsizetype share = total / (std::max(1, workers) * qsizetype(4));
+    return std::clamp(share, smallestChunk, largestChunk);
+}
+
+qint64 ParallelCommitLog::read(const QStringList &oldestFirst, const Handler &handle) const
+{
+    if (m_workers <= 1 || oldestFirst.size() <= smallestChunk)
+        return readInOneRun(oldestFirst, handle);
+    return readInParallel(oldestFirst, handle);
+}
+
+qint64 ParallelCommitLog::readInOneRun(const QStringList &shas, const Handler &handle) const
+{
+    const qsizetype total = shas.size();
+    qsizetype next = 0; // the first commit of shas not handled yet
+    qint64 unreadable = 0;
+
+    // Runs `git log` over shas[from, to) and hands over each commit it prints whole. Records
+    // come out in the order given (--no-walk=unsorted), so the handled ones are a prefix.
+    const auto runLog = [&](qsizetype from, qsizetype to, const QStringList &logArguments) {
+        QByteArray input;
+        for (qsizetype i = from; i < to; ++i)
+            input.append(shas[i].toLatin1()).append('\n');
+        CommitLogParser parser([&](IndexedCommit &&commit) {
+            const qsizetype position = shas.indexOf(commit.sha, next);
+            if (position < 0 || position >= to)
+                return;
+            next = position + 1;
+            handle(std::move(commit));
+        });
+        QStringList arguments {QStringLiteral("log"), QStringLiteral("--no-walk=unsorted"),
+                               QStringLiteral("--stdin")};
+        arguments << logArguments;
+        const ProcessResult result = runGitProcess(
+            m_repository, arguments,
+            [&parser](const char *data, qsizetype size) { parser.feed(data, size); }, input);
+        // A failed run may have printed part of the commit it failed on: that one is dropped.
+        if (result.exitStatus == 0)
+            parser.finish();
+        return result;
+    };
+
+    while (next < total) {
+        const ProcessResult result = runLog(next, total, CommitLogParser::logArguments());
+        if (result.exitStatus == 0)
+            break;
+        // git stops at the first commit whose diff it cannot read (a missing blob in a damaged
+        // or partial clone). That commit alone is tried again, then without line counts, then
+        // without rename detection; the rest continues with full diffs.
+        const qsizetype failing = next;
+        if (runLog(failing, failing + 1, CommitLogParser::logArguments()).exitStatus == 0
+            && next > failing)
+            continue;
+        ProcessResult degraded
+            = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(true));
+        if (degraded.exitStatus != 0 || next == failing)
+            degraded
+                = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(false));
+        if (degraded.exitStatus != 0 || next == failing)
+            throw GitError::commandFailed(result);
+        ++unreadable;
+    }
+    return unreadable;
+}
+
+qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
+                                         const Handler &handle) const
+{
+    const qsizetype size = chunkSize(oldestFirst.size(), m_workers);
+    const qsizetype chunkCount = (oldestFirst.size() + size - 1) / size;
+    const qsizetype ahead = chunksAheadPerWorker * m_workers;
+
+    SharedState state;
+    state.chunks.resize(chunkCount);
+    state.limit = chunkCount;
+
+    const auto work = [&] {
+        // The worker's git is killed as soon as the group stops.
+        const ScopedProcessCancellation cancellation([&state] { return state.stop.load(); });
+        for (;;) {
+            qsizetype index = 0;
+            {
+                std::unique_lock lock(state.mutex);
+                state.consumed.wait(lock, [&] {
+                    return state.stop || state.claimed >= state.limit
+                        || state.claimed < state.current + ahead;
+                });
+                if (state.stop || state.claimed >= state.limit)
+                    return;
+                index = state.claimed++;
+            }
+            Chunk &chunk = state.chunks[index];
+            try {
+                const qint64 unreadable
+                    = readInOneRun(oldestFirst.mid(index * size, size), [&](IndexedCommit &&c) {
+                          {
+                              std::lock_guard lock(state.mutex);
+                              chunk.commits.push_back(std::move(c));
+                          }
+                          state.produced.notify_one();
+                      });
+                std::lock_guard lock(state.mutex);
+                chunk.unreadable = unreadable;
+                chunk.finished = true;
+            } catch (...) {
+                std::lock_guard lock(state.mutex);
+                chunk.error = std::current_exception();
+                chunk.finished = true;
+                // The calling thread stops at this chunk: later ones are not worth reading.
+                state.limit = std::min(state.limit, index + 1);
+            }
+            state.produced.notify_one();
+        }
+    };
+
+    qint64 unreadable = 0;
+    WorkerGroup group(state);
+    for (int i = 0; i < std::min<qsizetype>(m_workers, chunkCount); ++i)
+        group.start(work);
+
+    std::deque<IndexedCommit> taken;
+    for (qsizetype index = 0; index < chunkCount; ++index) {
+        Chunk &chunk = state.chunks[index];
+        for (;;) {
+            bool finished = false;
+            {
+                std::unique_lock lock(state.mutex);
+                state.produced.wait_for(lock, cancellationPoll, [&] {
+                    return !chunk.commits.empty() || chunk.finished;
+                });
+                taken.swap(chunk.commits);
+                finished = chunk.finished && taken.empty();
+            }
+            if (ScopedProcessCancellation::isCancellationRequested())
+                throw ProcessCancelled();
+            for (IndexedCommit &commit : taken)
+                handle(std::move(commit));
+            taken.clear();
+            if (finished)
+                break;
+        }
+        if (chunk.error)
+            std::rethrow_exception(chunk.error);
+        unreadable += chunk.unreadable;
+        {
+            std::lock_guard lock(state.mutex);
+            state.current = index + 1;
+        }
+        state.consumed.notify_all();
+    }
+    return unreadable;
+}
+
+} // namespace strataloom
