@@ -20,11 +20,11 @@ namespace strataloom {
 
 namespace {
 
-// Long enough that starting git is a small part of a run, short enough that the workers stay
-// busy until near the end and that a few chunks in memory are a few megabytes.
-constexpr qsizetype largestChunk = 1000;
+// Small enough that the workers, each on every n-th chunk, read nearby history (git's caches of
+// inflated objects stay useful) and that a few chunks in memory are a few megabytes.
+constexpr qsizetype largestChunk = 250;
 constexpr qsizetype smallestChunk = 4;
-// How many chunks past the one being handed over a worker may start, per worker.
+// How many chunks past the one being handed over the workers may fill, per worker.
 constexpr qsizetype chunksAheadPerWorker = 2;
 // How often the calling thread asks for cancellation while it waits for a worker.
 constexpr auto cancellationPoll = std::chrono::milliseconds(50);
@@ -34,7 +34,6 @@ struct Chunk
 {
     std::deque<IndexedCommit> commits; // parsed, not handed over yet
     bool finished = false;
-    qint64 unreadable = 0;
     std::exception_ptr error;
 };
 
@@ -44,8 +43,7 @@ struct SharedState
     std::condition_variable produced; // a chunk has new commits or finished
     std::condition_variable consumed; // the calling thread moved on to the next chunk
     std::vector<Chunk> chunks;
-    qsizetype claimed = 0; // chunks a worker has started
-    qsizetype limit = 0; // chunks that may be started: all, or up to one that failed
+    std::vector<qint64> unreadable; // per worker
     qsizetype current = 0; // the chunk being handed over
     std::atomic<bool> stop = false;
 };
@@ -101,6 +99,14 @@ qint64 ParallelCommitLog::read(const QStringList &oldestFirst, const Handler &ha
 
 qint64 ParallelCommitLog::readInOneRun(const QStringList &shas, const Handler &handle) const
 {
+    return readInOneRun(shas, [&handle](qsizetype, IndexedCommit &&commit) {
+        handle(std::move(commit));
+    });
+}
+
+qint64 ParallelCommitLog::readInOneRun(const QStringList &shas,
+                                       const PositionedHandler &handle) const
+{
     const qsizetype total = shas.size();
     qsizetype next = 0; // the first commit of shas not handled yet
     qint64 unreadable = 0;
@@ -116,7 +122,7 @@ qint64 ParallelCommitLog::readInOneRun(const QStringList &shas, const Handler &h
             if (position < 0 || position >= to)
                 return;
             next = position + 1;
-            handle(std::move(commit));
+            handle(position, std::move(commit));
         });
         QStringList arguments {QStringLiteral("log"), QStringLiteral("--no-walk=unsorted"),
                                QStringLiteral("--stdin")};
@@ -158,55 +164,65 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
 {
     const qsizetype size = chunkSize(oldestFirst.size(), m_workers);
     const qsizetype chunkCount = (oldestFirst.size() + size - 1) / size;
-    const qsizetype ahead = chunksAheadPerWorker * m_workers;
+    const int workers = int(std::min<qsizetype>(m_workers, chunkCount));
+    const qsizetype ahead = chunksAheadPerWorker * workers;
 
     SharedState state;
     state.chunks.resize(chunkCount);
-    state.limit = chunkCount;
+    state.unreadable.resize(workers);
 
-    const auto work = [&] {
+    // Worker w reads chunks w, w + workers, w + 2 * workers... in one git run (more only where
+    // a diff cannot be read), so it keeps git's caches warm and starts git once.
+    const auto work = [&](int worker) {
+        QStringList shas;
+        for (qsizetype index = worker; index < chunkCount; index += workers)
+            shas << oldestFirst.mid(index * size, size);
+        const auto chunkOf = [&](qsizetype position) {
+            return (position / size) * workers + worker;
+        };
+        qsizetype producing = worker; // this worker's first chunk not finished
+        const auto finishBefore = [&](qsizetype chunk) { // under the lock
+            for (; producing < chunk; producing += workers)
+                state.chunks[producing].finished = true;
+        };
         // The worker's git is killed as soon as the group stops.
         const ScopedProcessCancellation cancellation([&state] { return state.stop.load(); });
-        for (;;) {
-            qsizetype index = 0;
-            {
-                std::unique_lock lock(state.mutex);
-                state.consumed.wait(lock, [&] {
-                    return state.stop || state.claimed >= state.limit
-                        || state.claimed < state.current + ahead;
-                });
-                if (state.stop || state.claimed >= state.limit)
-                    return;
-                index = state.claimed++;
+        try {
+            const qint64 unreadable = readInOneRun(shas, [&](qsizetype position,
+                                                             IndexedCommit &&commit) {
+                const qsizetype chunk = chunkOf(position);
+                {
+                    std::unique_lock lock(state.mutex);
+                    if (producing < chunk) {
+                        finishBefore(chunk);
+                        state.produced.notify_all();
+                    }
+                    // Far ahead of the writer: wait, and let git wait on its full pipe.
+                    state.consumed.wait(
+                        lock, [&] { return state.stop || chunk < state.current + ahead; });
+                    if (state.stop)
+                        throw ProcessCancelled();
+                    state.chunks[chunk].commits.push_back(std::move(commit));
+                }
+                state.produced.notify_one();
+            });
+            std::lock_guard lock(state.mutex);
+            finishBefore(chunkCount);
+            state.unreadable[worker] = unreadable;
+        } catch (...) {
+            // The failure belongs to the chunk being read; the calling thread stops there.
+            std::lock_guard lock(state.mutex);
+            if (producing < chunkCount) {
+                state.chunks[producing].error = std::current_exception();
+                state.chunks[producing].finished = true;
             }
-            Chunk &chunk = state.chunks[index];
-            try {
-                const qint64 unreadable
-                    = readInOneRun(oldestFirst.mid(index * size, size), [&](IndexedCommit &&c) {
-                          {
-                              std::lock_guard lock(state.mutex);
-                              chunk.commits.push_back(std::move(c));
-                          }
-                          state.produced.notify_one();
-                      });
-                std::lock_guard lock(state.mutex);
-                chunk.unreadable = unreadable;
-                chunk.finished = true;
-            } catch (...) {
-                std::lock_guard lock(state.mutex);
-                chunk.error = std::current_exception();
-                chunk.finished = true;
-                // The calling thread stops at this chunk: later ones are not worth reading.
-                state.limit = std::min(state.limit, index + 1);
-            }
-            state.produced.notify_one();
         }
+        state.produced.notify_all();
     };
 
-    qint64 unreadable = 0;
     WorkerGroup group(state);
-    for (int i = 0; i < std::min<qsizetype>(m_workers, chunkCount); ++i)
-        group.start(work);
+    for (int worker = 0; worker < workers; ++worker)
+        group.start([&work, worker] { work(worker); });
 
     std::deque<IndexedCommit> taken;
     for (qsizetype index = 0; index < chunkCount; ++index) {
@@ -231,13 +247,15 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
         }
         if (chunk.error)
             std::rethrow_exception(chunk.error);
-        unreadable += chunk.unreadable;
         {
             std::lock_guard lock(state.mutex);
             state.current = index + 1;
         }
         state.consumed.notify_all();
     }
+    qint64 unreadable = 0;
+    for (const qint64 count : state.unreadable)
+        unreadable += count;
     return unreadable;
 }
 

@@ -13,11 +13,11 @@ namespace strataloom {
  * @brief Reads the log records of a list of commits with `git log --no-walk=unsorted --stdin` and
  * hands each one over on the calling thread, in the order of the list.
  *
- * With more than one worker, the list is cut into consecutive chunks; each worker thread takes
- * the next chunk, runs a git of its own on it and parses the output as it streams in, while the
- * calling thread takes the commits chunk after chunk, in order. A worker starts a chunk only when
- * it lies at most a few chunks ahead of the one being handed over, so memory stays bounded by
- * those few chunks however long the list is.
+ * With more than one worker, the list is cut into consecutive chunks, dealt out in turn: worker
+ * w of n reads chunks w, w + n, w + 2n... with one git run of its own and parses the output as
+ * it streams in, while the calling thread takes the commits chunk after chunk, in order. A worker
+ * holds back (and its git waits on a full pipe) while it is more than a few chunks ahead of the
+ * one being handed over, so memory stays bounded by those few chunks however long the list is.
  *
  * A commit whose diff git cannot read (a missing blob in a damaged or partial clone) is read
  * again on its own without line counts, then without rename detection; such commits are counted.
@@ -45,7 +45,9 @@ public:
     qint64 read(const QStringList &oldestFirst, const Handler &handle) const;
 
 private:
+    using PositionedHandler = std::function<void(qsizetype position, IndexedCommit &&)>;
     qint64 readInOneRun(const QStringList &shas, const Handler &handle) const;
+    qint64 readInOneRun(const QStringList &shas, const PositionedHandler &handle) const;
     qint64 readInParallel(const QStringList &oldestFirst, const Handler &handle) const;
 
     QString m_repository;
