@@ -20,9 +20,10 @@ namespace strataloom {
 
 namespace {
 
-// Small enough that the workers, each on every n-th chunk, read nearby history (git's caches of
-// inflated objects stay useful) and that a few chunks in memory are a few megabytes.
-constexpr qsizetype largestChunk = 250;
+// The workers, each on every n-th chunk, read nearby history, so git's caches of inflated objects
+// stay useful (on git's own history, chunks of 1,000 cost git a tenth less processor time than
+// chunks of 250); a few chunks of that size in memory are a few megabytes.
+constexpr qsizetype largestChunk = 1000;
 constexpr qsizetype smallestChunk = 4;
 // How many chunks past the one being handed over the workers may fill, per worker.
 constexpr qsizetype chunksAheadPerWorker = 2;
@@ -84,8 +85,8 @@ ParallelCommitLog::ParallelCommitLog(QString repository, int workers)
 
 qsizetype ParallelCommitLog::chunkSize(qsizetype total, int workers)
 {
-    // Several chunks per worker, so that one slow chunk (a huge import commit) does not leave the
-    // other workers idle at the end.
+    // Several chunks per worker even on a short list, so that every worker gets its turns; on a
+    // long one no larger than largestChunk, so that the workers read close to one another.
     const qsizetype share = total / (std::max(1, workers) * qsizetype(4));
     return std::clamp(share, smallestChunk, largestChunk);
 }
