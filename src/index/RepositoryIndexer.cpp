@@ -4,6 +4,7 @@
 #include "git/GitProcess.h"
 #include "git/GitService.h"
 #include "index/IndexFileLock.h"
+#include "index/ParallelCommitLog.h"
 
 #include <QDateTime>
 
@@ -88,61 +89,18 @@ qint64 RepositoryIndexer::importCommits(const QString &repository, const QString
                                         const SynchronizationOptions &options,
                                         qint64 &imported) const
 {
+    // git reads the diffs on as many cores as there are; the commits still reach the writer one
+    // by one in the order given, so the rows and the progress are those of a single pass.
     const qint64 total = oldestFirst.size();
-    qsizetype next = 0; // the first commit of oldestFirst not handled yet
-    qint64 unreadable = 0;
-
-    // Runs `git log` over oldestFirst[from, to) and hands over each commit it prints whole.
-    // Records come out in the order given (--no-walk=unsorted), so the handled ones are a prefix.
-    const auto runLog = [&](qsizetype from, qsizetype to, const QStringList &logArguments) {
-        QByteArray input;
-        for (qsizetype i = from; i < to; ++i)
-            input.append(oldestFirst[i].toLatin1()).append('\n');
-        CommitLogParser parser([&](IndexedCommit &&commit) {
-            if (options.isCancelled && options.isCancelled())
-                throw SynchronizationCancelled();
-            const qsizetype position = oldestFirst.indexOf(commit.sha, next);
-            if (position < 0 || position >= to)
-                return;
-            next = position + 1;
-            insert(commit);
-            ++imported;
-            if (options.progress)
-                options.progress(imported, total);
-        });
-        QStringList arguments {QStringLiteral("log"), QStringLiteral("--no-walk=unsorted"),
-                               QStringLiteral("--stdin")};
-        arguments << logArguments;
-        const ProcessResult result = runGitProcess(
-            repository, arguments,
-            [&parser](const char *data, qsizetype size) { parser.feed(data, size); }, input);
-        // A failed run may have printed part of the commit it failed on: that one is dropped.
-        if (result.exitStatus == 0)
-            parser.finish();
-        return result;
-    };
-
-    while (next < total) {
-        const ProcessResult result = runLog(next, total, CommitLogParser::logArguments());
-        if (result.exitStatus == 0)
-            break;
-        // git stops at the first commit whose diff it cannot read (a missing blob in a damaged
-        // or partial clone). That commit alone is tried again, then without line counts, then
-        // without rename detection; the rest of the history continues with full diffs.
-        const qsizetype failing = next;
-        if (runLog(failing, failing + 1, CommitLogParser::logArguments()).exitStatus == 0
-            && next > failing)
-            continue;
-        ProcessResult degraded
-            = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(true));
-        if (degraded.exitStatus != 0 || next == failing)
-            degraded
-                = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(false));
-        if (degraded.exitStatus != 0 || next == failing)
-            throw GitError::commandFailed(result);
-        ++unreadable;
-    }
-    return unreadable;
+    const ParallelCommitLog log(repository, options.importWorkers);
+    return log.read(oldestFirst, [&](IndexedCommit &&commit) {
+        if (options.isCancelled && options.isCancelled())
+            throw SynchronizationCancelled();
+        insert(commit);
+        ++imported;
+        if (options.progress)
+            options.progress(imported, total);
+    });
 }
 
 RepositorySynchronization RepositoryIndexer::synchronize(const QString &repository,

@@ -42,6 +42,8 @@ struct SynchronizationOptions
     std::function<bool()> isCancelled;
     /// @brief Told after each imported commit: how many so far, of how many in all.
     std::function<void(qint64 imported, qint64 total)> progress;
+    /// @brief git runs reading the missing commits at the same time; 0 means one per core.
+    int importWorkers = 0;
 };
 
 /**
@@ -49,8 +51,8 @@ struct SynchronizationOptions
  *
  * A run reads the refs and the reachable commits; when the refs' fingerprint is unchanged and no
  * commit is missing, it writes nothing. Otherwise it streams the missing commits, oldest first,
- * out of one `git log` run straight into one transaction, so memory stays bounded and an
- * interrupted or cancelled run leaves the index as it was. Runs on one index are serialised
+ * out of `git log` runs on every core (ParallelCommitLog) into one transaction, so memory stays
+ * bounded and an interrupted or cancelled run leaves the index as it was. Runs on one index are serialised
  * within the process and, through a lock file beside the database, across processes: a second
  * process waits for the first and then finds the index up to date.
  */

@@ -276,6 +276,54 @@ TEST(RepositoryIndexer, CancellationStopsAtTheNextCommitWritesNothingAndTheNextR
     EXPECT_EQ(firstDifference(dumpIndex(fresh), dumpIndex(index)), QString());
 }
 
+TEST(RepositoryIndexer, SeveralImportWorkersGiveTheRowsAndProgressOfOnePass)
+{
+    TestRepository repository;
+    buildAwkwardHistory(repository);
+    QTemporaryDir folder;
+    RepositoryIndex single(folder.filePath("single/index.sqlite"));
+    SynchronizationOptions onePass;
+    onePass.importWorkers = 1;
+    RepositoryIndexer(single).synchronize(repository.path(), onePass);
+    const auto expected = dumpIndex(single);
+
+    // A git that cannot read the newest commit, which comes last and so in the last chunk.
+    const QString newest = repository.git({"rev-parse", "HEAD"}).trimmed();
+    const QString failingGit = folder.filePath("failing-git.sh");
+    writeScript(failingGit, QStringLiteral("case \" $* \" in *\" --stdin \"*)\n"
+                                           "  input=$(cat)\n"
+                                           "  case \"$input\" in *%1*) echo 'fatal: bad object' >&2; "
+                                           "exit 128;; esac\n"
+                                           "  printf '%s\\n' \"$input\" | exec /usr/bin/git \"$@\";;\n"
+                                           "esac\nexec /usr/bin/git \"$@\"\n")
+                                .arg(newest)
+                                .toUtf8());
+
+    for (const int workers : {2, 3, 16}) {
+        SCOPED_TRACE(workers);
+        RepositoryIndex index(folder.filePath(QStringLiteral("w%1/index.sqlite").arg(workers)));
+        RepositoryIndexer indexer(index);
+        SynchronizationOptions options;
+        options.importWorkers = workers;
+        QList<qint64> progress;
+        options.progress = [&](qint64 imported, qint64) { progress.append(imported); };
+
+        // Cancelled halfway, or failing in a later chunk: nothing is written, no worker is left.
+        options.isCancelled = [&] { return progress.size() >= 6; };
+        EXPECT_THROW(indexer.synchronize(repository.path(), options), SynchronizationCancelled);
+        options.isCancelled = {};
+        qputenv("STRATALOOM_GIT", failingGit.toUtf8());
+        EXPECT_THROW(indexer.synchronize(repository.path(), options), GitError);
+        qunsetenv("STRATALOOM_GIT");
+        EXPECT_EQ(index.count("commits"), 0);
+
+        progress.clear();
+        EXPECT_EQ(indexer.synchronize(repository.path(), options).importedCommits, 15);
+        EXPECT_EQ(progress, (QList<qint64> {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}));
+        EXPECT_EQ(firstDifference(expected, dumpIndex(index)), QString());
+    }
+}
+
 TEST(RepositoryIndexer, RefsAndFingerprintFollowTheIndexRules)
 {
     const QList<IndexedRef> refs

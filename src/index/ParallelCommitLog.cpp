@@ -1,0 +1,263 @@
+#include "index/ParallelCommitLog.h"
+
+#include "git/GitProcess.h"
+#include "git/GitService.h"
+#include "index/CommitLogParser.h"
+
+#include <QThread>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace strataloom {
+
+namespace {
+
+// The workers, each on every n-th chunk, read nearby history, so git's caches of inflated objects
+// stay useful (on git's own history, chunks of 1,000 cost git a tenth less processor time than
+// chunks of 250); a few chunks of that size in memory are a few megabytes.
+constexpr qsizetype largestChunk = 1000;
+constexpr qsizetype smallestChunk = 4;
+// How many chunks past the one being handed over the workers may fill, per worker.
+constexpr qsizetype chunksAheadPerWorker = 2;
+// How often the calling thread asks for cancellation while it waits for a worker.
+constexpr auto cancellationPoll = std::chrono::milliseconds(50);
+
+// What the workers and the calling thread share.
+struct Chunk
+{
+    std::deque<IndexedCommit> commits; // parsed, not handed over yet
+    bool finished = false;
+    std::exception_ptr error;
+};
+
+struct SharedState
+{
+    std::mutex mutex;
+    std::condition_variable produced; // a chunk has new commits or finished
+    std::condition_variable consumed; // the calling thread moved on to the next chunk
+    std::vector<Chunk> chunks;
+    std::vector<qint64> unreadable; // per worker
+    qsizetype current = 0; // the chunk being handed over
+    std::atomic<bool> stop = false;
+};
+
+// Stops and joins the workers however read() is left.
+class WorkerGroup
+{
+public:
+    explicit WorkerGroup(SharedState &state)
+        : m_state(state)
+    { }
+    ~WorkerGroup()
+    {
+        {
+            std::lock_guard lock(m_state.mutex);
+            m_state.stop = true;
+        }
+        m_state.consumed.notify_all();
+        for (std::thread &thread : m_threads)
+            thread.join();
+    }
+    WorkerGroup(const WorkerGroup &) = delete;
+    WorkerGroup &operator=(const WorkerGroup &) = delete;
+
+    template<typename F> void start(F &&work) { m_threads.emplace_back(std::forward<F>(work)); }
+
+private:
+    SharedState &m_state;
+    std::vector<std::thread> m_threads;
+};
+
+} // namespace
+
+ParallelCommitLog::ParallelCommitLog(QString repository, int workers)
+    : m_repository(std::move(repository))
+    , m_workers(workers >= 1 ? workers : std::max(1, QThread::idealThreadCount()))
+{ }
+
+qsizetype ParallelCommitLog::chunkSize(qsizetype total, int workers)
+{
+    // Several chunks per worker even on a short list, so that every worker gets its turns; on a
+    // long one no larger than largestChunk, so that the workers read close to one another.
+    const qsizetype share = total / (std::max(1, workers) * qsizetype(4));
+    return std::clamp(share, smallestChunk, largestChunk);
+}
+
+qint64 ParallelCommitLog::read(const QStringList &oldestFirst, const Handler &handle) const
+{
+    if (m_workers <= 1 || oldestFirst.size() <= smallestChunk)
+        return readInOneRun(oldestFirst, handle);
+    return readInParallel(oldestFirst, handle);
+}
+
+qint64 ParallelCommitLog::readInOneRun(const QStringList &shas, const Handler &handle) const
+{
+    return readInOneRun(shas, [&handle](qsizetype, IndexedCommit &&commit) {
+        handle(std::move(commit));
+    });
+}
+
+qint64 ParallelCommitLog::readInOneRun(const QStringList &shas,
+                                       const PositionedHandler &handle) const
+{
+    const qsizetype total = shas.size();
+    qsizetype next = 0; // the first commit of shas not handled yet
+    qint64 unreadable = 0;
+
+    // Runs `git log` over shas[from, to) and hands over each commit it prints whole. Records
+    // come out in the order given (--no-walk=unsorted), so the handled ones are a prefix.
+    const auto runLog = [&](qsizetype from, qsizetype to, const QStringList &logArguments) {
+        QByteArray input;
+        for (qsizetype i = from; i < to; ++i)
+            input.append(shas[i].toLatin1()).append('\n');
+        CommitLogParser parser([&](IndexedCommit &&commit) {
+            const qsizetype position = shas.indexOf(commit.sha, next);
+            if (position < 0 || position >= to)
+                return;
+            next = position + 1;
+            handle(position, std::move(commit));
+        });
+        QStringList arguments {QStringLiteral("log"), QStringLiteral("--no-walk=unsorted"),
+                               QStringLiteral("--stdin")};
+        arguments << logArguments;
+        const ProcessResult result = runGitProcess(
+            m_repository, arguments,
+            [&parser](const char *data, qsizetype size) { parser.feed(data, size); }, input);
+        // A failed run may have printed part of the commit it failed on: that one is dropped.
+        if (result.exitStatus == 0)
+            parser.finish();
+        return result;
+    };
+
+    while (next < total) {
+        const ProcessResult result = runLog(next, total, CommitLogParser::logArguments());
+        if (result.exitStatus == 0)
+            break;
+        // git stops at the first commit whose diff it cannot read (a missing blob in a damaged
+        // or partial clone). That commit alone is tried again, then without line counts, then
+        // without rename detection; the rest continues with full diffs.
+        const qsizetype failing = next;
+        if (runLog(failing, failing + 1, CommitLogParser::logArguments()).exitStatus == 0
+            && next > failing)
+            continue;
+        ProcessResult degraded
+            = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(true));
+        if (degraded.exitStatus != 0 || next == failing)
+            degraded
+                = runLog(failing, failing + 1, CommitLogParser::logArgumentsWithoutContent(false));
+        if (degraded.exitStatus != 0 || next == failing)
+            throw GitError::commandFailed(result);
+        ++unreadable;
+    }
+    return unreadable;
+}
+
+qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
+                                         const Handler &handle) const
+{
+    const qsizetype size = chunkSize(oldestFirst.size(), m_workers);
+    const qsizetype chunkCount = (oldestFirst.size() + size - 1) / size;
+    const int workers = int(std::min<qsizetype>(m_workers, chunkCount));
+    const qsizetype ahead = chunksAheadPerWorker * workers;
+
+    SharedState state;
+    state.chunks.resize(chunkCount);
+    state.unreadable.resize(workers);
+
+    // Worker w reads chunks w, w + workers, w + 2 * workers... in one git run (more only where
+    // a diff cannot be read), so it keeps git's caches warm and starts git once.
+    const auto work = [&](int worker) {
+        QStringList shas;
+        for (qsizetype index = worker; index < chunkCount; index += workers)
+            shas << oldestFirst.mid(index * size, size);
+        const auto chunkOf = [&](qsizetype position) {
+            return (position / size) * workers + worker;
+        };
+        qsizetype producing = worker; // this worker's first chunk not finished
+        const auto finishBefore = [&](qsizetype chunk) { // under the lock
+            for (; producing < chunk; producing += workers)
+                state.chunks[producing].finished = true;
+        };
+        // The worker's git is killed as soon as the group stops.
+        const ScopedProcessCancellation cancellation([&state] { return state.stop.load(); });
+        try {
+            const qint64 unreadable = readInOneRun(shas, [&](qsizetype position,
+                                                             IndexedCommit &&commit) {
+                const qsizetype chunk = chunkOf(position);
+                {
+                    std::unique_lock lock(state.mutex);
+                    if (producing < chunk) {
+                        finishBefore(chunk);
+                        state.produced.notify_all();
+                    }
+                    // Far ahead of the writer: wait, and let git wait on its full pipe.
+                    state.consumed.wait(
+                        lock, [&] { return state.stop || chunk < state.current + ahead; });
+                    if (state.stop)
+                        throw ProcessCancelled();
+                    state.chunks[chunk].commits.push_back(std::move(commit));
+                }
+                state.produced.notify_one();
+            });
+            std::lock_guard lock(state.mutex);
+            finishBefore(chunkCount);
+            state.unreadable[worker] = unreadable;
+        } catch (...) {
+            // The failure belongs to the chunk being read; the calling thread stops there.
+            std::lock_guard lock(state.mutex);
+            if (producing < chunkCount) {
+                state.chunks[producing].error = std::current_exception();
+                state.chunks[producing].finished = true;
+            }
+        }
+        state.produced.notify_all();
+    };
+
+    WorkerGroup group(state);
+    for (int worker = 0; worker < workers; ++worker)
+        group.start([&work, worker] { work(worker); });
+
+    std::deque<IndexedCommit> taken;
+    for (qsizetype index = 0; index < chunkCount; ++index) {
+        Chunk &chunk = state.chunks[index];
+        for (;;) {
+            bool finished = false;
+            {
+                std::unique_lock lock(state.mutex);
+                state.produced.wait_for(lock, cancellationPoll, [&] {
+                    return !chunk.commits.empty() || chunk.finished;
+                });
+                taken.swap(chunk.commits);
+                finished = chunk.finished && taken.empty();
+            }
+            if (ScopedProcessCancellation::isCancellationRequested())
+                throw ProcessCancelled();
+            for (IndexedCommit &commit : taken)
+                handle(std::move(commit));
+            taken.clear();
+            if (finished)
+                break;
+        }
+        if (chunk.error)
+            std::rethrow_exception(chunk.error);
+        {
+            std::lock_guard lock(state.mutex);
+            state.current = index + 1;
+        }
+        state.consumed.notify_all();
+    }
+    qint64 unreadable = 0;
+    for (const qint64 count : state.unreadable)
+        unreadable += count;
+    return unreadable;
+}
+
+} // namespace strataloom
