@@ -45,6 +45,16 @@ class AnalyticsIndexState
     Q_PROPERTY(QVariantMap snapshot READ snapshotMap)
     /// The failure's text; empty unless failed.
     Q_PROPERTY(QString message READ message)
+    /// While indexing: commits imported so far, of how many in all (0 of 0 until git has
+    /// listed the commits to import).
+    Q_PROPERTY(qint64 progressCommits READ progressCommits)
+    Q_PROPERTY(qint64 progressTotal READ progressTotal)
+    /// "n of N" with the locale's digit grouping; empty until the total is known.
+    Q_PROPERTY(QString progressText READ progressText)
+    /// Estimated seconds left, or -1 while there is no estimate yet.
+    Q_PROPERTY(int secondsLeft READ secondsLeft)
+    /// The estimate in words ("about 3 min left"); empty while there is none.
+    Q_PROPERTY(QString timeLeftText READ timeLeftText)
 
 public:
     enum class Kind { Idle, Indexing, Ready, Failed };
@@ -52,7 +62,8 @@ public:
 
     AnalyticsIndexState() = default;
     static AnalyticsIndexState idle() { return {}; }
-    static AnalyticsIndexState indexing();
+    static AnalyticsIndexState indexing(qint64 progressCommits = 0, qint64 progressTotal = 0,
+                                        int secondsLeft = -1);
     static AnalyticsIndexState ready(const RepositoryIndexSnapshot &snapshot,
                                      qint64 importedCommits);
     static AnalyticsIndexState failed(const QString &message);
@@ -68,6 +79,11 @@ public:
     qint64 importedCommits() const { return m_importedCommits; }
     QVariantMap snapshotMap() const;
     QString message() const { return m_message; }
+    qint64 progressCommits() const { return m_progressCommits; }
+    qint64 progressTotal() const { return m_progressTotal; }
+    QString progressText() const;
+    int secondsLeft() const { return m_secondsLeft; }
+    QString timeLeftText() const;
 
     bool operator==(const AnalyticsIndexState &) const = default;
 
@@ -76,7 +92,20 @@ private:
     RepositoryIndexSnapshot m_snapshot;
     qint64 m_importedCommits = 0;
     QString m_message;
+    qint64 m_progressCommits = 0;
+    qint64 m_progressTotal = 0;
+    int m_secondsLeft = -1;
 };
+
+/**
+ * @brief Seconds left for @p remaining commits at the pace of @p done commits in
+ * @p elapsedMilliseconds, rounded up; nothing during the first seconds, whose pace (git still
+ * starting, caches cold) says little about the rest.
+ */
+std::optional<int> secondsLeftEstimate(qint64 done, qint64 elapsedMilliseconds, qint64 remaining);
+
+/// @brief Told how many commits an index run has imported so far, of how many in all.
+using IndexProgress = std::function<void(qint64 imported, qint64 total)>;
 
 /// @brief Asked between the steps of an index run; true stops it.
 using CancellationCheck = std::function<bool()>;
@@ -84,13 +113,15 @@ using CancellationCheck = std::function<bool()>;
 /**
  * @brief One index run for the work tree at @p repository: finds the common git directory, opens
  * (or creates) its index under @p baseDirectory (default: the standard index folder), brings it up
- * to date and computes the insights.
+ * to date and computes the insights. @p progress is told after every imported commit, on the
+ * calling thread.
  *
  * Blocking; meant for a background thread. Throws SynchronizationCancelled when @p isCancelled
  * answers true, GitError, ProcessLaunchError, SQLiteError or FileSystemError otherwise.
  */
 RepositoryIndexingResult indexRepository(const QString &repository,
                                          const std::optional<QString> &baseDirectory,
-                                         const CancellationCheck &isCancelled);
+                                         const CancellationCheck &isCancelled,
+                                         const IndexProgress &progress = {});
 
 } // namespace strataloom

@@ -19,7 +19,10 @@ struct IndexRun
 AnalyticsIndexController::AnalyticsIndexController(QObject *parent)
     : QObject(parent)
     , m_tasks(this, [this](const QString &error) { setState(AnalyticsIndexState::failed(error)); })
-{ }
+{
+    m_progressTimer.setInterval(250);
+    connect(&m_progressTimer, &QTimer::timeout, this, &AnalyticsIndexController::showProgress);
+}
 
 AnalyticsIndexController::~AnalyticsIndexController()
 {
@@ -41,10 +44,19 @@ void AnalyticsIndexController::start(const RepositorySummary &repository)
 
     const auto cancelled = std::make_shared<std::atomic_bool>(false);
     m_cancelled = cancelled;
+    const auto progress = std::make_shared<Progress>();
+    m_progress = progress;
+    m_progressStart = -1;
+    m_progressTimer.start();
     m_tasks.run(
-        [path = repository.path, base = m_baseDirectory, cancelled] {
+        [path = repository.path, base = m_baseDirectory, cancelled, progress] {
             IndexRun run;
-            run.result = indexRepository(path, base, [cancelled] { return cancelled->load(); });
+            run.result = indexRepository(
+                path, base, [cancelled] { return cancelled->load(); },
+                [progress](qint64 imported, qint64 total) {
+                    progress->total.store(total, std::memory_order_relaxed);
+                    progress->imported.store(imported, std::memory_order_relaxed);
+                });
             run.insightsValue = toVariantMap(run.result.insights);
             return run;
         },
@@ -58,8 +70,27 @@ void AnalyticsIndexController::start(const RepositorySummary &repository)
         [this, cancelled] { return !cancelled->load() && m_cancelled == cancelled; });
 }
 
+void AnalyticsIndexController::showProgress()
+{
+    if (!m_state.isIndexing() || !m_progress)
+        return;
+    const qint64 total = m_progress->total.load(std::memory_order_relaxed);
+    const qint64 imported = m_progress->imported.load(std::memory_order_relaxed);
+    if (total <= 0)
+        return;
+    if (m_progressStart < 0) {
+        m_progressStart = imported;
+        m_progressClock.start();
+    }
+    const std::optional<int> secondsLeft = secondsLeftEstimate(
+        imported - m_progressStart, m_progressClock.elapsed(), total - imported);
+    setState(AnalyticsIndexState::indexing(imported, total, secondsLeft.value_or(-1)));
+}
+
 void AnalyticsIndexController::setState(const AnalyticsIndexState &state)
 {
+    if (!state.isIndexing())
+        m_progressTimer.stop();
     if (m_state == state)
         return;
     m_state = state;

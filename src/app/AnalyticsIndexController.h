@@ -4,7 +4,9 @@
 #include "app/BackgroundTasks.h"
 #include "git/GitRecords.h"
 
+#include <QElapsedTimer>
 #include <QObject>
+#include <QTimer>
 #include <QVariant>
 
 #include <atomic>
@@ -18,7 +20,9 @@ namespace strataloom {
  * its state as the index status shows it, and the insights of the last successful run.
  *
  * A new run cancels the one before it; a cancelled or superseded run writes nothing. Failures
- * end in analyticsIndexState, never in the window's error alert.
+ * end in analyticsIndexState, never in the window's error alert. While a run imports commits,
+ * the state carries its progress, read a few times a second: the import itself reports every
+ * commit, far more often than the window could draw.
  */
 class AnalyticsIndexController : public QObject
 {
@@ -51,6 +55,9 @@ public:
     }
     int runningTaskCount() const { return m_tasks.running(); }
 
+    /// @brief How often the progress of a run is read; tests shorten it.
+    void setProgressInterval(int milliseconds) { m_progressTimer.setInterval(milliseconds); }
+
 Q_SIGNALS:
     void analyticsIndexStateChanged();
     void analyticsInsightsChanged();
@@ -60,6 +67,14 @@ private:
     void setInsights(const std::optional<RepositoryAnalyticsInsights> &insights,
                      const QVariant &value);
     QVariant analyticsInsightsValue() const { return m_insightsValue; }
+    void showProgress();
+
+    /// What the running import reported last; written on its thread, read on this one.
+    struct Progress
+    {
+        std::atomic<qint64> imported {0};
+        std::atomic<qint64> total {0};
+    };
 
     BackgroundTasks m_tasks;
     std::optional<QString> m_baseDirectory;
@@ -68,6 +83,11 @@ private:
     QVariant m_insightsValue;
     /// The current run's identity: set to cancel it; shared with that run's thread.
     std::shared_ptr<std::atomic_bool> m_cancelled;
+    std::shared_ptr<Progress> m_progress;
+    QTimer m_progressTimer;
+    /// Since the first progress of the current run, and how many commits it had then.
+    QElapsedTimer m_progressClock;
+    qint64 m_progressStart = -1;
 };
 
 } // namespace strataloom

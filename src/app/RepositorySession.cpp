@@ -6,6 +6,7 @@
 #include <QUrl>
 
 #include <future>
+#include <tuple>
 #include <utility>
 
 namespace strataloom {
@@ -26,9 +27,10 @@ struct RepositorySession::Load
 namespace {
 
 /**
- * Runs the eight loaders at once, each on its own thread, and collects them in a fixed order.
- * The first failure in that order is the one thrown; the futures of the others are awaited by
- * their destructors before it leaves, so no git process outlives the load.
+ * Runs the eight loaders at once, each on its own thread (the summary and the author statistics
+ * share one history walk), and collects them in a fixed order. The first failure in that order
+ * is the one thrown; the futures of the others are awaited by their destructors before it
+ * leaves, so no git process outlives the load.
  */
 template<typename Load> Load loadRepository(const GitService &git, const QString &path)
 {
@@ -39,24 +41,27 @@ template<typename Load> Load loadRepository(const GitService &git, const QString
             return work();
         });
     };
-    auto summary = start([=] { return git.loadSummary(path); });
+    // The summary's walk over the history also gives the author statistics.
+    auto summary = start([=] {
+        std::pair<RepositorySummary, QList<AuthorStat>> loaded;
+        loaded.first = git.loadSummary(path, &loaded.second);
+        return loaded;
+    });
     auto commits = start([=] { return git.loadCommits(path, RepositorySession::historyLimit); });
     auto branches = start([=] { return git.loadBranches(path); });
     auto tags = start([=] { return git.loadTags(path); });
     auto files = start([=] { return git.loadFiles(path); });
     auto activity
         = start([=] { return git.loadActivity(path, RepositorySession::activityMonths); });
-    auto authorStats = start([=] { return git.loadAuthorStats(path); });
     auto graph = start([=] { return git.loadGraph(path, RepositorySession::graphLimit); });
 
     Load load;
-    load.summary = summary.get();
+    std::tie(load.summary, load.authorStats) = summary.get();
     load.commits = commits.get();
     load.branches = branches.get();
     load.tags = tags.get();
     load.files = files.get();
     load.activity = activity.get();
-    load.authorStats = authorStats.get();
     load.graph = graph.get();
     return load;
 }

@@ -121,8 +121,12 @@ QList<AuthorStat> GitService::loadAuthorStats(const QString &repository) const
 {
     if (!hasHead(repository))
         return {};
-    const QString output = run(
-        {QStringLiteral("shortlog"), QStringLiteral("-sn"), QStringLiteral("HEAD")}, repository);
+    return parseAuthorStats(run(
+        {QStringLiteral("shortlog"), QStringLiteral("-sn"), QStringLiteral("HEAD")}, repository));
+}
+
+QList<AuthorStat> GitService::parseAuthorStats(const QString &output)
+{
     QList<AuthorStat> stats;
     for (const QString &line : nonEmptyLines(output)) {
         const QString trimmed = trimBlanks(line);

@@ -57,7 +57,13 @@ public:
     /// @brief The shared git directory of all work trees, absolute, "." and ".." resolved.
     QString commonDirectory(const QString &repository) const;
 
-    RepositorySummary loadSummary(const QString &repository) const;
+    /**
+     * @brief The overview of the repository. Everything it says about HEAD's history comes from
+     * one walk over it; when @p authorStats is given, that walk also fills it with what
+     * loadAuthorStats() would return, so that opening a repository walks its history once.
+     */
+    RepositorySummary loadSummary(const QString &repository,
+                                  QList<AuthorStat> *authorStats = nullptr) const;
 
     QList<CommitRecord> loadCommits(const QString &repository, int limit) const;
     QList<GraphCommitRecord> loadGraph(const QString &repository, int limit) const;
@@ -128,6 +134,8 @@ private:
     QString workTreeChanges(const QString &repository,
                             std::optional<QString> *unavailableReason) const;
     bool hasHead(const QString &repository) const;
+    /// @brief The records of `shortlog -sn` text, in its order.
+    static QList<AuthorStat> parseAuthorStats(const QString &shortlogOutput);
 };
 
 /// @brief The lines of @p text that hold more than blanks, untrimmed, in order.

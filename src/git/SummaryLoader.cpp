@@ -155,9 +155,102 @@ QString GitService::workTreeChanges(const QString &repository,
     return output;
 }
 
-RepositorySummary GitService::loadSummary(const QString &repository) const
+namespace {
+
+// What one walk over HEAD's history says, in the forms that shortlog, rev-list --count,
+// log --max-parents=0, log -1 and log --reverse printed for it.
+struct HeadHistory
+{
+    int commitCount = 0;
+    QByteArray identities; ///< as `shortlog -sne HEAD` prints them
+    QByteArray names; ///< as `shortlog -sn HEAD` prints them
+    OptionalDate firstCommitDate;
+    OptionalDate latestCommitDate;
+    int longestInactivityDays = 0;
+};
+
+// One record per commit, newest first: committer and author seconds, parents, author name and
+// e-mail (both after .mailmap), each field ended by a NUL. None of them can hold a newline.
+const QString headWalkFormat = QStringLiteral("--format=%ct%x00%at%x00%P%x00%aN%x00%aE%x00");
+
+// shortlog's summary text: by count, most first; equal counts by name, bytewise (git sorts
+// its list by strcmp and then stably by count).
+QByteArray shortlogSummary(const QHash<QByteArray, int> &counts)
+{
+    std::vector<std::pair<QByteArray, int>> entries;
+    entries.reserve(counts.size());
+    for (auto it = counts.cbegin(); it != counts.cend(); ++it)
+        entries.emplace_back(it.key(), it.value());
+    std::sort(entries.begin(), entries.end(),
+              [](const auto &a, const auto &b) { return a.first < b.first; });
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const auto &a, const auto &b) { return a.second > b.second; });
+    QByteArray text;
+    for (const auto &[name, count] : entries)
+        text += QByteArray::number(count).rightJustified(6, ' ') + '\t' + name + '\n';
+    return text;
+}
+
+HeadHistory readHeadHistory(const QByteArray &output)
+{
+    HeadHistory history;
+    QHash<QByteArray, int> identities;
+    QHash<QByteArray, int> names;
+    std::vector<double> times; // newest first
+    qsizetype position = 0;
+    while (position < output.size()) {
+        qsizetype end = output.indexOf('\n', position);
+        if (end < 0)
+            end = output.size();
+        const QByteArrayView record(output.constData() + position, end - position);
+        position = end + 1;
+        QByteArrayView fields[5];
+        qsizetype field = 0;
+        qsizetype from = 0;
+        for (; field < 5; ++field) {
+            const qsizetype nul = record.indexOf('\0', from);
+            if (nul < 0)
+                break;
+            fields[field] = record.sliced(from, nul - from);
+            from = nul + 1;
+        }
+        if (field < 5)
+            continue;
+        const QString authorSeconds = QString::fromLatin1(fields[1]);
+        if (history.commitCount++ == 0)
+            history.latestCommitDate = GitService::parseUnixDate(authorSeconds);
+        if (fields[2].isEmpty()) {
+            const OptionalDate date = GitService::parseUnixDate(authorSeconds);
+            if (date && (!history.firstCommitDate || *date < *history.firstCommitDate))
+                history.firstCommitDate = date;
+        }
+        bool ok = false;
+        const double time = QString::fromLatin1(fields[0]).trimmed().toDouble(&ok);
+        if (ok)
+            times.push_back(time);
+        const QByteArray name = fields[3].toByteArray();
+        ++identities[name + " <" + fields[4].toByteArray() + '>'];
+        ++names[name];
+    }
+    // log --reverse prints the same walk oldest first.
+    std::reverse(times.begin(), times.end());
+    for (size_t i = 1; i < times.size(); ++i) {
+        const int gap = static_cast<int>(std::trunc((times[i] - times[i - 1]) / 86400.0));
+        history.longestInactivityDays = i == 1 ? gap : std::max(history.longestInactivityDays, gap);
+    }
+    history.identities = shortlogSummary(identities);
+    history.names = shortlogSummary(names);
+    return history;
+}
+
+} // namespace
+
+RepositorySummary GitService::loadSummary(const QString &repository,
+                                          QList<AuthorStat> *authorStats) const
 {
     validateRepository(repository);
+    if (authorStats)
+        authorStats->clear();
 
     const auto command = [this, &repository](QStringList arguments) -> ConcurrentRuns::Run {
         return [this, &repository, arguments] { return run(arguments, repository); };
@@ -173,6 +266,17 @@ RepositorySummary GitService::loadSummary(const QString &repository) const
     };
     const ConcurrentRuns::Run headExists
         = [this, &repository] { return hasHead(repository) ? QStringLiteral("true") : QString(); };
+
+    // The history walk is the longest run: it starts at once, beside the quick probes, and its
+    // outcome counts only when HEAD exists. On every way out the future's destructor waits for
+    // it, so that no git outlives the summary.
+    std::future<ProcessResult> walk = std::async(
+        std::launch::async,
+        [&repository, isCancelled = ScopedProcessCancellation::current()] {
+            const ScopedProcessCancellation cancellation(isCancelled);
+            return runGitProcess(repository,
+                                 {QStringLiteral("log"), headWalkFormat, QStringLiteral("HEAD")});
+        });
 
     std::optional<QString> statusUnavailableReason;
     ConcurrentRuns first({
@@ -209,17 +313,8 @@ RepositorySummary GitService::loadSummary(const QString &repository) const
     if (!hasHistory)
         return summary;
 
-    ConcurrentRuns history({
-        command({QStringLiteral("rev-list"), QStringLiteral("--count"), QStringLiteral("HEAD")}),
-        command({QStringLiteral("shortlog"), QStringLiteral("-sne"), QStringLiteral("HEAD")}),
-        // Dates as seconds: git fails a whole run that formats certain dates (before 1970 in
-        // the author's zone) any other way.
-        command({QStringLiteral("log"), QStringLiteral("--max-parents=0"),
-                 QStringLiteral("--format=%at"), QStringLiteral("HEAD")}),
-        command({QStringLiteral("log"), QStringLiteral("-1"), QStringLiteral("--format=%at"),
-                 QStringLiteral("HEAD")}),
-        command({QStringLiteral("log"), QStringLiteral("--reverse"), QStringLiteral("--format=%ct"),
-                 QStringLiteral("HEAD")}),
+    // Both windows stop walking at their start date, so they read only the recent commits.
+    ConcurrentRuns recent({
         command({QStringLiteral("rev-list"), QStringLiteral("--count"),
                  QStringLiteral("--since=90 days ago"), QStringLiteral("HEAD")}),
         command({QStringLiteral("rev-list"), QStringLiteral("--count"),
@@ -227,27 +322,17 @@ RepositorySummary GitService::loadSummary(const QString &repository) const
                  QStringLiteral("HEAD")}),
     });
 
-    summary.commitCount = parseCount(history.take(0));
-    summary.authorCount = nonEmptyLines(history.take(1)).size();
-
-    for (const QString &line : nonEmptyLines(history.take(2))) {
-        const OptionalDate date = parseUnixDate(line);
-        if (date && (!summary.firstCommitDate || *date < *summary.firstCommitDate))
-            summary.firstCommitDate = date;
-    }
-    summary.latestCommitDate = parseUnixDate(history.take(3));
-
-    std::vector<double> times;
-    for (const QString &line : nonEmptyLines(history.take(4))) {
-        bool ok = false;
-        const double time = line.trimmed().toDouble(&ok);
-        if (ok)
-            times.push_back(time);
-    }
-    for (size_t i = 1; i < times.size(); ++i) {
-        const int gap = static_cast<int>(std::trunc((times[i] - times[i - 1]) / 86400.0));
-        summary.longestInactivityDays = i == 1 ? gap : std::max(summary.longestInactivityDays, gap);
-    }
+    const ProcessResult walked = walk.get();
+    if (walked.exitStatus != 0)
+        throw GitError::commandFailed(walked);
+    const HeadHistory history = readHeadHistory(walked.standardOutput);
+    summary.commitCount = history.commitCount;
+    summary.authorCount = nonEmptyLines(QString::fromUtf8(history.identities)).size();
+    summary.firstCommitDate = history.firstCommitDate;
+    summary.latestCommitDate = history.latestCommitDate;
+    summary.longestInactivityDays = history.longestInactivityDays;
+    if (authorStats)
+        *authorStats = parseAuthorStats(QString::fromUtf8(history.names));
 
     if (summary.firstCommitDate && summary.latestCommitDate) {
         const double span = summary.firstCommitDate->secsTo(*summary.latestCommitDate);
@@ -257,13 +342,13 @@ RepositorySummary GitService::loadSummary(const QString &repository) const
 
     bool recentOk = false;
     bool previousOk = false;
-    const int recent = parseCount(history.take(5), &recentOk);
-    const int previous = parseCount(history.take(6), &previousOk);
-    const double recentCount = recentOk ? recent : 0.0;
+    const int recentCount = parseCount(recent.take(0), &recentOk);
+    const int previous = parseCount(recent.take(1), &previousOk);
+    const double recentCommits = recentOk ? recentCount : 0.0;
     if (!previousOk || previous <= 0)
-        summary.activityTrendPercent = recentCount > 0 ? 100.0 : 0.0;
+        summary.activityTrendPercent = recentCommits > 0 ? 100.0 : 0.0;
     else
-        summary.activityTrendPercent = (recentCount - previous) / previous * 100.0;
+        summary.activityTrendPercent = (recentCommits - previous) / previous * 100.0;
     return summary;
 }
 

@@ -6,6 +6,10 @@
 #include "index/RepositoryIndex.h"
 
 #include <QFile>
+#include <QLocale>
+#include <QTemporaryDir>
+
+#include <limits>
 
 using namespace strataloom;
 
@@ -34,11 +38,16 @@ void recordStates(AnalyticsIndexController &index, QObject *context, QStringList
 {
     QObject::connect(&index, &AnalyticsIndexController::analyticsIndexStateChanged, context, [&] {
         const AnalyticsIndexState state = index.analyticsIndexState();
-        states << (state.isIndexing()    ? QStringLiteral("indexing")
-                       : state.isReady() ? QStringLiteral("ready %1 %2")
-                                               .arg(state.indexedCommits())
-                                               .arg(state.importedCommits())
-                                         : QStringLiteral("other"));
+        if (state.isIndexing()) {
+            if (states.isEmpty() || states.constLast() != QStringLiteral("indexing"))
+                states << QStringLiteral("indexing");
+        } else if (state.isReady()) {
+            states << QStringLiteral("ready %1 %2")
+                          .arg(state.indexedCommits())
+                          .arg(state.importedCommits());
+        } else {
+            states << (state.isFailed() ? QStringLiteral("failed") : QStringLiteral("idle"));
+        }
     });
 }
 
@@ -222,6 +231,84 @@ private Q_SLOTS:
             QCOMPARE(selection.selectedAuthorDetails()->name, name);
         else
             QCOMPARE(selection.selectedFileDetails()->path, name);
+    }
+
+    void firstBuildShowsItsProgressThenReady()
+    {
+        FixtureRepository longHistory;
+        longHistory.importHistory(20000);
+        QTemporaryDir indexes;
+        AnalyticsIndexController index;
+        index.setIndexBaseDirectory(indexes.path());
+        index.setProgressInterval(20);
+        QList<AnalyticsIndexState> states;
+        connect(&index, &AnalyticsIndexController::analyticsIndexStateChanged, this,
+                [&] { states << index.analyticsIndexState(); });
+
+        index.start(summaryAt(longHistory.path()));
+        QVERIFY(settle(index));
+
+        QVERIFY2(index.analyticsIndexState().isReady(), qPrintable(index.analyticsIndexState().message()));
+        QCOMPARE(index.analyticsIndexState().indexedCommits(), 20000);
+        // n of N: the whole history as the total, counts that only grow, then ready.
+        qint64 previous = 0;
+        int updates = 0;
+        for (const AnalyticsIndexState &state : std::as_const(states)) {
+            if (!state.isIndexing() || state.progressTotal() == 0)
+                continue;
+            ++updates;
+            QCOMPARE(state.progressTotal(), qint64(20000));
+            QVERIFY(state.progressCommits() >= previous);
+            QVERIFY(state.progressCommits() <= state.progressTotal());
+            previous = state.progressCommits();
+        }
+        QVERIFY(updates >= 2);
+        QVERIFY(previous > 0);
+        QVERIFY(states.constLast().isReady());
+    }
+
+    void timeLeftIsEstimatedAfterTheFirstSeconds_data()
+    {
+        QTest::addColumn<qint64>("done");
+        QTest::addColumn<qint64>("elapsed");
+        QTest::addColumn<qint64>("remaining");
+        QTest::addColumn<int>("secondsLeft"); // -1: no estimate
+
+        QTest::newRow("first seconds") << qint64(5000) << qint64(2999) << qint64(5000) << -1;
+        QTest::newRow("nothing done yet") << qint64(0) << qint64(10000) << qint64(5000) << -1;
+        QTest::newRow("same pace") << qint64(1000) << qint64(4000) << qint64(3000) << 12;
+        QTest::newRow("rounded up") << qint64(3000) << qint64(4000) << qint64(1) << 1;
+        QTest::newRow("finished") << qint64(3000) << qint64(4000) << qint64(0) << 0;
+        QTest::newRow("days of work") << qint64(1) << qint64(3600000) << qint64(1000000)
+                                      << std::numeric_limits<int>::max();
+    }
+
+    void timeLeftIsEstimatedAfterTheFirstSeconds()
+    {
+        QFETCH(qint64, done);
+        QFETCH(qint64, elapsed);
+        QFETCH(qint64, remaining);
+        QFETCH(int, secondsLeft);
+        QCOMPARE(secondsLeftEstimate(done, elapsed, remaining).value_or(-1), secondsLeft);
+        // The state keeps an estimate only once the total is known.
+        QCOMPARE(AnalyticsIndexState::indexing(0, 0, secondsLeft).secondsLeft(), -1);
+        QCOMPARE(AnalyticsIndexState::indexing(1, 2, secondsLeft).timeLeftText().isEmpty(),
+                 secondsLeft < 0);
+    }
+
+    void progressCountsUseTheLocale()
+    {
+        const QLocale previous;
+        for (const QLocale::Language language : {QLocale::English, QLocale::German}) {
+            QLocale::setDefault(QLocale(language));
+            const QString text = AnalyticsIndexState::indexing(12345, 85361).progressText();
+            QVERIFY2(text.contains(QLocale().toString(12345)) && text.contains(QLocale().toString(85361)),
+                     qPrintable(text));
+        }
+        QLocale::setDefault(previous);
+        QVERIFY(AnalyticsIndexState::indexing().progressText().isEmpty());
+        // Counts beyond the total are clamped: an import never shows more than all.
+        QCOMPARE(AnalyticsIndexState::indexing(7, 5).progressCommits(), qint64(5));
     }
 };
 

@@ -3,15 +3,19 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 
-// A compact indicator of the analytics index: indexing, how many commits are indexed, or that
-// the index is unavailable (the reason as the help text). Shows nothing while idle.
+// A compact indicator of the analytics index: indexing (with how far the import has come and
+// the time it may still take, once known), how many commits are indexed, or that the index is
+// unavailable (the reason as the help text). Shows nothing while idle.
 Control {
     id: status
 
     required property var appModel
     readonly property var state: appModel.analytics.analyticsIndexState
+    readonly property bool showsProgress: state.isIndexing && state.progressTotal > 0
 
-    readonly property string text: state.isIndexing ? "Indexing"
+    readonly property string text: state.isIndexing
+                                   ? "Indexing" + (state.progressText ? " " + state.progressText : "")
+                                     + (state.timeLeftText ? " \u00b7 " + state.timeLeftText : "")
                                  : state.isReady ? state.indexedCommits + " indexed"
                                  : state.isFailed ? "Index unavailable" : ""
     readonly property string helpText: state.isReady
@@ -39,11 +43,21 @@ Control {
     contentItem: RowLayout {
         spacing: 6
         BusyIndicator {
-            visible: status.state.isIndexing
+            objectName: "indexBusy"
+            visible: status.state.isIndexing && !status.showsProgress
             running: visible
             implicitWidth: 16
             implicitHeight: 16
             padding: 0
+        }
+        ProgressBar {
+            objectName: "indexProgress"
+            visible: status.showsProgress
+            from: 0
+            to: Math.max(status.state.progressTotal, 1)
+            value: status.state.progressCommits
+            implicitWidth: 72
+            Layout.alignment: Qt.AlignVCenter
         }
         SymbolIcon {
             visible: !status.state.isIndexing

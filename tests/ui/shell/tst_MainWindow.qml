@@ -208,4 +208,34 @@ UiTestCase {
         model.session.refresh()
         tryVerify(() => shows(3, 1), 30000, "three indexed, one imported")
     }
+
+    function test_indexStatusShowsTheImportsProgress_data() {
+        return [
+            { tag: "before the commits are listed", bar: false, busy: true,
+              state: { isIndexing: true, progressCommits: 0, progressTotal: 0, progressText: "", timeLeftText: "" } },
+            { tag: "a quarter imported", bar: true, busy: false, position: 0.25,
+              state: { isIndexing: true, progressCommits: 1000, progressTotal: 4000, progressText: "1,000 of 4,000",
+                       timeLeftText: "about 2 min left" } },
+            { tag: "ready", bar: false, busy: false,
+              state: { isIndexing: false, isReady: true, indexedCommits: 4000, importedCommits: 4000, progressCommits: 0, progressTotal: 0 } },
+        ]
+    }
+
+    function test_indexStatusShowsTheImportsProgress(data) {
+        const component = Qt.createComponent("qrc:/qt/qml/Strataloom/IndexStatus.qml")
+        compare(component.status, Component.Ready, component.errorString())
+        // The test case itself is never shown; its parent is the window's visible root.
+        const status = createTemporaryObject(component, testCase.parent,
+                                             { appModel: { analytics: { analyticsIndexState: data.state } } })
+        verify(status !== null)
+        const bar = Find.byName(status, "indexProgress")
+        verify(bar !== null)
+        compare(bar.visible, data.bar)
+        compare(Find.byName(status, "indexBusy").visible, data.busy)
+        if (data.bar) {
+            compare(bar.position, data.position)
+            verify(status.text.indexOf(data.state.progressText) > 0, status.text)
+            verify(status.text.indexOf(data.state.timeLeftText) > 0, status.text)
+        }
+    }
 }

@@ -1,0 +1,187 @@
+// How long opening a repository takes, against git-extras' `git summary` on the same repository.
+//
+//   cmake --build build --target open_benchmark && build/bench/open_benchmark [REPOSITORY] [--runs N]
+//
+// REPOSITORY defaults to /work/corpora/git (git's own history); when it is absent, a history of
+// 100,000 commits is generated with the shared history generator. Each figure is the median of
+// N runs (default 5), taken in turns so that a busy machine slows all of them alike:
+//   * git summary: git-extras' overview of the repository (the Debian package git-extras);
+//   * the four history walks the summary used to make (rev-list --count, shortlog -sne,
+//     log --max-parents=0, log --reverse), run at once as it ran them;
+//   * summary: GitService::loadSummary() alone;
+//   * overview: RepositorySession::openRepository() until it publishes, i.e. the loaders as the
+//     window runs them.
+// Each figure also gives the processor time it took (ours and git's), which a busy machine
+// disturbs less than the wall clock. Targets: summary at most 1.0 s; overview at most
+// 0.4 x git summary.
+#include "app/RepositorySession.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <future>
+#include <vector>
+
+using namespace strataloom;
+
+namespace {
+
+struct Timing
+{
+    double elapsed = 0; ///< seconds on the wall clock
+    double cpu = 0; ///< seconds of processor time, this process and the children it waited for
+};
+
+double cpuSeconds()
+{
+    double total = 0;
+    for (const int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+        rusage usage {};
+        getrusage(who, &usage);
+        total += double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec)
+            + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+    }
+    return total;
+}
+
+Timing timingOf(const std::function<void()> &work)
+{
+    QElapsedTimer clock;
+    const double cpuBefore = cpuSeconds();
+    clock.start();
+    work();
+    return {double(clock.nsecsElapsed()) / 1e9, cpuSeconds() - cpuBefore};
+}
+
+Timing median(const std::vector<Timing> &timings)
+{
+    std::vector<double> elapsed, cpu;
+    for (const Timing &timing : timings) {
+        elapsed.push_back(timing.elapsed);
+        cpu.push_back(timing.cpu);
+    }
+    std::sort(elapsed.begin(), elapsed.end());
+    std::sort(cpu.begin(), cpu.end());
+    return {elapsed[elapsed.size() / 2], cpu[cpu.size() / 2]};
+}
+
+void gitSummary(const QString &repository)
+{
+    ProcessOptions options;
+    options.environment = {QStringLiteral("GIT_PAGER=cat"), QStringLiteral("PAGER=cat")};
+    const ProcessResult result = runProcess(
+        gitExecutable(), {QStringLiteral("-C"), repository, QStringLiteral("summary")}, options);
+    if (result.exitStatus != 0) {
+        std::fprintf(stderr, "git summary failed (is git-extras installed?): %s\n",
+                     result.standardError.constData());
+        std::exit(1);
+    }
+}
+
+void formerSummaryWalks(const QString &repository)
+{
+    const QList<QStringList> walks {
+        {QStringLiteral("rev-list"), QStringLiteral("--count"), QStringLiteral("HEAD")},
+        {QStringLiteral("shortlog"), QStringLiteral("-sne"), QStringLiteral("HEAD")},
+        {QStringLiteral("log"), QStringLiteral("--max-parents=0"), QStringLiteral("--format=%at"),
+         QStringLiteral("HEAD")},
+        {QStringLiteral("log"), QStringLiteral("--reverse"), QStringLiteral("--format=%ct"),
+         QStringLiteral("HEAD")},
+    };
+    std::vector<std::future<ProcessResult>> runs;
+    for (const QStringList &walk : walks)
+        runs.push_back(std::async(std::launch::async,
+                                  [&repository, walk] { return runGitProcess(repository, walk); }));
+    for (auto &run : runs)
+        run.get();
+}
+
+void openAsTheWindowDoes(const QString &repository)
+{
+    RepositorySession session;
+    QEventLoop loop;
+    bool failed = false;
+    QObject::connect(&session, &RepositorySession::published, &loop, &QEventLoop::quit);
+    QObject::connect(&session, &RepositorySession::failed, &loop, [&](const QString &error) {
+        std::fprintf(stderr, "open failed: %s\n", qPrintable(error));
+        failed = true;
+        loop.quit();
+    });
+    session.openRepository(repository);
+    loop.exec();
+    if (failed)
+        std::exit(1);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QStringList arguments = application.arguments().mid(1);
+    int runs = 5;
+    const qsizetype runsAt = arguments.indexOf(QStringLiteral("--runs"));
+    if (runsAt >= 0 && runsAt + 1 < arguments.size()) {
+        runs = std::max(1, arguments.at(runsAt + 1).toInt());
+        arguments.remove(runsAt, 2);
+    }
+    QString repository = arguments.value(0, QStringLiteral("/work/corpora/git"));
+
+    QTemporaryDir generated;
+    if (!QFileInfo::exists(repository)) {
+        repository = generated.filePath(QStringLiteral("history"));
+        std::printf("%s is absent: generating 100,000 commits into %s\n",
+                    qPrintable(arguments.value(0, QStringLiteral("/work/corpora/git"))),
+                    qPrintable(repository));
+        std::fflush(stdout);
+        const QString generator = QStringLiteral(STRATALOOM_SOURCE_DIR)
+            + QStringLiteral("/../shared/tools/make-history.py");
+        if (QProcess::execute(QStringLiteral("python3"),
+                              {generator, repository, QStringLiteral("--commits"),
+                               QStringLiteral("100000"), QStringLiteral("--repack")})
+            != 0) {
+            std::fprintf(stderr, "generating the history failed\n");
+            return 1;
+        }
+    }
+    repository = QDir(repository).absolutePath();
+
+    std::vector<Timing> extras, former, summary, overview;
+    for (int run = 0; run < runs; ++run) {
+        extras.push_back(timingOf([&] { gitSummary(repository); }));
+        former.push_back(timingOf([&] { formerSummaryWalks(repository); }));
+        summary.push_back(timingOf([&] { GitService().loadSummary(repository); }));
+        overview.push_back(timingOf([&] { openAsTheWindowDoes(repository); }));
+    }
+
+    const RepositorySummary figures = GitService().loadSummary(repository);
+    std::printf("repository: %s (%d commits, %d authors)\nmedian of %d runs; processor time "
+                "includes every git the step waited for\n",
+                qPrintable(repository), figures.commitCount, figures.authorCount, runs);
+    const auto line = [](const char *name, const Timing &timing, const char *target) {
+        std::printf("  %-34s %7.3f s  (cpu %6.3f s)%s\n", name, timing.elapsed, timing.cpu, target);
+    };
+    line("git summary (git-extras)", median(extras), "");
+    line("former summary walks (4 at once)", median(former), "");
+    line("summary alone", median(summary), "   target <= 1.0 s");
+    line("overview (all loaders, as opened)", median(overview), "");
+    std::printf("RATIO overview / git summary        %7.2f   (cpu %5.2f)   target <= 0.40\n",
+                median(overview).elapsed / median(extras).elapsed,
+                median(overview).cpu / median(extras).cpu);
+    std::printf("RATIO summary / former walks        %7.2f   (cpu %5.2f)\n",
+                median(summary).elapsed / median(former).elapsed,
+                median(summary).cpu / median(former).cpu);
+    return 0;
+}

@@ -1,0 +1,223 @@
+// The summary reads HEAD's history in one walk. These cases hold it against the separate commands
+// it replaces (rev-list --count, shortlog, log --max-parents=0, log -1, log --reverse), run here
+// as they used to be, on histories chosen to trip a single walk up.
+
+#include "OddHistory.h"
+#include "TestGit.h"
+#include "TestRepository.h"
+#include "git/GitProcess.h"
+#include "git/GitService.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <vector>
+
+using namespace strataloom;
+
+namespace strataloom {
+void PrintTo(const AuthorStat &stat, std::ostream *out)
+{
+    *out << stat.commits << ' ' << stat.name.toStdString();
+}
+} // namespace strataloom
+
+namespace {
+
+struct HistoryFigures
+{
+    int commitCount = 0;
+    int authorCount = 0;
+    OptionalDate firstCommitDate;
+    OptionalDate latestCommitDate;
+    int longestInactivityDays = 0;
+    double commitsPerMonth = 0;
+};
+
+QString gitOutput(const QString &repository, const QStringList &arguments)
+{
+    const ProcessResult result = runGitProcess(repository, arguments);
+    EXPECT_EQ(result.exitStatus, 0) << arguments.join(' ').toStdString();
+    return QString::fromUtf8(result.standardOutput);
+}
+
+// The figures as one command each gave them.
+HistoryFigures separateCommands(const QString &repository)
+{
+    HistoryFigures figures;
+    if (runGitProcess(repository, {"rev-parse", "--verify", "HEAD"}).exitStatus != 0)
+        return figures;
+    figures.commitCount = gitOutput(repository, {"rev-list", "--count", "HEAD"}).trimmed().toInt();
+    figures.authorCount = nonEmptyLines(gitOutput(repository, {"shortlog", "-sne", "HEAD"})).size();
+    for (const QString &line :
+         nonEmptyLines(gitOutput(repository, {"log", "--max-parents=0", "--format=%at", "HEAD"}))) {
+        const OptionalDate date = GitService::parseUnixDate(line);
+        if (date && (!figures.firstCommitDate || *date < *figures.firstCommitDate))
+            figures.firstCommitDate = date;
+    }
+    figures.latestCommitDate
+        = GitService::parseUnixDate(gitOutput(repository, {"log", "-1", "--format=%at", "HEAD"}));
+    std::vector<double> times;
+    for (const QString &line :
+         nonEmptyLines(gitOutput(repository, {"log", "--reverse", "--format=%ct", "HEAD"}))) {
+        bool ok = false;
+        const double time = line.trimmed().toDouble(&ok);
+        if (ok)
+            times.push_back(time);
+    }
+    for (size_t i = 1; i < times.size(); ++i) {
+        const int gap = static_cast<int>(std::trunc((times[i] - times[i - 1]) / 86400.0));
+        figures.longestInactivityDays = i == 1 ? gap : std::max(figures.longestInactivityDays, gap);
+    }
+    if (figures.firstCommitDate && figures.latestCommitDate) {
+        const double span = figures.firstCommitDate->secsTo(*figures.latestCommitDate);
+        figures.commitsPerMonth = figures.commitCount / std::max(span / 2629746.0, 1.0);
+    }
+    return figures;
+}
+
+// A commit object written byte for byte: any author line, any raw date, any parents.
+QString rawCommit(const TestRepository &repository, const QStringList &parents,
+                  const QByteArray &author, const QByteArray &date)
+{
+    const QString tree = repository.git({"write-tree"}).trimmed();
+    QByteArray object = "tree " + tree.toUtf8() + '\n';
+    for (const QString &parent : parents)
+        object += "parent " + parent.toUtf8() + '\n';
+    object += "author " + author + ' ' + date + '\n';
+    object += "committer C <c@example.com> " + date + "\n\nraw\n";
+    ProcessOptions options;
+    options.environment = testGitEnvironment(QStringLiteral("2024-01-01T10:00:00Z"));
+    options.input = object;
+    const ProcessResult result = runProcess(
+        QStringLiteral("/usr/bin/git"),
+        testGitArguments(repository.path(), {"hash-object", "-t", "commit", "--stdin", "-w"}),
+        options);
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError.toStdString();
+    return QString::fromUtf8(result.standardOutput).trimmed();
+}
+
+void mergesTiesAndMailmap(TestRepository &repository)
+{
+    // Equal counts sort by name bytewise ("Bob" before "alice" before "bob"); one person with
+    // two addresses is two identities but one name; the mailmap joins two names.
+    const struct
+    {
+        const char *date, *name, *email;
+    } commits[] = {
+        {"2023-01-01T00:00:00Z", "alice", "a@example.com"},
+        {"2023-01-02T00:00:00Z", "bob", "b@example.com"},
+        {"2023-01-03T00:00:00Z", "Bob", "b@example.com"},
+        {"2023-02-01T00:00:00Z", "Zed", "z@example.com"},
+        {"2023-02-02T00:00:00Z", "Zed", "zed@work.example"},
+        {"2023-02-03T00:00:00Z", "Robert", "rob@example.com"},
+        {"2023-03-01T00:00:00Z", "\xc3\x89mile", "e@example.com"},
+    };
+    int n = 0;
+    for (const auto &commit : commits) {
+        repository.setDate(commit.date);
+        repository.write("f.txt", QByteArray::number(++n));
+        repository.commit("c", commit.name, commit.email);
+    }
+    repository.git({"checkout", "-q", "-b", "topic", "HEAD~3"});
+    repository.setDate("2023-02-10T00:00:00Z");
+    repository.write("t.txt", "t");
+    repository.commit("topic", "alice", "a@example.com");
+    repository.git({"checkout", "-q", "main"});
+    repository.setDate("2023-05-01T00:00:00Z");
+    repository.git({"merge", "-q", "--no-ff", "-m", "merge", "topic"});
+    repository.write(".mailmap", "Bob <rob@example.com>\n");
+    repository.commit("mailmap", "Bob", "b@example.com");
+}
+
+void severalRoots(TestRepository &repository)
+{
+    repository.setDate("2022-05-01T12:00:00Z");
+    repository.write("main.txt", "m");
+    repository.commit("main root");
+    for (const char *root : {"2021-01-01T12:00:00Z", "2023-01-01T12:00:00Z"}) {
+        repository.git({"checkout", "-q", "--orphan", QString("o") + root[3]});
+        repository.git({"rm", "-q", "-rf", "."});
+        repository.setDate(root);
+        repository.write(QString("o%1.txt").arg(root[3]), "o");
+        repository.commit("root", "Grace", "grace@example.com");
+        repository.git({"checkout", "-q", "main"});
+        repository.git({"merge", "-q", "--allow-unrelated-histories", "-m", "join",
+                        QString("o") + root[3]});
+    }
+}
+
+void detachedBehindTheBranch(TestRepository &repository)
+{
+    repository.setDateStep(86400 * 3);
+    repository.setDate("2023-01-01T00:00:00Z");
+    for (int i = 0; i < 5; ++i) {
+        repository.write("f.txt", QByteArray::number(i));
+        repository.commit("c");
+    }
+    repository.git({"checkout", "-q", "--detach", "HEAD~2"});
+}
+
+void unusualDates(TestRepository &repository)
+{
+    // Before 1970, the epoch itself, beyond year 9999, and committer dates that run backwards.
+    writeRawDateHistory(repository, {"1600000000 +0000", "-86400 +0000", "0 +0000",
+                                     "253402300800 +0000", "1500000000 -1200", "1700000000 +1400",
+                                     "1400000000 +0000"});
+}
+
+void oddNames(TestRepository &repository)
+{
+    // An empty name, line-breaking characters inside names, and trailing blanks.
+    QString parent;
+    qint64 seconds = 1600000000;
+    for (const QByteArray &author :
+         {QByteArray(" <none@example.com>"), QByteArray("a\rb <ab@example.com>"),
+          QByteArray("x\xe2\x80\xa8y <xy@example.com>"), QByteArray("Tab\tName <t@example.com>"),
+          QByteArray("a\rb <ab@example.com>")}) {
+        repository.write("f.txt", QByteArray::number(seconds));
+        repository.git({"add", "f.txt"});
+        parent = rawCommit(repository, parent.isEmpty() ? QStringList() : QStringList {parent},
+                           author, QByteArray::number(seconds += 86400) + " +0000");
+    }
+    repository.git({"update-ref", "refs/heads/main", parent});
+}
+
+} // namespace
+
+TEST(SummaryWalk, OneWalkGivesWhatTheSeparateCommandsGave)
+{
+    const struct
+    {
+        const char *name;
+        std::function<void(TestRepository &)> build;
+    } cases[] = {
+        {"empty", [](TestRepository &) {}},
+        {"merges, ties and a mailmap", mergesTiesAndMailmap},
+        {"several roots", severalRoots},
+        {"detached behind the branch", detachedBehindTheBranch},
+        {"unusual dates", unusualDates},
+        {"odd names", oddNames},
+    };
+    for (const auto &testCase : cases) {
+        SCOPED_TRACE(testCase.name);
+        TestRepository repository;
+        testCase.build(repository);
+        const HistoryFigures expected = separateCommands(repository.path());
+
+        QList<AuthorStat> authorStats;
+        const RepositorySummary summary
+            = GitService().loadSummary(repository.path(), &authorStats);
+        EXPECT_EQ(summary.commitCount, expected.commitCount);
+        EXPECT_EQ(summary.authorCount, expected.authorCount);
+        EXPECT_EQ(summary.firstCommitDate, expected.firstCommitDate);
+        EXPECT_EQ(summary.latestCommitDate, expected.latestCommitDate);
+        EXPECT_EQ(summary.longestInactivityDays, expected.longestInactivityDays);
+        EXPECT_EQ(summary.commitsPerMonth, expected.commitsPerMonth);
+        EXPECT_EQ(authorStats, GitService().loadAuthorStats(repository.path()));
+        // Without author statistics asked for, the summary is the same.
+        EXPECT_EQ(GitService().loadSummary(repository.path()), summary);
+    }
+}
