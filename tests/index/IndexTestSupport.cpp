@@ -26,8 +26,11 @@ QStringList dumpQueries()
     return queries << "SELECT name, kind, target_sha, is_remote FROM refs ORDER BY rowid"
                    << "SELECT rowid, sha, subject, body, author, email FROM commit_search "
                       "ORDER BY rowid"
-                   << "SELECT key, value FROM index_metadata WHERE key <> 'last_indexed_at' "
-                      "ORDER BY key";
+                   // The refs state the indexer remembers is no content of the index: the
+                   // reference import writes none.
+                   << "SELECT key, value FROM index_metadata WHERE key NOT IN "
+                      "('last_indexed_at', 'reachability_state', 'reachability_graph', "
+                      "'covered_tips') ORDER BY key";
 }
 
 QString git(const QString &repository, const QStringList &arguments)
