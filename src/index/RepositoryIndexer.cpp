@@ -47,6 +47,7 @@ struct RepositoryState
 {
     QList<IndexedRef> refs; // branches, remote branches and tags: the refs the index lists
     QStringList tips; // sorted, unique object names
+    bool refsRefused = false; // git named refs it would not read
     QString state;
     QString graph;
 };
@@ -122,6 +123,7 @@ RepositoryState readRepositoryState(const QString &repository)
     }
 
     RepositoryState state;
+    state.refsRefused = !listed.standardError.isEmpty();
     state.refs = RepositoryIndexer::parseRefs(indexedLines.join(QLatin1Char('\n')));
     state.tips = QStringList(tips.cbegin(), tips.cend());
     state.tips.sort();
@@ -151,7 +153,9 @@ std::optional<HistoryChanges> changesSince(RepositoryIndex &index, const QString
                                            const QStringList &coveredTips,
                                            const RepositoryState &now)
 {
-    const QStringList allRefs = GitService().allRefs(repository);
+    // What GitService::allRefs would list again: just --all while no ref was refused.
+    const QStringList allRefs = now.refsRefused ? GitService().allRefs(repository)
+                                                : QStringList {QStringLiteral("--all")};
     QByteArray exclusions;
     for (const QString &tip : coveredTips)
         exclusions.append('^').append(tip.toLatin1()).append('\n');

@@ -93,6 +93,7 @@ struct IndexPair
 
     TracedRun sync(const QString &repository)
     {
+        full.setMetadata(QString(), QStringLiteral("reachability_state"));
         full.setMetadata(QString(), QStringLiteral("reachability_graph"));
         const RepositorySynchronization whole = RepositoryIndexer(full).synchronize(repository);
         TracedRun run = tracedSync(incremental, repository);

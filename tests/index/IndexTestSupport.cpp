@@ -21,9 +21,13 @@ QStringList dumpQueries()
     QStringList queries;
     for (const char *table :
          {"authors", "author_aliases", "commits", "commit_parents", "files", "file_paths",
-          "commit_files", "tags", "daily_activity", "author_daily_activity"})
+          "commit_files", "tags"})
         queries << QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1String(table));
-    return queries << "SELECT name, kind, target_sha, is_remote FROM refs ORDER BY rowid"
+    // The daily sums are rewritten day by day as commits come and go, so their rows are
+    // compared by key; where they sit in the table means nothing.
+    return queries << "SELECT * FROM daily_activity ORDER BY day"
+                   << "SELECT * FROM author_daily_activity ORDER BY author_id, day"
+                   << "SELECT name, kind, target_sha, is_remote FROM refs ORDER BY rowid"
                    << "SELECT rowid, sha, subject, body, author, email FROM commit_search "
                       "ORDER BY rowid"
                    // The refs state the indexer remembers is no content of the index: the
