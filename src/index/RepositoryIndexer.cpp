@@ -385,10 +385,11 @@ RepositoryIndexer::synchronizeLocked(const QString &repository,
     // With the same graph, the history behind the covered tips is stored and stays as it is:
     // only what the moved refs lead to is read.
     std::optional<HistoryChanges> changes;
-    const std::optional<QString> coveredTips = m_index.metadata(tipsKey);
-    if (storedFingerprint && coveredTips && m_index.metadata(graphKey) == now.graph)
+    const QString coveredTips = m_index.metadata(tipsKey).value_or(QString());
+    const QString storedGraph = m_index.metadata(graphKey).value_or(QString());
+    if (storedFingerprint && !coveredTips.isEmpty() && storedGraph == now.graph)
         changes = changesSince(m_index, repository,
-                               coveredTips->split(QLatin1Char('\n'), Qt::SkipEmptyParts), now);
+                               coveredTips.split(QLatin1Char('\n'), Qt::SkipEmptyParts), now);
     QStringList missingOldestFirst;
     if (changes) {
         missingOldestFirst = std::move(changes->missingOldestFirst);
@@ -417,8 +418,12 @@ RepositoryIndexer::synchronizeLocked(const QString &repository,
             if (!stored.contains(sha))
                 missingOldestFirst.append(sha);
         }
+        // A changed graph (grafts, replace refs, the shallow boundary) may have changed what is
+        // reachable without any ref moving: reachability is then computed again. An index that
+        // never stored its graph is taken as it is, as before.
+        const bool graphChanged = !storedGraph.isEmpty() && storedGraph != now.graph;
         if (storedFingerprint && *storedFingerprint == newFingerprint
-            && missingOldestFirst.isEmpty()) {
+            && missingOldestFirst.isEmpty() && !graphChanged) {
             rememberState(now);
             return upToDate();
         }
