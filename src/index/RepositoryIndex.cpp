@@ -297,6 +297,21 @@ QSet<QString> RepositoryIndex::storedCommitHashes()
     return hashes;
 }
 
+QHash<QString, bool> RepositoryIndex::storedReachability(const QStringList &shas)
+{
+    std::lock_guard lock(m_mutex);
+    QHash<QString, bool> result;
+    SQLiteStatement statement = m_database->statement(
+        QStringLiteral("SELECT is_reachable FROM commits WHERE sha = ?"));
+    for (const QString &sha : shas) {
+        statement.bindText(sha, 1);
+        if (statement.step())
+            result.insert(sha, statement.columnInt64(0) != 0);
+        statement.reset();
+    }
+    return result;
+}
+
 QString RepositoryIndex::timestampText(double secondsSince1970)
 {
     // Plain digits with a fractional part, as a reader expecting "1700000000.0" wants them;

@@ -3,6 +3,7 @@
 #include "index/SQLite.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -75,7 +76,16 @@ struct IndexedRef
 /// @brief Everything one synchronisation writes.
 struct RepositoryIndexBatch
 {
-    QSet<QString> reachableSHAs; ///< every commit reachable from the refs now
+    /// @brief Every commit reachable from the refs now; read only when not incremental.
+    QSet<QString> reachableSHAs;
+    /**
+     * @brief True: reachability is changed only where stated (the new commits, becameReachable,
+     * becameUnreachable) and the daily aggregates only for the days those commits fall on.
+     * False: reachability is set from reachableSHAs and the aggregates are rebuilt whole.
+     */
+    bool incremental = false;
+    QSet<QString> becameReachable; ///< stored commits reachable again; incremental only
+    QSet<QString> becameUnreachable; ///< stored commits no longer reachable; incremental only
     QList<IndexedCommit> commits; ///< only the commits not stored yet
     QList<IndexedRef> refs; ///< all refs now, in for-each-ref order
     QString refFingerprint;
@@ -147,7 +157,8 @@ public:
 
     /**
      * @brief Writes one synchronisation in one transaction: refs and tags replaced, new commits
-     * inserted, reachability recomputed, daily aggregates rebuilt, "ref_fingerprint" and
+     * inserted, reachability recomputed or changed where the batch says, daily aggregates
+     * rebuilt or brought up to date for the days that changed, "ref_fingerprint" and
      * "last_indexed_at" stamped. On any error nothing of the batch remains.
      * @return the snapshot taken after the commit.
      */
@@ -166,6 +177,8 @@ public:
 
     /// @brief The hashes of every stored commit, reachable or not.
     QSet<QString> storedCommitHashes();
+    /// @brief For each of @p shas that is stored: whether it is marked reachable.
+    QHash<QString, bool> storedReachability(const QStringList &shas);
 
     /**
      * @brief Runs @p work with the database under the index's lock and returns its result.

@@ -44,6 +44,38 @@ const QString rebuildAuthorDailySQL = QStringLiteral(
     "WHERE c.is_reachable = 1\n"
     "GROUP BY aa.author_id, date(c.author_time, 'unixepoch')");
 
+// The same sums as above for the days listed in temp.touched_days only, each day found through
+// the author_time index as the range of seconds date() maps to it. CROSS JOIN keeps the short
+// list of days as the outer loop; the unary plus keeps SQLite from walking every reachable
+// commit through commits_reachable_idx for each day instead.
+const QString refreshDailySQL
+    = QStringLiteral("INSERT INTO daily_activity(day, commits, additions, deletions)\n"
+                     "SELECT date(c.author_time, 'unixepoch'), COUNT(DISTINCT c.id),\n"
+                     "       COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)\n"
+                     "FROM temp.touched_days t\n"
+                     "CROSS JOIN commits c\n"
+                     "    ON c.author_time >= t.start AND c.author_time < t.start + 86400\n"
+                     "LEFT JOIN commit_files cf ON cf.commit_id = c.id\n"
+                     "WHERE +c.is_reachable = 1\n"
+                     "GROUP BY date(c.author_time, 'unixepoch')");
+
+const QString refreshAuthorDailySQL = QStringLiteral(
+    "INSERT INTO author_daily_activity(author_id, day, commits, additions, deletions)\n"
+    "SELECT aa.author_id, date(c.author_time, 'unixepoch'), COUNT(DISTINCT c.id),\n"
+    "       COALESCE(SUM(cf.additions), 0), COALESCE(SUM(cf.deletions), 0)\n"
+    "FROM temp.touched_days t\n"
+    "CROSS JOIN commits c\n"
+    "    ON c.author_time >= t.start AND c.author_time < t.start + 86400\n"
+    "JOIN author_aliases aa ON aa.id = c.author_alias_id\n"
+    "LEFT JOIN commit_files cf ON cf.commit_id = c.id\n"
+    "WHERE +c.is_reachable = 1\n"
+    "GROUP BY aa.author_id, date(c.author_time, 'unixepoch')");
+
+// The seconds SQLite's date() turns into a day for certain: years 1 to 9999.
+constexpr qint64 firstDatedSecond = -62135596800;
+constexpr qint64 lastDatedSecond = 253402300799;
+constexpr qint64 secondsPerDay = 86400;
+
 qint64 flag(bool value)
 {
     return value ? 1 : 0;
@@ -135,6 +167,7 @@ public:
         m_insertCommit.bindText(commit.subject, 7);
         m_insertCommit.bindText(commit.body, 8);
         m_insertCommit.bind(flag(commit.parents.size() >= 2), 9);
+        touchDay(commit.authorTime);
         // A fresh row reports its id through last_insert_rowid (never 0 here: ids start at 1);
         // only a hash that is already stored takes the update path and needs the lookup.
         sqlite3_set_last_insert_rowid(m_database.handle(), 0);
@@ -204,6 +237,21 @@ public:
         }
     }
 
+    /// Sets is_reachable of the stored commits among @p shas that differ; notes their days.
+    void setReachable(const QSet<QString> &shas, bool reachable)
+    {
+        SQLiteStatement update = m_database.statement(
+            QStringLiteral("UPDATE commits SET is_reachable = ?1 WHERE sha = ?2 "
+                           "AND is_reachable <> ?1 RETURNING author_time"));
+        for (const QString &sha : shas) {
+            update.bind(flag(reachable), 1);
+            update.bindText(sha, 2);
+            while (update.step())
+                touchDay(update.columnInt64(0));
+            update.reset();
+        }
+    }
+
     void rebuildAggregates()
     {
         m_database.execute(QStringLiteral("DELETE FROM daily_activity"));
@@ -212,7 +260,55 @@ public:
         m_database.execute(rebuildAuthorDailySQL);
     }
 
+    /**
+     * Brings the aggregates up to date for the days of the commits this writer inserted or
+     * whose reachability it changed: those days are summed again from the commits, which gives
+     * exactly the rows a whole rebuild would, while the other days keep theirs. A time outside
+     * the years date() knows falls back to the whole rebuild.
+     */
+    void refreshAggregates()
+    {
+        if (m_undatedTouched) {
+            rebuildAggregates();
+            return;
+        }
+        if (m_touchedDays.isEmpty())
+            return;
+        m_database.execute(QStringLiteral(
+            "CREATE TEMP TABLE IF NOT EXISTS touched_days(start INTEGER PRIMARY KEY)"));
+        m_database.execute(QStringLiteral("DELETE FROM temp.touched_days"));
+        {
+            SQLiteStatement insertDay = m_database.statement(
+                QStringLiteral("INSERT INTO temp.touched_days(start) VALUES(?)"));
+            for (const qint64 start : std::as_const(m_touchedDays)) {
+                insertDay.bind(start, 1);
+                run(insertDay);
+            }
+        }
+        for (const char *table : {"daily_activity", "author_daily_activity"})
+            m_database.execute(QStringLiteral("DELETE FROM %1 WHERE day IN "
+                                              "(SELECT date(start, 'unixepoch') FROM "
+                                              "temp.touched_days)")
+                                   .arg(QLatin1String(table)));
+        m_database.execute(refreshDailySQL);
+        m_database.execute(refreshAuthorDailySQL);
+        m_database.execute(QStringLiteral("DELETE FROM temp.touched_days"));
+    }
+
 private:
+    void touchDay(qint64 authorTime)
+    {
+        if (authorTime < firstDatedSecond || authorTime > lastDatedSecond) {
+            m_undatedTouched = true;
+            return;
+        }
+        // Floor division: the day of a time before 1970 starts before it, too.
+        qint64 start = authorTime - authorTime % secondsPerDay;
+        if (authorTime % secondsPerDay < 0)
+            start -= secondsPerDay;
+        m_touchedDays.insert(start);
+    }
+
     // Names are stored as given: no case folding, no trimming.
     qint64 upsertAuthor(const QString &name)
     {
@@ -326,6 +422,8 @@ private:
     SQLiteStatement m_insertSearch;
     QList<PendingSearchRow> m_pendingSearch;
     QSet<QString> m_inserted;
+    QSet<qint64> m_touchedDays; // start of each day whose aggregates may have changed
+    bool m_undatedTouched = false;
     QHash<QString, qint64> m_authors;
     QHash<std::pair<QString, QString>, qint64> m_aliases;
     QHash<QString, CachedFile> m_files;
@@ -388,15 +486,22 @@ RepositoryIndexSnapshot RepositoryIndex::apply(const RepositoryIndexBatch &batch
         SQLiteTransaction transaction(*m_database);
         {
             IndexWriter writer(*m_database);
-            m_database->execute(QStringLiteral("UPDATE commits SET is_reachable = 0"));
+            if (!batch.incremental)
+                m_database->execute(QStringLiteral("UPDATE commits SET is_reachable = 0"));
             writer.replaceRefs(batch.refs, timestamp);
             for (const IndexedCommit &commit : batch.commits)
                 writer.insert(commit);
             if (moreCommits)
                 moreCommits([&writer](const IndexedCommit &commit) { writer.insert(commit); });
             writer.flushSearchRows();
-            writer.markReachable(batch.reachableSHAs);
-            writer.rebuildAggregates();
+            if (batch.incremental) {
+                writer.setReachable(batch.becameReachable, true);
+                writer.setReachable(batch.becameUnreachable, false);
+                writer.refreshAggregates();
+            } else {
+                writer.markReachable(batch.reachableSHAs);
+                writer.rebuildAggregates();
+            }
         }
         setMetadata(batch.refFingerprint, QStringLiteral("ref_fingerprint"));
         setMetadata(timestampText(batch.indexedAt), QStringLiteral("last_indexed_at"));

@@ -7,6 +7,8 @@
 #include "index/ParallelCommitLog.h"
 
 #include <QDateTime>
+#include <QDir>
+#include <QFile>
 
 #include <algorithm>
 
@@ -15,6 +17,195 @@ namespace strataloom {
 namespace {
 
 const QString refSeparator = QString(QChar(0x1f));
+
+// What the index last covered, written with every synchronisation (see RepositoryState).
+const QString stateKey = QStringLiteral("reachability_state");
+const QString graphKey = QStringLiteral("reachability_graph");
+const QString tipsKey = QStringLiteral("covered_tips");
+
+bool isIndexedRef(const QString &fullName)
+{
+    return fullName.startsWith(QLatin1String("refs/heads/"))
+        || fullName.startsWith(QLatin1String("refs/remotes/"))
+        || fullName.startsWith(QLatin1String("refs/tags/"));
+}
+
+QByteArray fileContent(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/**
+ * What the reachable history of a repository follows from, read without walking it.
+ *
+ * `rev-list --all` starts from every ref and every worktree's HEAD (the tips); what it finds
+ * behind a tip depends further on replace refs, grafts, the shallow boundary and refs too broken
+ * to read (the graph). Equal states mean an equal reachable history; equal graphs mean that
+ * whatever was reachable from a tip still is.
+ */
+struct RepositoryState
+{
+    QList<IndexedRef> refs; // branches, remote branches and tags: the refs the index lists
+    QStringList tips; // sorted, unique object names
+    bool refsRefused = false; // git named refs it would not read
+    QString state;
+    QString graph;
+};
+
+RepositoryState readRepositoryState(const QString &repository)
+{
+    const ProcessResult listed = runGitProcess(
+        repository,
+        {QStringLiteral("for-each-ref"),
+         QStringLiteral("--format=%(refname)") + refSeparator + QStringLiteral("%(objectname)")
+             + refSeparator + QStringLiteral("%(*objectname)")});
+    if (listed.exitStatus != 0)
+        throw GitError::commandFailed(listed);
+    const ProcessResult paths = runGitProcess(
+        repository,
+        {QStringLiteral("rev-parse"), QStringLiteral("--path-format=absolute"),
+         QStringLiteral("--git-dir"), QStringLiteral("--git-common-dir"),
+         QStringLiteral("--git-path"), QStringLiteral("shallow"), QStringLiteral("--git-path"),
+         QStringLiteral("info/grafts")});
+    if (paths.exitStatus != 0)
+        throw GitError::commandFailed(paths);
+    QStringList locations = nonEmptyLines(QString::fromUtf8(paths.standardOutput));
+    // A path with a line break in it cannot be told apart: such a repository is then never
+    // taken for unchanged, and every run walks the whole history.
+    const bool located = locations.size() == 4;
+    if (!located)
+        locations = QStringList(4, QString());
+
+    QStringList indexedLines;
+    QStringList tipLines;
+    QStringList graphLines;
+    QSet<QString> tips;
+    for (const QString &line : nonEmptyLines(QString::fromUtf8(listed.standardOutput))) {
+        const QStringList parts = line.split(refSeparator);
+        if (parts.size() != 3)
+            continue;
+        if (isIndexedRef(parts[0]))
+            indexedLines.append(line);
+        if (parts[0].startsWith(QLatin1String("refs/replace/")))
+            graphLines.append(line);
+        else
+            tipLines.append(parts[0] + refSeparator + parts[1]);
+        tips.insert(parts[1]);
+    }
+    // The refs git refused to read are left out of --all, and named on standard error.
+    graphLines.append(QString::fromUtf8(listed.standardError));
+    if (!located)
+        graphLines.append(QString::number(QDateTime::currentMSecsSinceEpoch()));
+    graphLines.append(QStringLiteral("shallow ")
+                      + QString::fromLatin1(fileContent(locations[2]).toHex()));
+    graphLines.append(QStringLiteral("grafts ")
+                      + QString::fromLatin1(fileContent(locations[3]).toHex()));
+
+    // Every worktree's HEAD: a symbolic one names a ref listed above (or an unborn branch), a
+    // detached one is a tip of its own.
+    QStringList heads;
+    if (located)
+        heads.append(locations[0] + QStringLiteral("/HEAD"));
+    if (located && locations[1] != locations[0])
+        heads.append(locations[1] + QStringLiteral("/HEAD"));
+    const QDir worktrees(locations[1] + QStringLiteral("/worktrees"));
+    if (located) {
+        for (const QString &name :
+             worktrees.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+            heads.append(worktrees.filePath(name) + QStringLiteral("/HEAD"));
+    }
+    heads.removeDuplicates();
+    for (const QString &head : std::as_const(heads)) {
+        const QString content = QString::fromUtf8(fileContent(head)).trimmed();
+        tipLines.append(head + refSeparator + content);
+        if (!content.isEmpty() && !content.startsWith(QLatin1String("ref:")))
+            tips.insert(content);
+    }
+
+    RepositoryState state;
+    state.refsRefused = !listed.standardError.isEmpty();
+    state.refs = RepositoryIndexer::parseRefs(indexedLines.join(QLatin1Char('\n')));
+    state.tips = QStringList(tips.cbegin(), tips.cend());
+    state.tips.sort();
+    tipLines.sort();
+    state.graph = RepositoryIndexLocation::stableHash(graphLines.join(QLatin1Char('\n')));
+    state.state = RepositoryIndexLocation::stableHash(tipLines.join(QLatin1Char('\n'))
+                                                      + QLatin1Char('\n') + state.graph);
+    return state;
+}
+
+/// What changed in the reachable history since the tips an index covers.
+struct HistoryChanges
+{
+    QStringList missingOldestFirst; // reachable now, not stored
+    QSet<QString> becameReachable; // stored but marked unreachable
+    QSet<QString> becameUnreachable; // reachable from the covered tips, no longer now
+};
+
+/**
+ * The changes since @p coveredTips, from walks that stop at what the index holds already:
+ * the new commits are those not reachable from the covered tips, and only covered tips that
+ * are no tip now nor a parent of a new commit (a ref that moved back or sideways, or went)
+ * lead to a walk for what is no longer reachable. Nothing when git cannot walk from a covered
+ * tip (its objects were pruned): the whole history has to be read then.
+ */
+std::optional<HistoryChanges> changesSince(RepositoryIndex &index, const QString &repository,
+                                           const QStringList &coveredTips,
+                                           const RepositoryState &now)
+{
+    // What GitService::allRefs would list again: just --all while no ref was refused.
+    const QStringList allRefs = now.refsRefused ? GitService().allRefs(repository)
+                                                : QStringList {QStringLiteral("--all")};
+    QByteArray exclusions;
+    for (const QString &tip : coveredTips)
+        exclusions.append('^').append(tip.toLatin1()).append('\n');
+    const ProcessResult added = runGitProcess(
+        repository,
+        QStringList {QStringLiteral("rev-list"), QStringLiteral("--parents")} + allRefs
+            + QStringList {QStringLiteral("--stdin")},
+        {}, exclusions);
+    if (added.exitStatus != 0)
+        return std::nullopt;
+
+    QStringList addedNewestFirst;
+    QSet<QString> stillReachable(now.tips.cbegin(), now.tips.cend());
+    for (const QString &line : nonEmptyLines(QString::fromLatin1(added.standardOutput))) {
+        const QStringList hashes = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        if (hashes.isEmpty())
+            continue;
+        addedNewestFirst.append(hashes.front());
+        for (qsizetype i = 1; i < hashes.size(); ++i)
+            stillReachable.insert(hashes[i]);
+    }
+
+    HistoryChanges changes;
+    const QHash<QString, bool> stored = index.storedReachability(addedNewestFirst);
+    for (auto it = addedNewestFirst.crbegin(); it != addedNewestFirst.crend(); ++it) {
+        const auto found = stored.constFind(*it);
+        if (found == stored.cend())
+            changes.missingOldestFirst.append(*it);
+        else if (!*found)
+            changes.becameReachable.insert(*it);
+    }
+
+    QStringList leftTips;
+    for (const QString &tip : coveredTips) {
+        if (!stillReachable.contains(tip))
+            leftTips.append(tip);
+    }
+    if (!leftTips.isEmpty()) {
+        const ProcessResult gone = runGitProcess(
+            repository,
+            QStringList {QStringLiteral("rev-list")} + leftTips
+                + QStringList {QStringLiteral("--not")} + allRefs);
+        if (gone.exitStatus != 0)
+            return std::nullopt;
+        for (const QString &line : nonEmptyLines(QString::fromLatin1(gone.standardOutput)))
+            changes.becameUnreachable.insert(line.trimmed());
+    }
+    return changes;
+}
 
 } // namespace
 
@@ -121,43 +312,80 @@ RepositorySynchronization
 RepositoryIndexer::synchronizeLocked(const QString &repository,
                                      const SynchronizationOptions &options)
 {
-
-    const QList<IndexedRef> refs = parseRefs(run(
-        {QStringLiteral("for-each-ref"),
-         QStringLiteral("--format=%(refname)") + refSeparator + QStringLiteral("%(objectname)")
-             + refSeparator + QStringLiteral("%(*objectname)"),
-         QStringLiteral("refs/heads"), QStringLiteral("refs/remotes"), QStringLiteral("refs/tags")},
-        repository));
-    const QString newFingerprint = fingerprint(refs);
+    const RepositoryState now = readRepositoryState(repository);
+    const QString newFingerprint = fingerprint(now.refs);
     const std::optional<QString> storedFingerprint
         = m_index.metadata(QStringLiteral("ref_fingerprint"));
-
-    // rev-list prints newest first; reversed, it is the order `git log --all --reverse` shows.
-    const QStringList reachableNewestFirst = nonEmptyLines(run(
-        QStringList {QStringLiteral("rev-list")} + GitService().allRefs(repository), repository));
-    QSet<QString> reachable;
-    reachable.reserve(reachableNewestFirst.size());
-    for (const QString &sha : reachableNewestFirst)
-        reachable.insert(sha.trimmed());
-    const QSet<QString> stored = m_index.storedCommitHashes();
-
-    QStringList missingOldestFirst;
-    for (auto it = reachableNewestFirst.crbegin(); it != reachableNewestFirst.crend(); ++it) {
-        const QString sha = it->trimmed();
-        if (!stored.contains(sha))
-            missingOldestFirst.append(sha);
-    }
     const qint64 storedUnreadable
         = m_index.metadata(unreadableDiffsKey()).value_or(QString()).toLongLong();
-
-    if (storedFingerprint && *storedFingerprint == newFingerprint && missingOldestFirst.isEmpty())
-        return {0, m_index.snapshot(), true, storedUnreadable, m_index.takeNotice()};
+    // Written with every import, and by a run that found the index complete, so that the next
+    // run can stop after reading the refs. A read-only index is left as it is.
+    const auto rememberState = [this](const RepositoryState &state) {
+        if (m_index.isReadOnly())
+            return;
+        m_index.setMetadata(state.state, stateKey);
+        m_index.setMetadata(state.graph, graphKey);
+        m_index.setMetadata(state.tips.join(QLatin1Char('\n')), tipsKey);
+    };
+    const auto upToDate = [&] {
+        return RepositorySynchronization {0, m_index.snapshot(), true, storedUnreadable,
+                                          m_index.takeNotice()};
+    };
+    if (storedFingerprint && *storedFingerprint == newFingerprint
+        && m_index.metadata(stateKey) == now.state)
+        return upToDate();
 
     RepositoryIndexBatch batch;
-    batch.reachableSHAs = reachable;
-    batch.refs = refs;
+    batch.refs = now.refs;
     batch.refFingerprint = newFingerprint;
     batch.indexedAt = QDateTime::currentMSecsSinceEpoch() / 1000.0;
+
+    // With the same graph, the history behind the covered tips is stored and stays as it is:
+    // only what the moved refs lead to is read.
+    std::optional<HistoryChanges> changes;
+    const QString coveredTips = m_index.metadata(tipsKey).value_or(QString());
+    const QString storedGraph = m_index.metadata(graphKey).value_or(QString());
+    if (storedFingerprint && !coveredTips.isEmpty() && storedGraph == now.graph)
+        changes = changesSince(m_index, repository,
+                               coveredTips.split(QLatin1Char('\n'), Qt::SkipEmptyParts), now);
+    QStringList missingOldestFirst;
+    if (changes) {
+        missingOldestFirst = std::move(changes->missingOldestFirst);
+        batch.incremental = true;
+        batch.becameReachable = std::move(changes->becameReachable);
+        batch.becameUnreachable = std::move(changes->becameUnreachable);
+        if (missingOldestFirst.isEmpty() && batch.becameReachable.isEmpty()
+            && batch.becameUnreachable.isEmpty() && *storedFingerprint == newFingerprint) {
+            // Only a HEAD or another unlisted ref moved, within the stored history.
+            rememberState(now);
+            return upToDate();
+        }
+    } else {
+        // rev-list prints newest first; reversed, it is the order `git log --all --reverse`
+        // shows.
+        const QStringList reachableNewestFirst
+            = nonEmptyLines(run(QStringList {QStringLiteral("rev-list")}
+                                    + GitService().allRefs(repository),
+                                repository));
+        batch.reachableSHAs.reserve(reachableNewestFirst.size());
+        for (const QString &sha : reachableNewestFirst)
+            batch.reachableSHAs.insert(sha.trimmed());
+        const QSet<QString> stored = m_index.storedCommitHashes();
+        for (auto it = reachableNewestFirst.crbegin(); it != reachableNewestFirst.crend(); ++it) {
+            const QString sha = it->trimmed();
+            if (!stored.contains(sha))
+                missingOldestFirst.append(sha);
+        }
+        // A changed graph (grafts, replace refs, the shallow boundary) may have changed what is
+        // reachable without any ref moving: reachability is then computed again. An index that
+        // never stored its graph is taken as it is, as before.
+        const bool graphChanged = !storedGraph.isEmpty() && storedGraph != now.graph;
+        if (storedFingerprint && *storedFingerprint == newFingerprint
+            && missingOldestFirst.isEmpty() && !graphChanged) {
+            rememberState(now);
+            return upToDate();
+        }
+    }
 
     qint64 imported = 0;
     qint64 unreadable = 0;
@@ -167,6 +395,7 @@ RepositoryIndexer::synchronizeLocked(const QString &repository,
         if (unreadable > 0)
             m_index.setMetadata(QString::number(storedUnreadable + unreadable),
                                 unreadableDiffsKey());
+        rememberState(now);
     };
 
     const RepositoryIndexSnapshot snapshot = m_index.apply(batch, importMissing);

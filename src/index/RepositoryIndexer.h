@@ -49,10 +49,15 @@ struct SynchronizationOptions
 /**
  * @brief Keeps one repository's index in step with its whole reachable history.
  *
- * A run reads the refs and the reachable commits; when the refs' fingerprint is unchanged and no
- * commit is missing, it writes nothing. Otherwise it streams the missing commits, oldest first,
- * out of `git log` runs on every core (ParallelCommitLog) into one transaction, so memory stays
- * bounded and an interrupted or cancelled run leaves the index as it was. Runs on one index are serialised
+ * A run first reads what the reachable history follows from: every ref, every worktree's HEAD,
+ * replace refs, grafts and the shallow boundary. When none of it changed since the last run, it
+ * reads nothing else and writes nothing. When only refs moved, it walks just the commits the
+ * tips covered by the index do not reach, and walks for commits no longer reachable only from
+ * covered tips that moved back or went; anything else, or a first run, walks the whole history.
+ * It then streams the missing commits, oldest first, out of `git log` runs on every core
+ * (ParallelCommitLog) into one transaction, so memory stays bounded and an interrupted or
+ * cancelled run leaves the index as it was. The daily aggregates are summed again only for the
+ * days whose commits changed; only a whole walk rebuilds them. Runs on one index are serialised
  * within the process and, through a lock file beside the database, across processes: a second
  * process waits for the first and then finds the index up to date.
  */

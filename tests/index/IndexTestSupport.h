@@ -26,8 +26,9 @@ inline QStringList rows(strataloom::RepositoryIndex &index, const QString &sql)
     });
 }
 
-/// @brief Every row of every table, as text, in storage order. Columns that hold the time of
-/// the run (refs.updated_at, "last_indexed_at") are left out so that two runs compare equal.
+/// @brief Every row of every table, as text, in storage order (the daily sums by key). Columns
+/// that hold the time of the run (refs.updated_at, "last_indexed_at") are left out so that two
+/// runs compare equal.
 QMap<QString, QStringList> dumpIndex(strataloom::RepositoryIndex &index);
 
 /// @brief Brings @p index up to date the slow way: metadata of the whole history from one log,
