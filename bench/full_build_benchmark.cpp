@@ -4,13 +4,13 @@
 // worker), the way the importer read the history before it used every core.
 //
 // Usage: full_build_benchmark [REPOSITORY] [--workers N] [--no-single] [--generate-commits N]
-//   REPOSITORY   the repository to index (default /work/corpora/git); when it is absent, a
+//   REPOSITORY   the repository to index (default ../corpora/git); when it is absent, a
 //                history of --generate-commits commits (default 100,000) is generated first
 //   --workers N  git runs at once for the parallel build (default 0: one per core)
 //   --no-single  skip the one-worker build
 //
 // Build and run: cmake --build build --target full_build_benchmark &&
-//                build/bench/full_build_benchmark /work/corpora/git
+//                build/bench/full_build_benchmark ../corpora/git
 
 #include "git/GitProcess.h"
 #include "index/RepositoryIndex.h"
@@ -114,7 +114,7 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     QStringList arguments = application.arguments().mid(1);
-    QString repository = QStringLiteral("/work/corpora/git");
+    QString repository = QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git");
     int workers = 0;
     bool single = true;
     int generatedCommits = 100'000;

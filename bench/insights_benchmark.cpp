@@ -2,7 +2,7 @@
 // SELECTs in the same run (the floor any computation from those tables has to stand on).
 //
 // Run (from the build folder):
-//   cmake --build . --target insights_benchmark && bench/insights_benchmark /work/corpora/git
+//   cmake --build . --target insights_benchmark && bench/insights_benchmark ../corpora/git
 //
 // Usage: insights_benchmark [REPOSITORY] [--index-dir DIR] [--runs N] [--reference]
 //   REPOSITORY   the history to measure; when absent or missing, a generated history of

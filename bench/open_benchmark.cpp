@@ -2,7 +2,7 @@
 //
 //   cmake --build build --target open_benchmark && build/bench/open_benchmark [REPOSITORY] [--runs N]
 //
-// REPOSITORY defaults to /work/corpora/git (git's own history); when it is absent, a history of
+// REPOSITORY defaults to ../corpora/git (git's own history); when it is absent, a history of
 // 100,000 commits is generated with the shared history generator. Each figure is the median of
 // N runs (default 5), taken in turns so that a busy machine slows all of them alike:
 //   * git summary: git-extras' overview of the repository (the Debian package git-extras);
@@ -137,13 +137,13 @@ int main(int argc, char **argv)
         runs = std::max(1, arguments.at(runsAt + 1).toInt());
         arguments.remove(runsAt, 2);
     }
-    QString repository = arguments.value(0, QStringLiteral("/work/corpora/git"));
+    QString repository = arguments.value(0, QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git"));
 
     QTemporaryDir generated;
     if (!QFileInfo::exists(repository)) {
         repository = generated.filePath(QStringLiteral("history"));
         std::printf("%s is absent: generating 100,000 commits into %s\n",
-                    qPrintable(arguments.value(0, QStringLiteral("/work/corpora/git"))),
+                    qPrintable(arguments.value(0, QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git"))),
                     qPrintable(repository));
         std::fflush(stdout);
         const QString generator = QStringLiteral(STRATALOOM_SOURCE_DIR)

@@ -3,7 +3,7 @@
 //
 //   cmake --build build --target sync_benchmark && build/bench/sync_benchmark [REPOSITORY]
 //
-// REPOSITORY (default /work/corpora/git, git's own history) is never written: the benchmark
+// REPOSITORY (default ../corpora/git, git's own history) is never written: the benchmark
 // works on a `git clone --mirror --shared` of it in a temporary folder. When it is absent, a
 // history of 100,000 commits is generated instead (../shared/tools/make-history.py).
 //
@@ -186,7 +186,7 @@ int main(int argc, char **argv)
     int runs = 5;
     QString keep;
     bool quick = false;
-    QString source = QStringLiteral("/work/corpora/git");
+    QString source = QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git");
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         if (arguments[i] == QLatin1String("--runs") && i + 1 < arguments.size())
             runs = std::max(1, arguments[++i].toInt());
