@@ -140,11 +140,11 @@ void referenceSynchronize(RepositoryIndex &index, const QString &repository)
         reachable.insert(sha);
     const QSet<QString> missing = reachable - index.storedCommitHashes();
 
-    RepositoryIndexBatch batch {reachable,
-                                {},
-                                refs,
-                                RepositoryIndexer::fingerprint(refs),
-                                QDateTime::currentMSecsSinceEpoch() / 1000.0};
+    RepositoryIndexBatch batch;
+    batch.reachableSHAs = reachable;
+    batch.refs = refs;
+    batch.refFingerprint = RepositoryIndexer::fingerprint(refs);
+    batch.indexedAt = QDateTime::currentMSecsSinceEpoch() / 1000.0;
     const QString log = missing.isEmpty()
         ? QString()
         : git(repository,

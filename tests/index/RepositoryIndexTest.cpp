@@ -48,8 +48,13 @@ RepositoryIndexBatch batch(const QList<IndexedCommit> &commits, const QStringLis
                            const QList<IndexedRef> &refs, const QString &fingerprint,
                            double indexedAt = double(day0) + 0.5)
 {
-    return {QSet<QString>(reachable.begin(), reachable.end()), commits, refs, fingerprint,
-            indexedAt};
+    RepositoryIndexBatch result;
+    result.reachableSHAs = QSet<QString>(reachable.begin(), reachable.end());
+    result.commits = commits;
+    result.refs = refs;
+    result.refFingerprint = fingerprint;
+    result.indexedAt = indexedAt;
+    return result;
 }
 
 QDateTime at(double seconds)

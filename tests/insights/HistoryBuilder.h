@@ -70,7 +70,11 @@ public:
     // Every commit added, all reachable, and the refs.
     RepositoryIndexBatch batch() const
     {
-        RepositoryIndexBatch batch {{}, m_commits, m_refs, QStringLiteral("fingerprint"), 1.7e9};
+        RepositoryIndexBatch batch;
+        batch.commits = m_commits;
+        batch.refs = m_refs;
+        batch.refFingerprint = QStringLiteral("fingerprint");
+        batch.indexedAt = 1.7e9;
         for (const IndexedCommit &commit : m_commits)
             batch.reachableSHAs.insert(commit.sha);
         return batch;
