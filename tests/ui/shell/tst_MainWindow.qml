@@ -228,10 +228,10 @@ UiTestCase {
         const status = createTemporaryObject(component, testCase.parent,
                                              { appModel: { analytics: { analyticsIndexState: data.state } } })
         verify(status !== null)
-        const bar = Find.byName(status, "indexProgress")
+        const bar = findOne(status, "indexProgress")
         verify(bar !== null)
         compare(bar.visible, data.bar)
-        compare(Find.byName(status, "indexBusy").visible, data.busy)
+        compare(findOne(status, "indexBusy").visible, data.busy)
         if (data.bar) {
             compare(bar.position, data.position)
             verify(status.text.indexOf(data.state.progressText) > 0, status.text)
