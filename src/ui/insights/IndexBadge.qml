@@ -28,6 +28,9 @@ Rectangle {
         return ""
     }
     readonly property string detailText: {
+        // While the first build imports: how far it has come, and the time left once known.
+        if (indexing && state.progressTotal > 0)
+            return state.progressText + (state.timeLeftText ? " · " + state.timeLeftText : "")
         if (!ready)
             return ""
         if (statisticsWording)
@@ -82,7 +85,8 @@ Rectangle {
             visible: text !== ""
             text: badge.detailText
             font.pixelSize: 12
-            color: badge.statisticsWording ? InsightColors.named("green") : Theme.secondaryText
+            color: badge.statisticsWording && badge.ready ? InsightColors.named("green")
+                                                          : Theme.secondaryText
         }
     }
 }

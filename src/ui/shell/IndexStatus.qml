@@ -16,12 +16,15 @@ Control {
     readonly property string text: state.isIndexing
                                    ? "Indexing" + (state.progressText ? " " + state.progressText : "")
                                      + (state.timeLeftText ? " \u00b7 " + state.timeLeftText : "")
-                                 : state.isReady ? state.indexedCommits + " indexed"
+                                 : state.isReady ? count(state.indexedCommits) + " indexed"
                                  : state.isFailed ? "Index unavailable" : ""
     readonly property string helpText: state.isReady
                                        ? (state.importedCommits < 1 ? "Analytics index is up to date"
-                                                                    : "Imported " + state.importedCommits + " new commits")
+                                                                    : "Imported " + count(state.importedCommits) + " new commits")
                                        : state.isFailed ? state.message : ""
+
+    // Counts with the locale's grouping, as everywhere else ("85,361 indexed").
+    function count(value) { return Number(value || 0).toLocaleString(Qt.locale(), "f", 0) }
 
     visible: text !== ""
     hoverEnabled: true
