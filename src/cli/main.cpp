@@ -1,6 +1,7 @@
 // strataloom-cli: every question the application asks of a repository, answered as JSON.
 #include "git/GitService.h"
 #include "app/ErrorText.h"
+#include "cli/CsvOutput.h"
 #include "cli/IndexCommands.h"
 #include "cli/ReportCommand.h"
 #include "cli/JsonOutput.h"
@@ -52,6 +53,7 @@ option (strataloom-cli search <repo> -- --fixup).
 
 Every command prints JSON on standard output, except diff, which prints git's text, and
 report, which prints text for people (in colour on a terminal, unless NO_COLOR is set).
+commits, search, branches, tags, files and authors take --format csv for spreadsheets.
 Errors are one line on standard error with exit status 1; wrong usage exits with status 2.
 Set STRATALOOM_GIT to use another git than /usr/bin/git.
 )";
@@ -90,6 +92,19 @@ void printJson(const Json &json)
     std::fwrite(text.constData(), 1, text.size(), stdout);
 }
 
+const QString formatOption = QStringLiteral("--format");
+
+// A list command's records as JSON, or as CSV for spreadsheets (--format csv).
+template<typename Record> void printList(const Invocation &in, const QList<Record> &records)
+{
+    if (in.texts.value(formatOption) == QLatin1String("csv")) {
+        const QByteArray text = cli::toCsv(records);
+        std::fwrite(text.constData(), 1, text.size(), stdout);
+    } else {
+        printJson(toJson(records));
+    }
+}
+
 const QHash<QString, Command> &commands()
 {
     const QString limit = QStringLiteral("--limit");
@@ -103,9 +118,10 @@ const QHash<QString, Command> &commands()
               }}},
         {QStringLiteral("commits"),
          {.numberOptions = {limit},
+          .textOptions = {formatOption},
           .run =
               [limit](const Invocation &in) {
-                  printJson(toJson(GitService().loadCommits(in.repository, in.number(limit, 300))));
+                  printList(in, GitService().loadCommits(in.repository, in.number(limit, 300)));
               }}},
         {QStringLiteral("graph"),
          {.numberOptions = {limit},
@@ -115,23 +131,20 @@ const QHash<QString, Command> &commands()
               }}},
         {QStringLiteral("search"),
          {.argumentNames = {QStringLiteral("query")},
+          .textOptions = {formatOption},
           .run =
               [](const Invocation &in) {
-                  printJson(toJson(GitService().searchCommits(in.repository, in.arguments[0])));
+                  printList(in, GitService().searchCommits(in.repository, in.arguments[0]));
               }}},
         {QStringLiteral("branches"),
-         {.run =
-              [](const Invocation &in) {
-                  printJson(toJson(GitService().loadBranches(in.repository)));
-              }}},
+         {.textOptions = {formatOption},
+          .run = [](const Invocation &in) { printList(in, GitService().loadBranches(in.repository)); }}},
         {QStringLiteral("tags"),
-         {.run
-          = [](const Invocation &in) { printJson(toJson(GitService().loadTags(in.repository))); }}},
+         {.textOptions = {formatOption},
+          .run = [](const Invocation &in) { printList(in, GitService().loadTags(in.repository)); }}},
         {QStringLiteral("files"),
-         {.run =
-              [](const Invocation &in) {
-                  printJson(toJson(GitService().loadFiles(in.repository)));
-              }}},
+         {.textOptions = {formatOption},
+          .run = [](const Invocation &in) { printList(in, GitService().loadFiles(in.repository)); }}},
         {QStringLiteral("file"),
          {.argumentNames = {QStringLiteral("path")},
           .run =
@@ -139,10 +152,9 @@ const QHash<QString, Command> &commands()
                   printJson(toJson(GitService().loadFileDetails(in.repository, in.arguments[0])));
               }}},
         {QStringLiteral("authors"),
-         {.run =
-              [](const Invocation &in) {
-                  printJson(toJson(GitService().loadAuthorStats(in.repository)));
-              }}},
+         {.textOptions = {formatOption},
+          .run =
+              [](const Invocation &in) { printList(in, GitService().loadAuthorStats(in.repository)); }}},
         {QStringLiteral("author"),
          {.argumentNames = {QStringLiteral("name")},
           .run =
@@ -304,6 +316,9 @@ int main(int argc, char **argv)
     Invocation invocation;
     try {
         invocation = parse(*entry, words.mid(1));
+        const QString format = invocation.texts.value(formatOption, QStringLiteral("json"));
+        if (format != QLatin1String("json") && format != QLatin1String("csv"))
+            throw UsageError("--format takes json or csv");
     } catch (const UsageError &error) {
         std::fprintf(stderr, "strataloom-cli: %s: %s\n", words[0].toUtf8().constData(),
                      error.what());

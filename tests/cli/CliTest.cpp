@@ -46,6 +46,8 @@ TEST(Cli, BadInputEndsWithOneLineAndStatusOneAndMisuseWithUsageAndStatusTwo)
         // Without the terminator a leading dash is an option still; a bare one ends nothing.
         {{"search", repository.path(), "--fixup"}, 2, usage},
         {{"search", repository.path(), "--"}, 2, usage},
+        {{"tags", repository.path(), "--format", "xml"}, 2, usage},
+        {{"summary", repository.path(), "--format", "csv"}, 2, usage},
     };
     for (const auto &row : cases) {
         SCOPED_TRACE(row.arguments.join(' ').toStdString());
@@ -86,6 +88,12 @@ TEST(Cli, PrintsRecordsAsJsonWithUtcDatesAndNulls)
     // Fields come in the record's own order, not sorted.
     EXPECT_LT(commits.out.indexOf("\"shortHash\""), commits.out.indexOf("\"author\""));
     EXPECT_LT(commits.out.indexOf("\"subject\""), commits.out.indexOf("\"body\""));
+
+    // The same records for spreadsheets: a header, then one quoted line.
+    const QStringList csv = cli({"commits", repository.path(), "--format", "csv"}).out.split("\r\n");
+    ASSERT_EQ(csv.size(), 3) << qPrintable(csv.join("|"));
+    EXPECT_TRUE(csv[0].startsWith("id,shortHash,author,email,date,subject,body,"));
+    EXPECT_TRUE(csv[1].contains(",\"Add a | \"\"quoted\"\" café\",")) << qPrintable(csv[1]);
 
     const CliRun diff = cli({"diff", repository.path(), commit});
     EXPECT_EQ(diff.status, 0);
