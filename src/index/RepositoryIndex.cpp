@@ -12,8 +12,6 @@ namespace strataloom {
 
 namespace {
 
-constexpr int schemaVersion = 1;
-
 // Every statement is conditional, so running it on an existing index changes nothing.
 const char schema[] = R"SQL(CREATE TABLE IF NOT EXISTS index_metadata (
     key TEXT PRIMARY KEY,
@@ -127,6 +125,24 @@ CREATE INDEX IF NOT EXISTS commit_files_file_idx ON commit_files(file_id);
 CREATE INDEX IF NOT EXISTS author_aliases_author_idx ON author_aliases(author_id);
 )SQL";
 
+// The tables above are the first version of the index. Each later version is one step that
+// takes an index of the version before it to its own, in place: new tables, new columns, their
+// indexes. A step runs once, in the transaction that records its version, so it need not be
+// conditional (ALTER TABLE ... ADD COLUMN is not). Data a step cannot derive from the index
+// alone (it needs git) is filled in by the next synchronisation, which the step asks for by
+// leaving the refs' fingerprint out of date where it must.
+struct SchemaStep
+{
+    int version;
+    const char *sql;
+};
+
+constexpr SchemaStep schemaSteps[] = {
+    {1, schema},
+};
+
+constexpr int schemaVersion = std::end(schemaSteps)[-1].version;
+
 } // namespace
 
 RepositoryIndex::RepositoryIndex(const QString &databasePath)
@@ -226,8 +242,19 @@ void RepositoryIndex::migrate()
     m_database->execute(QStringLiteral("PRAGMA cache_size = -65536"));
 
     SQLiteTransaction transaction(*m_database);
-    m_database->execute(QString::fromUtf8(schema));
-    m_database->execute(QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion));
+    const qint64 current = [this] {
+        SQLiteStatement version = m_database->statement(QStringLiteral("PRAGMA user_version"));
+        version.step();
+        return version.columnInt64(0);
+    }();
+    for (const SchemaStep &step : schemaSteps) {
+        // The first version's statements are conditional and always run: an index of version
+        // 1 written before the version was recorded still gets any index it lacks.
+        if (step.version > current || step.version == 1)
+            m_database->execute(QString::fromUtf8(step.sql));
+    }
+    if (current < schemaVersion)
+        m_database->execute(QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion));
     transaction.commit();
 }
 

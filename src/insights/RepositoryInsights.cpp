@@ -16,13 +16,15 @@ namespace strataloom {
 
 using namespace aggregates;
 
-RepositoryAnalyticsInsights insights(RepositoryIndex &index)
+RepositoryAnalyticsInsights insights(RepositoryIndex &index, const InsightOptions &options)
 {
-    return index.read([](SQLiteDatabase &database) { return insights(database); });
+    return index.read([&options](SQLiteDatabase &database) { return insights(database, options); });
 }
 
-RepositoryAnalyticsInsights insights(SQLiteDatabase &database)
+RepositoryAnalyticsInsights insights(SQLiteDatabase &database, const InsightOptions &options)
 {
+    // The corrections are not applied yet: every option reads the history as recorded.
+    (void)options;
     // Reading the tables takes about half the time; what can be computed without the database
     // runs beside it. The subjects (decoded, cut into words, classified) go to a thread of their
     // own as soon as the commits are in, while the change rows are still being read; the
