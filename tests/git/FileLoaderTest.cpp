@@ -21,46 +21,6 @@ TEST(FileLoader, FilesAreTrackedRecordsUpToTheLimit)
     EXPECT_EQ(files.last(), (FileRecord {last, "tracked", std::nullopt, QString()}));
 }
 
-TEST(FileLoader, FileDetailsFollowRenamesAcrossAuthors)
-{
-    TestRepository repository;
-    repository.setDateStep(86400);
-    repository.write("old name.txt", "one\ntwo\nthree\nfour\n");
-    repository.commit("add");
-    repository.write("old name.txt", "one\ntwo\nthree\nfour\nfive\n");
-    repository.commit("grow");
-    repository.git({"mv", "old name.txt", "nëw name.txt"});
-    repository.commit("rename", "Grace Hopper", "grace@example.com");
-    repository.setDate("2024-01-04T10:00:00+05:00");
-    repository.write("nëw name.txt", "one\ntwo\nthree\nfour\nfive\nsix\n");
-    repository.commit("grow again", "Barbara Liskov", "barbara@example.com");
-    repository.write("unrelated.txt", "x\n");
-    repository.commit("unrelated", "Zed", "z@example.com");
-    repository.write("draft.txt", "12345");
-
-    const QString path = "nëw name.txt";
-    EXPECT_EQ(GitService().loadFileDetails(repository.path(), path),
-              (FileDetails {path,
-                            28,
-                            4,
-                            {"Ada Lovelace", "Barbara Liskov", "Grace Hopper"},
-                            utcDate("2024-01-01T10:00:00Z"),
-                            utcDate("2024-01-04T05:00:00Z"),
-                            "Barbara Liskov"}));
-    // A file never committed has no history, but its size.
-    EXPECT_EQ(GitService().loadFileDetails(repository.path(), "draft.txt"),
-              (FileDetails {"draft.txt", 5, 0, {}, std::nullopt, std::nullopt, "Unknown"}));
-
-    // A deleted file has no size, but keeps its history.
-    repository.remove("unrelated.txt");
-    repository.setDate("2024-02-01T10:00:00Z");
-    repository.commit("remove", "Grace Hopper", "grace@example.com");
-    const FileDetails gone = GitService().loadFileDetails(repository.path(), "unrelated.txt");
-    EXPECT_EQ(std::make_tuple(gone.sizeBytes, gone.commitCount, gone.lastAuthor),
-              std::make_tuple(0, 2, QStringLiteral("Grace Hopper")));
-    EXPECT_EQ(gone.lastCommitDate, utcDate("2024-02-01T10:00:00Z"));
-}
-
 // Statistics rank the authors of the current branch; details sum up all refs.
 TEST(FileLoader, AuthorStatsRankTheCurrentBranchAndDetailsSumAllRefsByLocalDay)
 {
@@ -114,4 +74,27 @@ TEST(FileLoader, ActivityCountsCommitsPerDayInTheWindow)
     EXPECT_EQ(git.loadActivity(repository.path(), 12),
               (QList<ActivityPoint> {{today.addDays(-40).startOfDay(), 1},
                                      {today.addDays(-10).startOfDay(), 2}}));
+}
+
+TEST(ChangeLoader, DiffLargerThanSixtyFourMegabytesComesBackWhole)
+{
+    TestRepository repository;
+    repository.commit("root");
+    // 1.2 million lines of 60 bytes: about 72 MB of patch text.
+    constexpr int lineCount = 1200000;
+    const auto line = [](int number) {
+        return QByteArray::number(number).rightJustified(12, '0') + QByteArray(47, 'x') + '\n';
+    };
+    QByteArray content;
+    content.reserve(qsizetype(lineCount) * 60);
+    for (int i = 0; i < lineCount; ++i)
+        content.append(line(i));
+    repository.write("big.txt", content);
+    const QString commit = repository.commit("big");
+
+    const QString diff = GitService().loadCommitDiff(repository.path(), commit);
+    EXPECT_GT(diff.size(), 64 * 1024 * 1024);
+    EXPECT_TRUE(diff.contains('+' + QString::fromLatin1(line(0))));
+    EXPECT_TRUE(diff.endsWith('+' + QString::fromLatin1(line(lineCount - 1))));
+    EXPECT_EQ(diff.count("\n+0"), lineCount);
 }

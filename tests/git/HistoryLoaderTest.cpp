@@ -28,6 +28,13 @@ template<typename Record> Record withSubject(const QList<Record> &records, const
     return found == records.end() ? Record {} : *found;
 }
 
+std::optional<BranchRecord> findBranch(const QList<BranchRecord> &branches, const QString &name)
+{
+    const auto found = std::find_if(branches.begin(), branches.end(),
+                                    [&](const BranchRecord &b) { return b.name == name; });
+    return found == branches.end() ? std::nullopt : std::optional(*found);
+}
+
 } // namespace
 
 TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsAndAnUnbornBranchWithoutError)
@@ -59,108 +66,171 @@ TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsAndAnUnbornBranchWithoutError)
     EXPECT_FALSE(summary.firstCommitDate || summary.latestCommitDate);
 }
 
-TEST(HistoryLoader, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirst)
+// One history for the commit, search, ref and change loaders. main: "Fix the parser" (adds
+// a.txt, gone.txt, src/a.c), a merge of feature/x ("a fix on a side branch" by Grace: an image
+// and a line of src/a.c), "Change a, add b" (Grace, with a body), "FIX LOUDLY", "Tidy up" (adds,
+// modifies, deletes gone.txt and renames src/a.c), "version 1x2", tags v1.0 (light) and v2.0
+// (annotated); an unrelated root on "other"; an untracked draft. Dates in several zones.
+class Loaders : public ::testing::Test
 {
-    TestRepository repository;
-    repository.setDate("2024-03-01T09:20:30+01:00");
-    repository.write("a.txt", "one\ntwo\nthree\n");
-    const QString first = repository.commit("Add a");
-    repository.setDate("2024-03-02T12:00:00Z");
-    repository.write("a.txt", "one\n2\nthree\nfour\n");
-    repository.write("b.txt", "b\n");
-    const QString second = repository.commit("Change a, add b\n\nWhy it changed.", "Grace Hopper",
-                                             "grace@example.com");
+protected:
+    static void SetUpTestSuite()
+    {
+        TestRepository &r = *(repository = new TestRepository);
+        r.setDate("2024-03-01T09:20:30+01:00");
+        r.write("a.txt", "one\ntwo\nthree\n");
+        r.write("gone.txt", "bye\n");
+        r.write("src/a.c", "int main(void) { return 0; }\n");
+        first = r.commit("Fix the parser | \"quoted\"");
+        r.git({"tag", "v1.0"});
+        r.git({"switch", "-q", "-c", "feature/x"});
+        r.setDate("2024-03-01T12:00:00+02:00");
+        r.write("image.bin", QByteArray("\x00\x01\x02\xff\x00", 5));
+        r.write("src/a.c", "int main(void) { return 0; }\n// now\n");
+        side = r.commit("a fix on a side branch", "Grace Hopper", "grace@example.com");
+        r.git({"switch", "-q", "main"});
+        r.setDate("2024-03-02T12:00:00Z");
+        r.write("a.txt", "one\n2\nthree\nfour\n");
+        r.write("b.txt", "b\n");
+        second = r.commit("Change a, add b\n\nWhy it changed.", "Grace Hopper",
+                          "grace@example.com");
+        r.setDate("2024-03-03T00:00:00Z");
+        r.git({"merge", "-q", "--no-ff", "--no-edit", "feature/x"});
+        r.setDate("2024-03-04T00:00:00Z");
+        r.setDateStep(86400);
+        r.commit("FIX LOUDLY");
+        r.setDate("2024-03-05T05:00:00+05:00");
+        r.write("a file.txt", "a\n");
+        r.write("b.txt", "b\nb\n");
+        r.write("ünï/名前.txt", "u\n");
+        r.git({"mv", "src/a.c", "src/b c.c"});
+        r.remove("gone.txt");
+        tidy = r.commit("Tidy up\n\nAdds a prefix to names.");
+        r.commit("version 1x2");
+        r.setDate("2024-04-01T12:00:00+02:00");
+        r.git({"tag", "-a", "v2.0", "-m", "Release two\n\nNotes."});
+        r.setDate("2024-02-15T00:00:00Z");
+        r.git({"switch", "-q", "--orphan", "other"});
+        r.write("three.txt", "3\n");
+        secondRoot = r.commit("second root");
+        r.git({"switch", "-q", "main"});
+        r.write("draft.txt", "12345");
+    }
+    static void TearDownTestSuite() { delete repository; }
 
-    const QList<CommitRecord> commits = GitService().loadCommits(repository.path(), 300);
-    ASSERT_EQ(commits.size(), 2);
-    const QString shortHash = repository.git({"rev-parse", "--short", second}).trimmed();
-    EXPECT_EQ(commits.at(0),
-              (CommitRecord {second, shortHash, "Grace Hopper", "grace@example.com",
+    static QString shortHash(const QString &revision)
+    {
+        return repository->git({"rev-parse", "--short", revision}).trimmed();
+    }
+
+    static inline TestRepository *repository = nullptr;
+    static inline QString first, side, second, tidy, secondRoot;
+    const QString path = repository->path();
+    GitService git;
+};
+
+TEST_F(Loaders, CommitsCarryHeaderFieldsAndLineStatisticsNewestFirstAndMergesHaveNone)
+{
+    const QList<CommitRecord> commits = git.loadCommits(path, 300);
+    ASSERT_EQ(commits.size(), 7);
+    // The merge, then its parents by date.
+    EXPECT_EQ(column(commits, &CommitRecord::id).mid(4), (QStringList {second, side, first}));
+    EXPECT_EQ(commits.at(4),
+              (CommitRecord {second, shortHash(second), "Grace Hopper", "grace@example.com",
                              utcDate("2024-03-02T12:00:00Z"), "Change a, add b",
                              "Why it changed.\n", 3, 1, 2}));
-
-    const CommitRecord &oldest = commits.at(1);
-    EXPECT_EQ(std::make_tuple(oldest.id, oldest.date, oldest.body),
-              std::make_tuple(first, utcDate("2024-03-01T08:20:30Z"), QString()));
-    EXPECT_EQ(std::make_tuple(oldest.additions, oldest.deletions, oldest.filesChanged),
-              std::make_tuple(3, 0, 1));
-}
-
-TEST(HistoryLoader, BinaryFilesCountAsChangedWithoutLinesAndMergesHaveNoFigures)
-{
-    TestRepository repository;
-    repository.setDateStep(60);
-    repository.write("text.txt", "x\n");
-    repository.commit("root");
-    repository.git({"switch", "-q", "-c", "side"});
-    repository.write("image.bin", QByteArray("\x00\x01\x02\xff\x00", 5));
-    repository.write("text.txt", "x\ny\n");
-    repository.commit("binary and text");
-    repository.git({"switch", "-q", "main"});
-    repository.write("other.txt", "o\n");
-    repository.commit("other");
-    repository.git({"merge", "-q", "--no-edit", "side"});
-
-    const QList<CommitRecord> commits = GitService().loadCommits(repository.path(), 10);
-    ASSERT_EQ(commits.size(), 4);
-    const CommitRecord &merge = commits.at(0);
-    EXPECT_TRUE(merge.subject.startsWith("Merge branch 'side'"));
+    const CommitRecord &oldest = commits.at(6);
+    EXPECT_EQ(std::make_tuple(oldest.date, oldest.body, oldest.additions, oldest.deletions,
+                              oldest.filesChanged),
+              std::make_tuple(utcDate("2024-03-01T08:20:30Z"), QString(), 5, 0, 3));
+    // A binary file counts as changed, without lines.
+    EXPECT_EQ(std::make_tuple(commits.at(5).additions, commits.at(5).deletions,
+                              commits.at(5).filesChanged),
+              std::make_tuple(1, 0, 2));
+    const CommitRecord &merge = commits.at(3);
+    EXPECT_TRUE(merge.subject.startsWith("Merge branch 'feature/x'"));
     EXPECT_EQ(std::make_tuple(merge.additions, merge.deletions, merge.filesChanged),
               std::make_tuple(0, 0, 0));
-    const CommitRecord binary = withSubject(commits, "binary and text");
-    EXPECT_EQ(std::make_tuple(binary.additions, binary.deletions, binary.filesChanged),
-              std::make_tuple(1, 0, 2));
 }
 
-TEST(HistoryLoader, UnusualAndNonUtf8SubjectsParseInEveryList)
+// The limit counts commits of the current branch, while the graph and the search take in all
+// refs, also a second root.
+TEST_F(Loaders, LimitCountsTheCurrentBranchWhileGraphAndSearchTakeAllRefs)
 {
-    TestRepository repository;
-    const QString unusual = "a | b\tc \"quoted\" 'single' Ünïcødé 日本語 —";
-    repository.commit(unusual);
-    // `git commit` re-encodes a Latin-1 message to UTF-8, so that commit is written by hand.
-    const QString objectFile = repository.filePath("commit-object");
-    QFile file(objectFile);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("tree 4b825dc642cb6eb9a060e54bf8d69288fbee4904\nparent "
-               + repository.git({"rev-parse", "HEAD"}).trimmed().toLatin1()
-               + "\nauthor Ada Lovelace <ada@example.com> 1704103200 +0000\n"
-                 "committer Ada Lovelace <ada@example.com> 1704103200 +0000\n\ncaf\xe9 au lait\n");
-    file.close();
-    repository.git({"hash-object", "-w", "-t", "tree", "/dev/null"});
-    repository.git({"update-ref", "refs/heads/main",
-                    repository.git({"hash-object", "-w", "-t", "commit", objectFile}).trimmed()});
+    EXPECT_EQ(column(git.loadCommits(path, 2), &CommitRecord::subject),
+              QStringList({"version 1x2", "Tidy up"}));
+    QStringList all = column(git.loadCommits(path, 10), &CommitRecord::subject) << "second root";
+    QStringList graphed = graphSubjects(git.loadGraph(path, 10));
+    all.sort();
+    graphed.sort();
+    EXPECT_EQ(graphed, all);
 
-    const QStringList expected {QStringLiteral("caf\uFFFD au lait"), unusual};
-    const QString path = repository.path();
-    GitService git;
-    EXPECT_EQ(column(git.loadCommits(path, 10), &CommitRecord::subject), expected);
-    EXPECT_EQ(graphSubjects(git.loadGraph(path, 10)), expected);
-    EXPECT_EQ(column(git.searchCommits(path, "quoted"), &CommitRecord::subject),
-              QStringList {unusual});
-    EXPECT_EQ(column(git.searchCommits(path, "lait"), &CommitRecord::subject), expected.mid(0, 1));
-    EXPECT_EQ(git.loadCommits(path, 1).value(0).date, utcDate("2024-01-01T10:00:00Z"));
+    const std::pair<const char *, QStringList> cases[] = {
+        {"fix",
+         {"Tidy up", "FIX LOUDLY", "a fix on a side branch", "Fix the parser | \"quoted\""}},
+        {" fix", {"a fix on a side branch"}},
+        {"1.2", {"version 1x2"}},
+        {"root", {"second root"}},
+    };
+    for (const auto &[query, subjects] : cases)
+        EXPECT_EQ(column(git.searchCommits(path, query), &CommitRecord::subject), subjects)
+            << query;
+
+    const QList<CommitRecord> found = git.searchCommits(path, "prefix");
+    ASSERT_EQ(found.size(), 1);
+    // The record is trimmed as a whole, so the body loses its final newline. No statistics.
+    EXPECT_EQ(std::make_tuple(found.at(0).body, found.at(0).email, found.at(0).additions,
+                              found.at(0).filesChanged),
+              std::make_tuple("Adds a prefix to names.", "ada@example.com", 0, 0));
 }
 
-TEST(HistoryLoader, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLimitsCommits)
+// Branches and tags newest first; a slash does not make a branch remote, and an annotated tag
+// names its tag object and the tagger's date.
+TEST_F(Loaders, LocalBranchesAndTagsNewestFirstWithCurrentMarked)
 {
-    // main: root -> merge(a) -> merge(b), each branch one commit beside one on main, so git
-    // draws the same fork and join twice.
-    TestRepository repository;
-    repository.setDateStep(3600);
-    repository.commit("root");
-    for (const QString branch : {"a", "b"}) {
-        repository.git({"switch", "-q", "-c", branch});
-        repository.commit(branch + "1");
-        repository.git({"switch", "-q", "main"});
-        repository.commit("main after " + branch);
-        repository.git({"merge", "-q", "--no-ff", "--no-edit", branch});
-    }
-    repository.git({"tag", "v1", "HEAD~1"});
+    const QList<BranchRecord> branches = git.loadBranches(path);
+    EXPECT_EQ(column(branches, &BranchRecord::name), QStringList({"main", "feature/x", "other"}));
+    EXPECT_EQ(column(branches, &BranchRecord::isCurrent), QList<bool>({true, false, false}));
+    EXPECT_EQ(branches.value(0).lastAuthor, "Ada Lovelace");
+    EXPECT_EQ(branches.value(1),
+              (BranchRecord {"feature/x", false, false, shortHash(side),
+                             utcDate("2024-03-01T10:00:00Z"), "Grace Hopper"}));
+    EXPECT_EQ(git.loadTags(path),
+              (QList<TagRecord> {{"v2.0", shortHash("refs/tags/v2.0"),
+                                  utcDate("2024-04-01T10:00:00Z"), "Release two"},
+                                 {"v1.0", shortHash(first), utcDate("2024-03-01T08:20:30Z"),
+                                  "Fix the parser | \"quoted\""}}));
+    EXPECT_NE(shortHash("refs/tags/v2.0"), shortHash("v2.0^{commit}"));
 
-    GitService git;
-    const QList<GraphCommitRecord> graph = git.loadGraph(repository.path(), 500);
-    // Each merge opens a fork "|\  " and each fork closes with "|/  ". The line number keeps
-    // repeated drawings apart.
+    // A detached HEAD marks no branch current.
+    repository->git({"switch", "-q", "--detach", "HEAD"});
+    const QList<bool> current = column(git.loadBranches(path), &BranchRecord::isCurrent);
+    repository->git({"switch", "-q", "main"});
+    EXPECT_EQ(current, QList<bool>(3, false));
+}
+
+TEST_F(Loaders, ChangesListAddsModificationsDeletionsAndRenamesInGitsOrder)
+{
+    const std::pair<QString, QList<CommitFileChange>> cases[] = {
+        {first, {{"A", "a.txt"}, {"A", "gone.txt"}, {"A", "src/a.c"}}},
+        {tidy,
+         {{"A", "a file.txt"},
+          {"M", "b.txt"},
+          {"D", "gone.txt"},
+          {"R100", "src/a.c \u2192 src/b c.c"},
+          {"A", "ünï/名前.txt"}}},
+        {secondRoot, {{"A", "three.txt"}}},
+        {"HEAD~3", {}}, // a merge lists nothing
+    };
+    for (const auto &[revision, changes] : cases)
+        EXPECT_EQ(git.loadCommitChanges(path, revision), changes) << revision.toStdString();
+}
+
+TEST_F(Loaders, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLimitsCommits)
+{
+    const QList<GraphCommitRecord> graph = git.loadGraph(path, 500);
+    // The merge opens a fork "|\  " that closes with "|/  ". The line number keeps repeated
+    // drawings apart.
     QStringList connectorIds;
     for (const GraphCommitRecord &record : graph) {
         if (record.isConnector()) {
@@ -171,73 +241,99 @@ TEST(HistoryLoader, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLi
             EXPECT_EQ(record.id, record.shortHash);
         }
     }
-    EXPECT_EQ(graphSubjects(graph).size(), 7);
-    EXPECT_EQ(connectorIds,
-              QStringList({"connector-1-|\\  ", "connector-4-|/  ", "connector-6-|\\  ",
-                           "connector-9-|/  "}));
+    EXPECT_EQ(graphSubjects(graph).size(), 8);
+    EXPECT_EQ(connectorIds, QStringList({"connector-4-|\\  ", "connector-7-|/  "}));
 
-    const GraphCommitRecord &head = graph.at(0);
-    EXPECT_EQ(std::make_tuple(head.graph, head.subject),
-              std::make_tuple("*   ", "Merge branch 'b'"));
-    EXPECT_EQ(head.author, "Test"); // merges take the configured identity
-    EXPECT_FALSE(head.relativeDate.isEmpty());
+    const GraphCommitRecord merge = withSubject(graph, "Merge branch 'feature/x'");
+    EXPECT_EQ(std::make_tuple(merge.graph, merge.author), std::make_tuple("*   ", "Test"))
+        << "merges take the configured identity";
+    EXPECT_FALSE(graph.at(0).relativeDate.isEmpty());
     const std::pair<const char *, const char *> decorations[]
-        = {{"Merge branch 'b'", " (HEAD -> main)"},
-           {"b1", " (b)"},
-           {"main after b", " (tag: v1)"},
-           {"root", ""}};
+        = {{"version 1x2", " (HEAD -> main, tag: v2.0)"},
+           {"a fix on a side branch", " (feature/x)"},
+           {"Fix the parser | \"quoted\"", " (tag: v1.0)"},
+           {"second root", " (other)"},
+           {"Tidy up", ""}};
     for (const auto &[subject, decoration] : decorations)
         EXPECT_EQ(withSubject(graph, subject).decorations, decoration) << subject;
-    EXPECT_EQ(withSubject(graph, "b1").graph, "| * ");
+    EXPECT_EQ(withSubject(graph, "a fix on a side branch").graph, "| * ");
 
-    // The limit counts commits, not lines: a merge at the top still draws its fork below itself.
-    EXPECT_EQ(column(git.loadGraph(repository.path(), 1), &GraphCommitRecord::id),
-              QStringList({graph.at(0).id, "connector-1-|\\  "}));
-    EXPECT_EQ(graphSubjects(git.loadGraph(repository.path(), 3)).size(), 3);
+    // The limit counts commits, not lines: a merge at the end still draws its fork below itself.
+    const QList<GraphCommitRecord> four = git.loadGraph(path, 4);
+    EXPECT_EQ(graphSubjects(four).size(), 4);
+    EXPECT_EQ(four.constLast().id, "connector-4-|\\  ");
 }
 
-// The limit counts commits of the current branch, while the graph and the search take in all
-// refs, also a second root.
-TEST(HistoryLoader, LimitCountsTheCurrentBranchWhileGraphAndSearchTakeAllRefs)
+// A file's history follows its renames; a file never committed has only its size, a deleted one
+// only its history.
+TEST_F(Loaders, FileDetailsFollowRenamesAcrossAuthors)
+{
+    EXPECT_EQ(git.loadFileDetails(path, "src/b c.c"),
+              (FileDetails {"src/b c.c", 36, 3, {"Ada Lovelace", "Grace Hopper"},
+                            utcDate("2024-03-01T08:20:30Z"), utcDate("2024-03-05T00:00:00Z"),
+                            "Ada Lovelace"}));
+    EXPECT_EQ(git.loadFileDetails(path, "draft.txt"),
+              (FileDetails {"draft.txt", 5, 0, {}, std::nullopt, std::nullopt, "Unknown"}));
+    const FileDetails gone = git.loadFileDetails(path, "gone.txt");
+    EXPECT_EQ(std::make_tuple(gone.sizeBytes, gone.commitCount, gone.lastAuthor),
+              std::make_tuple(0, 2, QStringLiteral("Ada Lovelace")));
+    EXPECT_EQ(gone.lastCommitDate, utcDate("2024-03-05T00:00:00Z"));
+}
+
+TEST_F(Loaders, UnknownOrOptionLikeCommitsFailWithGitsMessage)
+{
+    const QString target = repository->filePath("written-by-git.txt");
+    const QString unknown = QStringLiteral("0123456789abcdef0123456789abcdef01234567");
+    // An abbreviation git cannot resolve reads as a path; git's hint lines are kept.
+    const std::pair<QString, QString> cases[] = {
+        {unknown, "fatal: bad object " + unknown},
+        {"deadbee", "fatal: ambiguous argument 'deadbee': unknown revision"},
+        {"--output=" + target, "fatal: "},
+    };
+    for (const auto &[commit, message] : cases) {
+        EXPECT_TRUE(gitErrorOf([&] { git.loadCommitChanges(path, commit); }).startsWith(message))
+            << commit.toStdString();
+        EXPECT_TRUE(gitErrorOf([&] { git.loadCommitDiff(path, commit); }).startsWith(message))
+            << commit.toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(target));
+}
+
+TEST_F(Loaders, DiffHoldsFullerHeaderStatisticsAndPatch)
+{
+    const QString diff = git.loadCommitDiff(path, side);
+    EXPECT_TRUE(diff.startsWith("commit " + side + '\n'));
+    for (const char *part : {"\nAuthor:     Grace Hopper <grace@example.com>\n",
+                             "\nCommitDate: ", " image.bin | Bin 0 -> 5 bytes\n",
+                             "\nBinary files /dev/null and b/image.bin differ\n"})
+        EXPECT_TRUE(diff.contains(QLatin1String(part))) << part;
+    EXPECT_FALSE(diff.contains('\x1b')); // no colour codes
+    EXPECT_TRUE(diff.endsWith("\n+// now\n")); // git's text, untrimmed
+}
+
+TEST(HistoryLoader, UnusualAndNonUtf8SubjectsParseInEveryList)
 {
     TestRepository repository;
-    repository.setDateStep(60);
-    repository.commit("Fix the parser");
-    repository.commit("FIX LOUDLY");
-    repository.commit("Tidy up\n\nAdds a prefix to names.");
-    repository.commit("Unrelated", "fix author", "fix@example.com");
-    repository.commit("version 1x2");
-    repository.git({"switch", "-q", "-c", "side"});
-    repository.commit("a fix on a side branch");
-    repository.git({"switch", "-q", "--orphan", "other"});
-    repository.commit("second root");
-    repository.git({"switch", "-q", "main"});
+    const QString unusual = "a | b\tc \"quoted\" 'single' Ünïcødé 日本語 —";
+    repository.commit(unusual);
+    // `git commit` re-encodes a Latin-1 message to UTF-8, so that commit is written by hand.
+    repository.git({"hash-object", "-w", "-t", "tree", "/dev/null"});
+    repository.git({"update-ref", "refs/heads/main",
+                    repository.hashObject("tree 4b825dc642cb6eb9a060e54bf8d69288fbee4904\nparent "
+                                          + repository.git({"rev-parse", "HEAD"}).trimmed().toLatin1()
+                                          + "\nauthor Ada Lovelace <ada@example.com> 1704103200 +0000\n"
+                                            "committer Ada Lovelace <ada@example.com> 1704103200 "
+                                            "+0000\n\ncaf\xe9 au lait\n")});
 
-    GitService git;
+    const QStringList expected {QStringLiteral("caf\uFFFD au lait"), unusual};
     const QString path = repository.path();
-    EXPECT_EQ(column(git.loadCommits(path, 1), &CommitRecord::subject),
-              QStringList {"version 1x2"});
-    const QStringList main {"version 1x2", "Unrelated", "Tidy up", "FIX LOUDLY", "Fix the parser"};
-    EXPECT_EQ(column(git.loadCommits(path, 10), &CommitRecord::subject), main);
-    EXPECT_EQ(graphSubjects(git.loadGraph(path, 10)),
-              QStringList({"second root", "a fix on a side branch"}) + main);
-
-    const std::pair<const char *, QStringList> cases[] = {
-        {"fix", {"a fix on a side branch", "Tidy up", "FIX LOUDLY", "Fix the parser"}},
-        {" fix", {"a fix on a side branch"}},
-        {"1.2", {"version 1x2"}},
-    };
-    for (const auto &[query, subjects] : cases)
-        EXPECT_EQ(column(git.searchCommits(repository.path(), query), &CommitRecord::subject),
-                  subjects)
-            << query;
-
-    const QList<CommitRecord> found = git.searchCommits(repository.path(), "prefix");
-    ASSERT_EQ(found.size(), 1);
-    // The record is trimmed as a whole, so the body loses its final newline. No statistics.
-    EXPECT_EQ(std::make_tuple(found.at(0).body, found.at(0).email, found.at(0).additions,
-                              found.at(0).filesChanged),
-              std::make_tuple("Adds a prefix to names.", "ada@example.com", 0, 0));
+    GitService git;
+    EXPECT_EQ(column(git.loadCommits(path, 10), &CommitRecord::subject), expected);
+    EXPECT_EQ(graphSubjects(git.loadGraph(path, 10)), expected);
+    EXPECT_EQ(column(git.searchCommits(path, "quoted"), &CommitRecord::subject),
+              QStringList {unusual});
+    EXPECT_EQ(column(git.searchCommits(path, "lait"), &CommitRecord::subject), expected.mid(0, 1));
+    EXPECT_EQ(git.loadCommits(path, 1).value(0).date, utcDate("2024-01-01T10:00:00Z"));
 }
 
 TEST(HistoryLoader, BlankSearchRunsNoGitAndABadPatternFailsWithGitsMessage)
@@ -254,4 +350,62 @@ TEST(HistoryLoader, BlankSearchRunsNoGitAndABadPatternFailsWithGitsMessage)
     EXPECT_NO_THROW(found = GitService().searchCommits(repository.path(), "  "));
     qunsetenv("STRATALOOM_GIT");
     EXPECT_TRUE(found.isEmpty());
+}
+
+TEST(RefLoader, RemoteBranchesAreListedAsRemoteAndCheckedOutAsTrackingBranches)
+{
+    // main and topic pushed to a bare origin, origin/HEAD set, and a branch "feature" that
+    // exists only on the remote.
+    TestRepository origin {true};
+    TestRepository work;
+    work.setDateStep(3600);
+    work.commit("root");
+    work.git({"switch", "-q", "-c", "topic"});
+    work.commit("topic work");
+    work.git({"switch", "-q", "-c", "feature"});
+    work.commit("feature work");
+    work.git({"switch", "-q", "main"});
+    work.git({"remote", "add", "origin", origin.path()});
+    work.git({"push", "-q", "origin", "main", "topic", "feature"});
+    work.git({"branch", "-q", "-D", "feature"});
+    work.git({"fetch", "-q", "origin"});
+    work.git({"remote", "set-head", "origin", "-a"});
+    const auto current = [&] { return work.git({"branch", "--show-current"}).trimmed(); };
+    GitService git;
+    const QList<BranchRecord> branches = git.loadBranches(work.path());
+    EXPECT_EQ(branches.size(), 6); // main, topic and four remote refs
+    // Tips by author date, newest first: feature's tip is the newest commit.
+    EXPECT_EQ(branches.first().name, "origin/feature");
+    // git 2.39 shortens refs/remotes/origin/HEAD to origin/HEAD, newer versions to origin.
+    const auto remoteHead = findBranch(branches, "origin/HEAD")
+        ? findBranch(branches, "origin/HEAD")
+        : findBranch(branches, "origin");
+    ASSERT_TRUE(remoteHead.has_value());
+    EXPECT_EQ(remoteHead->lastCommitHash, findBranch(branches, "origin/main")->lastCommitHash);
+    const std::tuple<QString, bool, bool> expected[]
+        = {{"origin/main", true, false},    {"origin/topic", true, false},
+           {"origin/feature", true, false}, {remoteHead->name, true, false},
+           {"main", false, true},           {"topic", false, false}};
+    for (const auto &[name, isRemote, isCurrent] : expected) {
+        const auto branch = findBranch(branches, name);
+        ASSERT_TRUE(branch.has_value()) << name.toStdString();
+        EXPECT_EQ(std::make_pair(branch->isRemote, branch->isCurrent),
+                  std::make_pair(isRemote, isCurrent))
+            << name.toStdString();
+    }
+
+    git.checkout(*findBranch(branches, "topic"), work.path());
+    EXPECT_EQ(current(), "topic");
+    EXPECT_TRUE(findBranch(git.loadBranches(work.path()), "topic")->isCurrent);
+
+    // A remote branch whose local name exists already is refused as git refuses it.
+    EXPECT_EQ(gitErrorOf([&] { git.checkout(*findBranch(branches, "origin/topic"), work.path()); }),
+              "fatal: a branch named 'topic' already exists");
+    EXPECT_EQ(current(), "topic");
+
+    // Otherwise git makes a local branch of the same short name that tracks it.
+    git.checkout(*findBranch(branches, "origin/feature"), work.path());
+    EXPECT_EQ(current(), "feature");
+    EXPECT_EQ(work.git({"rev-parse", "--abbrev-ref", "feature@{upstream}"}).trimmed(),
+              "origin/feature");
 }

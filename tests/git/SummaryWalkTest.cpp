@@ -3,7 +3,6 @@
 // as they used to be, on histories chosen to trip a single walk up.
 
 #include "OddHistory.h"
-#include "TestGit.h"
 #include "TestRepository.h"
 #include "git/GitProcess.h"
 #include "git/GitService.h"
@@ -78,27 +77,6 @@ HistoryFigures separateCommands(const QString &repository)
     return figures;
 }
 
-// A commit object written byte for byte: any author line, any raw date, any parents.
-QString rawCommit(const TestRepository &repository, const QStringList &parents,
-                  const QByteArray &author, const QByteArray &date)
-{
-    const QString tree = repository.git({"write-tree"}).trimmed();
-    QByteArray object = "tree " + tree.toUtf8() + '\n';
-    for (const QString &parent : parents)
-        object += "parent " + parent.toUtf8() + '\n';
-    object += "author " + author + ' ' + date + '\n';
-    object += "committer C <c@example.com> " + date + "\n\nraw\n";
-    ProcessOptions options;
-    options.environment = testGitEnvironment(QStringLiteral("2024-01-01T10:00:00Z"));
-    options.input = object;
-    const ProcessResult result = runProcess(
-        QStringLiteral("/usr/bin/git"),
-        testGitArguments(repository.path(), {"hash-object", "-t", "commit", "--stdin", "-w"}),
-        options);
-    EXPECT_EQ(result.exitStatus, 0) << result.standardError.toStdString();
-    return QString::fromUtf8(result.standardOutput).trimmed();
-}
-
 void mergesTiesAndMailmap(TestRepository &repository)
 {
     // Equal counts sort by name bytewise ("Bob" before "alice" before "bob"); one person with
@@ -132,23 +110,6 @@ void mergesTiesAndMailmap(TestRepository &repository)
     repository.commit("mailmap", "Bob", "b@example.com");
 }
 
-void severalRoots(TestRepository &repository)
-{
-    repository.setDate("2022-05-01T12:00:00Z");
-    repository.write("main.txt", "m");
-    repository.commit("main root");
-    for (const char *root : {"2021-01-01T12:00:00Z", "2023-01-01T12:00:00Z"}) {
-        repository.git({"checkout", "-q", "--orphan", QString("o") + root[3]});
-        repository.git({"rm", "-q", "-rf", "."});
-        repository.setDate(root);
-        repository.write(QString("o%1.txt").arg(root[3]), "o");
-        repository.commit("root", "Grace", "grace@example.com");
-        repository.git({"checkout", "-q", "main"});
-        repository.git({"merge", "-q", "--allow-unrelated-histories", "-m", "join",
-                        QString("o") + root[3]});
-    }
-}
-
 void detachedBehindTheBranch(TestRepository &repository)
 {
     repository.setDateStep(86400 * 3);
@@ -179,8 +140,8 @@ void oddNames(TestRepository &repository)
           QByteArray("a\rb <ab@example.com>")}) {
         repository.write("f.txt", QByteArray::number(seconds));
         repository.git({"add", "f.txt"});
-        parent = rawCommit(repository, parent.isEmpty() ? QStringList() : QStringList {parent},
-                           author, QByteArray::number(seconds += 86400) + " +0000");
+        parent = writeRawCommit(repository, repository.git({"write-tree"}).trimmed(), parent,
+                                QString::number(seconds += 86400) + " +0000", "raw", author);
     }
     repository.git({"update-ref", "refs/heads/main", parent});
 }
@@ -196,7 +157,6 @@ TEST(SummaryWalk, OneWalkGivesWhatTheSeparateCommandsGave)
     } cases[] = {
         {"empty", [](TestRepository &) {}},
         {"merges, ties and a mailmap", mergesTiesAndMailmap},
-        {"several roots", severalRoots},
         {"detached behind the branch", detachedBehindTheBranch},
         {"unusual dates", unusualDates},
         {"odd names", oddNames},

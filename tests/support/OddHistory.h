@@ -3,9 +3,7 @@
 // Fixture pieces for histories that git reads but would never write itself: commit objects with
 // any raw date, and ref files with names git refuses.
 
-#include "TestGit.h"
 #include "TestRepository.h"
-#include "git/GitProcess.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,28 +12,18 @@
 #include <gtest/gtest.h>
 
 /// @brief Writes a commit of @p tree (after @p parent, when given) whose author and committer
-/// date is the raw "<seconds> <zone>" @p date, byte for byte; returns its hash.
+/// is @p author and whose date is the raw "<seconds> <zone>" @p date, byte for byte; returns its
+/// hash.
 inline QString writeRawCommit(const TestRepository &repository, const QString &tree,
-                              const QString &parent, const QString &date, const QString &subject)
+                              const QString &parent, const QString &date, const QString &subject,
+                              const QByteArray &author = "Odd Date <odd@example.com>")
 {
     QByteArray object = "tree " + tree.toUtf8() + '\n';
     if (!parent.isEmpty())
         object += "parent " + parent.toUtf8() + '\n';
-    object += "author Odd Date <odd@example.com> " + date.toUtf8() + '\n';
-    object += "committer Odd Date <odd@example.com> " + date.toUtf8() + "\n\n";
-    object += subject.toUtf8() + '\n';
-    strataloom::ProcessOptions options;
-    options.environment = testGitEnvironment(QStringLiteral("2024-01-01T10:00:00Z"));
-    options.input = object;
-    const strataloom::ProcessResult result = strataloom::runProcess(
-        QStringLiteral("/usr/bin/git"),
-        testGitArguments(repository.path(),
-                         {QStringLiteral("hash-object"), QStringLiteral("-t"),
-                          QStringLiteral("commit"), QStringLiteral("--stdin"),
-                          QStringLiteral("-w")}),
-        options);
-    EXPECT_EQ(result.exitStatus, 0) << result.standardError.toStdString();
-    return QString::fromUtf8(result.standardOutput).trimmed();
+    object += "author " + author + ' ' + date.toUtf8() + '\n';
+    object += "committer " + author + ' ' + date.toUtf8() + "\n\n";
+    return repository.hashObject(object + subject.toUtf8() + '\n');
 }
 
 /// @brief A commit per raw date on main, oldest first, each changing notes.txt, with a branch

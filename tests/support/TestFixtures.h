@@ -31,18 +31,7 @@ inline void signTip(const TestRepository &repository)
               .toUtf8();
     commit.insert(commit.indexOf("\n\n") + 1,
                   "gpgsig -----BEGIN PGP SIGNATURE-----\n \n iQEz\n -----END PGP SIGNATURE-----\n");
-    strataloom::ProcessOptions options;
-    options.input = commit;
-    const QByteArray signedCommit
-        = strataloom::runProcess(QStringLiteral("/usr/bin/git"),
-                                 {QStringLiteral("-C"), repository.path(),
-                                  QStringLiteral("hash-object"), QStringLiteral("-t"),
-                                  QStringLiteral("commit"), QStringLiteral("-w"),
-                                  QStringLiteral("--stdin")},
-                                 options)
-              .standardOutput.trimmed();
-    repository.git({QStringLiteral("update-ref"), QStringLiteral("HEAD"),
-                    QString::fromLatin1(signedCommit)});
+    repository.git({QStringLiteral("update-ref"), QStringLiteral("HEAD"), repository.hashObject(commit)});
 }
 
 /// @brief The rows of read-only @p queries on the database at @p path, columns joined by "|"

@@ -1,5 +1,6 @@
 // Entry point of every GoogleTest binary: isolate the environment before any test runs.
 #include "IsolatedEnvironment.h"
+#include "TestRepository.h"
 
 #include <QCoreApplication>
 
@@ -10,5 +11,7 @@ int main(int argc, char **argv)
     IsolatedEnvironment environment;
     QCoreApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
+    TestRepository::failureHandler
+        = [](const QString &message) { ADD_FAILURE() << message.toStdString(); };
     return RUN_ALL_TESTS();
 }

@@ -9,8 +9,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <gtest/gtest.h>
-
 using strataloom::runProcess;
 
 QString runGitIn(const QString &directory, const QStringList &arguments, const QString &date,
@@ -23,13 +21,15 @@ QString runGitIn(const QString &directory, const QStringList &arguments, const Q
     if (errorOutput)
         *errorOutput = QString::fromUtf8(result.standardError);
     if (!status && result.exitStatus != 0)
-        ADD_FAILURE() << "git " << arguments.join(QLatin1Char(' ')).toStdString()
-                      << " failed: " << result.standardError.toStdString();
+        TestRepository::failureHandler(QStringLiteral("git %1 failed: %2")
+                                           .arg(arguments.join(QLatin1Char(' ')),
+                                                QString::fromUtf8(result.standardError)));
     return QString::fromUtf8(result.standardOutput);
 }
 
 TestRepository::TestRepository(bool bare)
     : m_dir(QDir::tempPath() + QStringLiteral("/strataloom-repo-XXXXXX"))
+    , m_path(QFileInfo(m_dir.path()).canonicalFilePath())
 {
     QStringList init {QStringLiteral("init"), QStringLiteral("-q")};
     if (bare)
@@ -39,7 +39,7 @@ TestRepository::TestRepository(bool bare)
 
 QString TestRepository::filePath(const QString &relative) const
 {
-    return m_dir.filePath(relative);
+    return QDir(m_path).filePath(relative);
 }
 
 void TestRepository::write(const QString &relative, const QByteArray &content) const
@@ -47,7 +47,8 @@ void TestRepository::write(const QString &relative, const QByteArray &content) c
     const QString target = filePath(relative);
     QDir().mkpath(QFileInfo(target).absolutePath());
     QFile file(target);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << target.toStdString();
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        failureHandler(QStringLiteral("cannot write ") + target);
     file.write(content);
 }
 
@@ -68,17 +69,64 @@ int TestRepository::gitStatus(const QStringList &arguments, QString *errorOutput
     return status;
 }
 
-QString TestRepository::commit(const QString &message, const QString &author, const QString &email)
+QString TestRepository::hashObject(const QByteArray &object, const QString &type) const
 {
-    git({QStringLiteral("add"), QStringLiteral("-A")});
-    git({QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"),
-         QStringLiteral("--no-verify"), QStringLiteral("-m"), message,
-         QStringLiteral("--author=%1 <%2>").arg(author, email)});
+    strataloom::ProcessOptions options;
+    options.environment = testGitEnvironment(m_date);
+    options.input = object;
+    const auto result = runProcess(
+        QStringLiteral("/usr/bin/git"),
+        testGitArguments(path(), {QStringLiteral("hash-object"), QStringLiteral("-t"), type,
+                                  QStringLiteral("--stdin"), QStringLiteral("-w")}),
+        options);
+    if (result.exitStatus != 0)
+        failureHandler(QString::fromUtf8(result.standardError));
+    return QString::fromUtf8(result.standardOutput).trimmed();
+}
+
+QString TestRepository::commit(const QString &message, const QString &author, const QString &email,
+                               const QString &date)
+{
+    const QString at = date.isEmpty() ? m_date : date;
+    runGitIn(path(), {QStringLiteral("add"), QStringLiteral("-A")}, at);
+    runGitIn(path(),
+             {QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"),
+              QStringLiteral("--no-verify"), QStringLiteral("-m"), message,
+              QStringLiteral("--author=%1 <%2>").arg(author, email)},
+             at);
     if (m_step != 0) {
         QDateTime next = QDateTime::fromString(m_date, Qt::ISODate).addSecs(m_step);
         m_date = next.toUTC().toString(Qt::ISODate);
     }
     return git({QStringLiteral("rev-parse"), QStringLiteral("HEAD")}).trimmed();
+}
+
+void TestRepository::importHistory(int count)
+{
+    QByteArray stream;
+    for (int i = 1; i <= count; ++i) {
+        const QByteArray who = "Author " + QByteArray::number(i % 7) + " <author"
+            + QByteArray::number(i % 7) + "@example.com> "
+            + QByteArray::number(1600000000 + qint64(i) * 3600) + " +0000\n";
+        const QByteArray message = "Change " + QByteArray::number(i) + "\n";
+        const QByteArray content = "line " + QByteArray::number(i) + "\n";
+        stream += "commit refs/heads/main\nmark :" + QByteArray::number(i) + "\nauthor " + who
+            + "committer " + who + "data " + QByteArray::number(message.size()) + "\n" + message;
+        if (i > 1)
+            stream += "from :" + QByteArray::number(i - 1) + "\n";
+        stream += "M 100644 inline src/file" + QByteArray::number(i % 40) + ".txt\n";
+        stream += "data " + QByteArray::number(content.size()) + "\n" + content + "\n";
+    }
+    strataloom::ProcessOptions options;
+    options.input = stream;
+    const auto result = runProcess(QStringLiteral("/usr/bin/git"),
+                                   {QStringLiteral("-C"), path(), QStringLiteral("fast-import"),
+                                    QStringLiteral("--quiet")},
+                                   options);
+    if (result.exitStatus != 0)
+        failureHandler(QString::fromUtf8(result.standardError));
+    git({QStringLiteral("reset"), QStringLiteral("-q"), QStringLiteral("--hard"),
+         QStringLiteral("main")});
 }
 
 QString gitErrorOf(const std::function<void()> &call)

@@ -19,7 +19,9 @@ inline void PrintTo(const QString &text, std::ostream *out)
  * @brief A git repository in a temporary folder for one test, with fixed dates and identities.
  *
  * Every commit gets the date set with setDate() (default 2024-01-01T10:00:00Z) for both author
- * and committer unless a call says otherwise; nothing reads the user's git configuration.
+ * and committer unless a call says otherwise; nothing reads the user's git configuration. A git
+ * failure while building a fixture goes to failureHandler: it fails the GoogleTest test, and ends
+ * any other binary (the fixture is broken then).
  */
 class TestRepository
 {
@@ -27,7 +29,7 @@ public:
     /// @brief A fresh repository whose unborn branch is "main" (bare when @p bare).
     explicit TestRepository(bool bare = false);
 
-    QString path() const { return m_dir.path(); }
+    QString path() const { return m_path; }
     /// @brief Absolute path of @p relative inside the work tree.
     QString filePath(const QString &relative) const;
 
@@ -39,15 +41,27 @@ public:
     /// @brief Runs git and returns its exit status, without failing the test.
     int gitStatus(const QStringList &arguments, QString *errorOutput = nullptr) const;
 
-    /// @brief Stages everything and commits; returns the new commit's full hash.
+    /// @brief Writes @p object, byte for byte, as a git object of @p type; returns its hash.
+    QString hashObject(const QByteArray &object, const QString &type = QStringLiteral("commit")) const;
+
+    /// @brief Stages everything and commits (at @p date, an ISO-8601 text, when given); returns
+    /// the new commit's full hash.
     QString commit(const QString &message, const QString &author = QStringLiteral("Ada Lovelace"),
-                   const QString &email = QStringLiteral("ada@example.com"));
+                   const QString &email = QStringLiteral("ada@example.com"),
+                   const QString &date = {});
+    /// @brief Adds @p count commits on "main" in one fast-import run (each changes one of a few
+    /// dozen files by several authors) and checks them out: a long history in a second or so.
+    void importHistory(int count);
     void setDate(const QString &isoDate) { m_date = isoDate; }
     /// @brief Sets the date, then moves it on by @p seconds for every later commit.
     void setDateStep(qint64 seconds) { m_step = seconds; }
 
+    static inline void (*failureHandler)(const QString &message)
+        = [](const QString &message) { qFatal("%s", qPrintable(message)); };
+
 private:
     QTemporaryDir m_dir;
+    QString m_path;
     QString m_date = QStringLiteral("2024-01-01T10:00:00Z");
     qint64 m_step = 0;
 };
