@@ -2,6 +2,7 @@
 // the whole history: these tests run both side by side on changing repositories.
 
 #include "index/RepositoryIndexer.h"
+#include "IndexTestSupport.h"
 #include "TestRepository.h"
 
 #include <QDir>
@@ -9,8 +10,6 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-
-#include <sqlite3.h>
 
 #include <functional>
 #include <random>
@@ -22,36 +21,24 @@ namespace {
 // Every table by content rather than row ids, which depend on the order commits arrived in.
 QStringList contentOf(RepositoryIndex &index)
 {
-    static const char *const queries[] = {
-        "SELECT c.sha, a.canonical_name, aa.email, c.author_time, c.subject, c.is_merge, "
-        "c.is_reachable FROM commits c JOIN author_aliases aa ON aa.id = c.author_alias_id "
-        "JOIN authors a ON a.id = aa.author_id ORDER BY c.sha",
-        "SELECT c.sha, f.current_path, cf.status, cf.additions, cf.deletions FROM commit_files cf "
-        "JOIN commits c ON c.id = cf.commit_id JOIN files f ON f.id = cf.file_id ORDER BY 1, 2",
-        "SELECT day, commits, additions, deletions FROM daily_activity ORDER BY day",
-        "SELECT a.canonical_name, d.day, d.commits, d.additions, d.deletions "
-        "FROM author_daily_activity d JOIN authors a ON a.id = d.author_id ORDER BY 1, 2",
-        "SELECT name, kind, target_sha FROM refs ORDER BY name",
-        "SELECT name, object_sha, target_sha FROM tags ORDER BY name",
-        // Without the time of the run, and the state the full index is made to forget.
-        "SELECT key, value FROM index_metadata WHERE key NOT IN "
-        "('last_indexed_at', 'reachability_state', 'covered_tips') ORDER BY key",
-    };
-    return index.read([](SQLiteDatabase &database) {
-        QStringList rows;
-        for (const char *query : queries) {
-            SQLiteStatement statement = database.statement(QString::fromLatin1(query));
-            const int columns = sqlite3_column_count(statement.handle());
-            while (statement.step()) {
-                QString row;
-                for (int column = 0; column < columns; ++column)
-                    row += statement.columnText(column).value_or(QStringLiteral("-")) + u'|';
-                rows << row;
-            }
-            rows << QStringLiteral("--");
-        }
-        return rows;
-    });
+    QStringList content;
+    for (const char *query : {
+             "SELECT c.sha, a.canonical_name, aa.email, c.author_time, c.subject, c.is_merge, "
+             "c.is_reachable FROM commits c JOIN author_aliases aa ON aa.id = c.author_alias_id "
+             "JOIN authors a ON a.id = aa.author_id ORDER BY c.sha",
+             "SELECT c.sha, f.current_path, cf.status, cf.additions, cf.deletions FROM "
+             "commit_files cf JOIN commits c ON c.id = cf.commit_id JOIN files f ON f.id = "
+             "cf.file_id ORDER BY 1, 2",
+             "SELECT day, commits, additions, deletions FROM daily_activity ORDER BY day",
+             "SELECT a.canonical_name, d.day, d.commits, d.additions, d.deletions "
+             "FROM author_daily_activity d JOIN authors a ON a.id = d.author_id ORDER BY 1, 2",
+             "SELECT name, kind, target_sha FROM refs ORDER BY name",
+             "SELECT name, object_sha, target_sha FROM tags ORDER BY name",
+             // Without the time of the run, and the state the full index is made to forget.
+             "SELECT key, value FROM index_metadata WHERE key NOT IN "
+             "('last_indexed_at', 'reachability_state', 'covered_tips') ORDER BY key"})
+        content << rows(index, QString::fromLatin1(query)) << QStringLiteral("--");
+    return content;
 }
 
 /// The rev-list runs one synchronisation of @p index asks git for, by GIT_TRACE.

@@ -59,16 +59,6 @@ QString asUnprivilegedUser(const std::function<QString()> &work)
     return WIFEXITED(status) ? QString::fromUtf8(bytes) : QStringLiteral("<child crashed>");
 }
 
-void buildSmallHistory(TestRepository &repository, int commits)
-{
-    repository.setDate(QStringLiteral("2023-01-01T10:00:00Z"));
-    repository.setDateStep(86400);
-    for (int i = 0; i < commits; ++i) {
-        repository.write(QStringLiteral("file%1.txt").arg(i % 5), QByteArray::number(i) + "\n");
-        repository.commit(QStringLiteral("commit %1").arg(i));
-    }
-}
-
 } // namespace
 
 TEST(IndexFaults, OddDatesAndRefusedRefsAreIndexedAndReadable)
@@ -164,7 +154,7 @@ TEST(IndexFaults, PartialCloneIsIndexedWithoutFetchingAndCountsUnreadableDiffs)
 TEST(IndexFaults, DamagedIndexFileIsMovedAsideAndRebuiltOnce)
 {
     TestRepository repository;
-    buildSmallHistory(repository, 12);
+    repository.importHistory(12);
     QTemporaryDir folder;
     const QString healthyPath = folder.filePath("healthy/index.sqlite");
     {
@@ -211,7 +201,7 @@ TEST(IndexFaults, DamagedIndexFileIsMovedAsideAndRebuiltOnce)
 TEST(IndexFaults, ReadOnlyUpToDateIndexIsStillRead)
 {
     TestRepository repository;
-    buildSmallHistory(repository, 6);
+    repository.importHistory(6);
     QTemporaryDir folder;
     const QString path = folder.filePath("index/index.sqlite");
     {

@@ -21,35 +21,6 @@ QString git(const QString &repository, const QStringList &arguments)
     return QString::fromUtf8(result.standardOutput);
 }
 
-// git's C-style quoting undone ("a\tb" in quotes becomes a, tab, b).
-QString unquoteGitPath(const QString &path)
-{
-    if (path.size() < 2 || !path.startsWith('"') || !path.endsWith('"'))
-        return path;
-    const QByteArray quoted = path.mid(1, path.size() - 2).toUtf8();
-    QByteArray bytes;
-    for (qsizetype i = 0; i < quoted.size(); ++i) {
-        const char c = quoted[i];
-        if (c != '\\' || i + 1 >= quoted.size()) {
-            bytes.append(c);
-            continue;
-        }
-        const char e = quoted[++i];
-        static const QByteArray escapes("a\ab\bt\tn\nv\vf\fr\r");
-        const qsizetype named = escapes.indexOf(e);
-        if (named >= 0 && named % 2 == 0) {
-            bytes.append(escapes[named + 1]);
-        } else if (e >= '0' && e <= '3' && i + 2 < quoted.size()) {
-            bytes.append(
-                char(((e - '0') << 6) | ((quoted[i + 1] - '0') << 3) | (quoted[i + 2] - '0')));
-            i += 2;
-        } else {
-            bytes.append(e);
-        }
-    }
-    return QString::fromUtf8(bytes);
-}
-
 QString trimNewlines(QString text)
 {
     const auto isNewline
@@ -61,38 +32,40 @@ QString trimNewlines(QString text)
     return text;
 }
 
-// Each change of @p sha from name-status, with the line counts of numstat (two diff-tree runs).
+// Each change of @p sha from name-status, with the line counts of numstat (two diff-tree runs,
+// their paths unquoted by -z).
 QList<IndexedFileChange> referenceChanges(const QString &repository, const QString &sha)
 {
     const auto diffTree = [&](const char *format) {
-        return nonEmptyLines(
-            git(repository,
-                {"diff-tree", "--root", "-r", format, "--find-renames", "--no-commit-id", sha}));
+        return git(repository, {"diff-tree", "--root", "-r", "-z", format, "--find-renames",
+                                "--no-commit-id", sha})
+            .split(QChar(0));
     };
+    // "added<TAB>deleted<TAB>path", or for a rename an empty path, then the old and new path:
+    // a rename gets no counts.
     QHash<QString, QStringList> counts;
-    for (const QString &line : diffTree("--numstat")) {
-        const QStringList fields = line.split('\t');
-        if (fields.size() >= 3)
-            counts.insert(unquoteGitPath(fields.last()), fields);
+    const QStringList numstat = diffTree("--numstat");
+    for (qsizetype i = 0; i < numstat.size(); ++i) {
+        const QString path = numstat[i].section('\t', 2);
+        if (numstat[i].count('\t') >= 2 && path.isEmpty())
+            i += 2;
+        else if (numstat[i].count('\t') >= 2)
+            counts.insert(path, numstat[i].split('\t').mid(0, 2));
     }
+    // "status", then the path, or the old and the new path of a rename or copy.
     QList<IndexedFileChange> changes;
-    for (const QString &line : diffTree("--name-status")) {
-        const QStringList fields = line.split('\t');
-        if (fields.size() < 2)
-            continue;
-        IndexedFileChange change {unquoteGitPath(fields.last()),
-                                  std::nullopt,
-                                  fields[0],
-                                  std::nullopt,
-                                  std::nullopt,
-                                  false};
-        if (fields.size() >= 3)
-            change.oldPath = unquoteGitPath(fields[1]);
-        // A rename's numstat line names "old => new", which matches no path: no counts.
+    const QStringList statuses = diffTree("--name-status");
+    for (qsizetype i = 0; i + 1 < statuses.size(); i += 2) {
+        IndexedFileChange change {statuses[i + 1], std::nullopt, statuses[i], std::nullopt,
+                                  std::nullopt, false};
+        if (change.status.startsWith('R') || change.status.startsWith('C')) {
+            change.oldPath = change.path;
+            change.path = statuses.value(++i + 1);
+        }
         const QStringList numbers = change.oldPath ? QStringList() : counts.value(change.path);
-        if (numbers.size() >= 3 && (numbers[0] == "-" || numbers[1] == "-")) {
+        if (numbers.size() == 2 && (numbers[0] == "-" || numbers[1] == "-")) {
             change.isBinary = true;
-        } else if (numbers.size() >= 3) {
+        } else if (numbers.size() == 2) {
             change.additions = numbers[0].toLongLong();
             change.deletions = numbers[1].toLongLong();
         }
