@@ -94,7 +94,6 @@ void expectSameAsQueries(RepositoryIndex &index)
         upToTies(&I::emailDomains, byCount, "emailDomains");
         // Everything else, totals and fully ordered lists alike, is equal as a whole.
         EXPECT_EQ(fast, reference);
-        EXPECT_EQ(loadCoChanges(database), reference::coChanges(database));
     });
 }
 
@@ -211,33 +210,4 @@ TEST(InsightIdentity, RandomHistoriesMatchTheQueries)
         index->apply(next);
         expectSameAsQueries(*index);
     }
-}
-
-TEST(InsightIdentity, CoChangeTiesLimitAndTwoCommitRuleMatchTheQuery)
-{
-    HistoryBuilder history;
-    qint64 time = at("2024-01-01T00:00:00Z");
-    history.commitTouching(51, QStringLiteral("w/"), time += 60);
-    history.commitTouching(51, QStringLiteral("w/"), time += 60);
-    history.commitTouching(50, QStringLiteral("f/"), time += 60);
-    history.commitTouching(50, QStringLiteral("f/"), time += 60);
-    history.commitTouching(50, QStringLiteral("f/"), time += 60).changes.removeAt(7);
-    history.commit(QStringLiteral("once"), time += 60).changes
-        = {change(QStringLiteral("x")), change(QStringLiteral("y"))};
-    // Paths order by code point, as SQLite compares UTF-8: U+E000 before U+1D400, though its
-    // UTF-16 unit is greater than the surrogates of U+1D400.
-    for (int i = 0; i < 3; ++i) {
-        history.commit(QStringLiteral("planes"), time += 60).changes
-            = {change(QStringLiteral("a")), change(QString::fromUtf16(u"\U0001D400")),
-               change(QString::fromUtf16(u"\uE000"))};
-    }
-    TemporaryIndex index;
-    index->apply(history.batch());
-    index->read([](SQLiteDatabase &database) {
-        const QList<IndexedCoChangeInsight> fast = loadCoChanges(database);
-        ASSERT_EQ(fast.size(), 15);
-        EXPECT_EQ(fast, reference::coChanges(database));
-        EXPECT_EQ(fast[0],
-                  (IndexedCoChangeInsight {QStringLiteral("a"), QString::fromUtf16(u"\uE000"), 3}));
-    });
 }
