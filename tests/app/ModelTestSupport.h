@@ -5,6 +5,7 @@
 // QAbstractItemModelTester, and a recording stand-in for the desktop.
 
 #include "IsolatedEnvironment.h"
+#include "TestRepository.h"
 #include "app/AppViewModel.h"
 #include "app/DesktopActions.h"
 
@@ -29,36 +30,11 @@
         return QTest::qExec(&test, argc, argv);                                                    \
     }
 
-/// @brief A git repository in a temporary folder, with fixed identities and dates. A git failure
-/// while building a fixture ends the binary with git's message: the fixture is broken then.
-class FixtureRepository
+/// @brief A TestRepository whose commits are an hour apart from 2024-01-01T10:00:00Z, so that
+/// order by date is order of creation.
+struct FixtureRepository : TestRepository
 {
-public:
-    /// @brief A fresh repository on an unborn "main" (bare when @p bare).
-    explicit FixtureRepository(bool bare = false);
-    /// @brief Takes over an existing folder.
-    explicit FixtureRepository(const QString &existingPath)
-        : m_path(existingPath)
-    { }
-
-    QString path() const { return m_path; }
-    void write(const QString &relative, const QByteArray &content) const;
-    void remove(const QString &relative) const;
-    /// @brief Stages everything and commits at the next fixed date (or at @p date, an ISO-8601
-    /// text, for author and committer alike); returns the full hash.
-    QString commit(const QString &message, const QString &author = QStringLiteral("Ada Lovelace"),
-                   const QString &email = QStringLiteral("ada@example.com"),
-                   const QString &date = {});
-    /// @brief Adds @p count commits on "main" in one fast-import run (each changes one of a few
-    /// dozen files by several authors) and checks them out: a long history in a second or so.
-    void importHistory(int count);
-    /// @brief Runs git; a failure ends the binary.
-    QString git(const QStringList &arguments) const;
-
-private:
-    std::unique_ptr<QTemporaryDir> m_dir;
-    QString m_path;
-    int m_commits = 0;
+    FixtureRepository() { setDateStep(3600); }
 };
 
 /// @brief Remembers every hand-off the model asks of the desktop.

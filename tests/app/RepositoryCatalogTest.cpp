@@ -16,7 +16,7 @@ const QDateTime opened(QDate(2024, 5, 1), QTime(8, 0), Qt::UTC);
 void initRepository(const QString &path)
 {
     QVERIFY(QDir().mkpath(path));
-    FixtureRepository(path).git({QStringLiteral("init"), QStringLiteral("-q")});
+    runGitIn(path, {QStringLiteral("init"), QStringLiteral("-q")});
 }
 
 QStringList paths(const auto &repositories)
