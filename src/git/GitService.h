@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <exception>
+#include <functional>
 #include <optional>
 
 namespace strataloom {
@@ -43,6 +44,26 @@ private:
 };
 
 /**
+ * @brief One commit of the walk `git log HEAD` makes, as the summary reads it: committer and
+ * author seconds, whether it is a root, and the author's name and e-mail after .mailmap.
+ */
+struct HeadWalkCommit
+{
+    qint64 committerTime = 0;
+    qint64 authorTime = 0;
+    bool isRoot = false;
+    QByteArray authorName; ///< UTF-8
+    QByteArray authorEmail; ///< UTF-8
+};
+
+/**
+ * @brief Another reader of HEAD's history (a store that already holds it): given HEAD's full
+ * hash, the commits in the order `git log HEAD` prints them, or nothing when it cannot answer
+ * exactly; git then walks the history itself.
+ */
+using HeadHistorySource = std::function<std::optional<QList<HeadWalkCommit>>(const QString &head)>;
+
+/**
  * @brief Answers questions about a repository by running git and parsing what it prints.
  *
  * Stateless: make one wherever needed. Every operation blocks its calling thread until git has
@@ -61,9 +82,11 @@ public:
      * @brief The overview of the repository. Everything it says about HEAD's history comes from
      * one walk over it; when @p authorStats is given, that walk also fills it with what
      * loadAuthorStats() would return, so that opening a repository walks its history once.
+     * When @p headHistory answers for HEAD, its commits stand in for that walk.
      */
     RepositorySummary loadSummary(const QString &repository,
-                                  QList<AuthorStat> *authorStats = nullptr) const;
+                                  QList<AuthorStat> *authorStats = nullptr,
+                                  const HeadHistorySource &headHistory = {}) const;
 
     QList<CommitRecord> loadCommits(const QString &repository, int limit) const;
     QList<GraphCommitRecord> loadGraph(const QString &repository, int limit) const;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <future>
+#include <variant>
 #include <vector>
 
 namespace strataloom {
@@ -191,12 +192,48 @@ QByteArray shortlogSummary(const QHash<QByteArray, int> &counts)
     return text;
 }
 
+// Adds up the commits of the walk, newest first as git prints them.
+class HeadHistoryTally
+{
+public:
+    void add(std::optional<double> committerTime, const OptionalDate &authorDate, bool isRoot,
+             const QByteArray &name, const QByteArray &email)
+    {
+        if (m_history.commitCount++ == 0)
+            m_history.latestCommitDate = authorDate;
+        if (isRoot && authorDate
+            && (!m_history.firstCommitDate || *authorDate < *m_history.firstCommitDate))
+            m_history.firstCommitDate = authorDate;
+        if (committerTime)
+            m_times.push_back(*committerTime);
+        ++m_identities[name + " <" + email + '>'];
+        ++m_names[name];
+    }
+
+    HeadHistory finish()
+    {
+        // log --reverse prints the same walk oldest first.
+        std::reverse(m_times.begin(), m_times.end());
+        for (size_t i = 1; i < m_times.size(); ++i) {
+            const int gap = static_cast<int>(std::trunc((m_times[i] - m_times[i - 1]) / 86400.0));
+            m_history.longestInactivityDays
+                = i == 1 ? gap : std::max(m_history.longestInactivityDays, gap);
+        }
+        m_history.identities = shortlogSummary(m_identities);
+        m_history.names = shortlogSummary(m_names);
+        return m_history;
+    }
+
+private:
+    HeadHistory m_history;
+    QHash<QByteArray, int> m_identities;
+    QHash<QByteArray, int> m_names;
+    std::vector<double> m_times; // newest first
+};
+
 HeadHistory readHeadHistory(const QByteArray &output)
 {
-    HeadHistory history;
-    QHash<QByteArray, int> identities;
-    QHash<QByteArray, int> names;
-    std::vector<double> times; // newest first
+    HeadHistoryTally tally;
     qsizetype position = 0;
     while (position < output.size()) {
         qsizetype end = output.indexOf('\n', position);
@@ -216,37 +253,30 @@ HeadHistory readHeadHistory(const QByteArray &output)
         }
         if (field < 5)
             continue;
-        const QString authorSeconds = QString::fromLatin1(fields[1]);
-        if (history.commitCount++ == 0)
-            history.latestCommitDate = GitService::parseUnixDate(authorSeconds);
-        if (fields[2].isEmpty()) {
-            const OptionalDate date = GitService::parseUnixDate(authorSeconds);
-            if (date && (!history.firstCommitDate || *date < *history.firstCommitDate))
-                history.firstCommitDate = date;
-        }
         bool ok = false;
         const double time = QString::fromLatin1(fields[0]).trimmed().toDouble(&ok);
-        if (ok)
-            times.push_back(time);
-        const QByteArray name = fields[3].toByteArray();
-        ++identities[name + " <" + fields[4].toByteArray() + '>'];
-        ++names[name];
+        tally.add(ok ? std::optional(time) : std::nullopt,
+                  GitService::parseUnixDate(QString::fromLatin1(fields[1])), fields[2].isEmpty(),
+                  fields[3].toByteArray(), fields[4].toByteArray());
     }
-    // log --reverse prints the same walk oldest first.
-    std::reverse(times.begin(), times.end());
-    for (size_t i = 1; i < times.size(); ++i) {
-        const int gap = static_cast<int>(std::trunc((times[i] - times[i - 1]) / 86400.0));
-        history.longestInactivityDays = i == 1 ? gap : std::max(history.longestInactivityDays, gap);
+    return tally.finish();
+}
+
+HeadHistory tallyHeadHistory(const QList<HeadWalkCommit> &commits)
+{
+    HeadHistoryTally tally;
+    for (const HeadWalkCommit &commit : commits) {
+        tally.add(double(commit.committerTime),
+                  GitService::parseUnixDate(QString::number(commit.authorTime)), commit.isRoot,
+                  commit.authorName, commit.authorEmail);
     }
-    history.identities = shortlogSummary(identities);
-    history.names = shortlogSummary(names);
-    return history;
+    return tally.finish();
 }
 
 } // namespace
 
-RepositorySummary GitService::loadSummary(const QString &repository,
-                                          QList<AuthorStat> *authorStats) const
+RepositorySummary GitService::loadSummary(const QString &repository, QList<AuthorStat> *authorStats,
+                                          const HeadHistorySource &headHistory) const
 {
     validateRepository(repository);
     if (authorStats)
@@ -270,10 +300,23 @@ RepositorySummary GitService::loadSummary(const QString &repository,
     // The history walk is the longest run: it starts at once, beside the quick probes, and its
     // outcome counts only when HEAD exists. On every way out the future's destructor waits for
     // it, so that no git outlives the summary.
-    std::future<ProcessResult> walk = std::async(
+    // Another source that holds HEAD's history answers instead, when it can.
+    std::future<std::variant<ProcessResult, HeadHistory>> walk = std::async(
         std::launch::async,
-        [&repository, isCancelled = ScopedProcessCancellation::current()] {
+        [&repository, &headHistory, isCancelled = ScopedProcessCancellation::current()]()
+            -> std::variant<ProcessResult, HeadHistory> {
             const ScopedProcessCancellation cancellation(isCancelled);
+            if (headHistory) {
+                const ProcessResult head
+                    = runGitProcess(repository,
+                                    {QStringLiteral("rev-parse"), QStringLiteral("--verify"),
+                                     QStringLiteral("--quiet"), QStringLiteral("HEAD^{commit}")});
+                const QString sha = QString::fromLatin1(head.standardOutput).trimmed();
+                if (head.exitStatus == 0 && !sha.isEmpty()) {
+                    if (const auto commits = headHistory(sha))
+                        return tallyHeadHistory(*commits);
+                }
+            }
             return runGitProcess(repository,
                                  {QStringLiteral("log"), headWalkFormat, QStringLiteral("HEAD")});
         });
@@ -322,10 +365,13 @@ RepositorySummary GitService::loadSummary(const QString &repository,
                  QStringLiteral("HEAD")}),
     });
 
-    const ProcessResult walked = walk.get();
-    if (walked.exitStatus != 0)
-        throw GitError::commandFailed(walked);
-    const HeadHistory history = readHeadHistory(walked.standardOutput);
+    std::variant<ProcessResult, HeadHistory> walked = walk.get();
+    if (const auto *output = std::get_if<ProcessResult>(&walked)) {
+        if (output->exitStatus != 0)
+            throw GitError::commandFailed(*output);
+        walked = readHeadHistory(output->standardOutput);
+    }
+    const HeadHistory &history = std::get<HeadHistory>(walked);
     summary.commitCount = history.commitCount;
     summary.authorCount = nonEmptyLines(QString::fromUtf8(history.identities)).size();
     summary.firstCommitDate = history.firstCommitDate;

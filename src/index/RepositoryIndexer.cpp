@@ -275,6 +275,22 @@ QString RepositoryIndexer::unreadableDiffsKey()
     return QStringLiteral("unreadable_diffs");
 }
 
+RepositoryIndexer::CoverageStamp RepositoryIndexer::currentStamp(const QString &repository)
+{
+    const RepositoryState now = readRepositoryState(repository);
+    return {fingerprint(now.refs), now.state};
+}
+
+std::optional<RepositoryIndexer::CoverageStamp> RepositoryIndexer::storedStamp(
+    const std::function<std::optional<QString>(const QString &key)> &metadata)
+{
+    const std::optional<QString> refs = metadata(QStringLiteral("ref_fingerprint"));
+    const std::optional<QString> state = metadata(stateKey);
+    if (!refs || !state)
+        return std::nullopt;
+    return CoverageStamp {*refs, *state};
+}
+
 qint64 RepositoryIndexer::importCommits(const QString &repository, const QStringList &oldestFirst,
                                         const std::function<void(const IndexedCommit &)> &insert,
                                         const SynchronizationOptions &options,

@@ -79,6 +79,25 @@ public:
     /// @brief The metadata key of RepositorySynchronization::unreadableDiffs.
     static QString unreadableDiffsKey();
 
+    /**
+     * @brief What a synchronisation compares to find that nothing changed: the refs'
+     * fingerprint and the reachability state (tips, worktree HEADs, replace refs, grafts, the
+     * shallow boundary). Read from git without walking the history, nothing written.
+     */
+    struct CoverageStamp
+    {
+        QString refFingerprint;
+        QString reachabilityState;
+
+        bool operator==(const CoverageStamp &) const = default;
+    };
+    /// @brief The repository's stamp now. Throws GitError.
+    static CoverageStamp currentStamp(const QString &repository);
+    /// @brief The stamp of the index's last synchronisation, read with @p metadata (an index's
+    /// metadata() or a reader's own query of index_metadata); nothing before the first one.
+    static std::optional<CoverageStamp>
+    storedStamp(const std::function<std::optional<QString>(const QString &key)> &metadata);
+
 private:
     QString run(const QStringList &arguments, const QString &repository,
                 const std::optional<QByteArray> &input = std::nullopt) const;
