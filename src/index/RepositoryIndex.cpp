@@ -139,6 +139,8 @@ struct SchemaStep
 
 constexpr SchemaStep schemaSteps[] = {
     {1, schema},
+    // The history lists read reachable commits newest first, a page at a time.
+    {4, "CREATE INDEX commits_history_idx ON commits(is_reachable, committer_time, id);"},
 };
 
 constexpr int schemaVersion = std::end(schemaSteps)[-1].version;
