@@ -52,6 +52,22 @@ std::pair<QString, QString> folderRange(const QString &folder)
 
 std::atomic<quint64> temporaryTableNumber {0};
 
+// The index keeps whole messages; the history lists show the body as git's %b gives it: what
+// follows the subject's paragraph, without the blank lines around it.
+QString messageBody(const QString &message)
+{
+    const qsizetype gap = message.indexOf(QStringLiteral("\n\n"));
+    if (gap < 0)
+        return {};
+    qsizetype start = gap + 2;
+    while (start < message.size() && message[start] == u'\n')
+        ++start;
+    qsizetype end = message.size();
+    while (end > start && message[end - 1] == u'\n')
+        --end;
+    return message.mid(start, end - start);
+}
+
 const QString selectColumns = QStringLiteral(
     "SELECT c.id, c.sha, aa.name, aa.email, c.author_time, c.subject, c.body, c.committer_time,\n"
     "    (SELECT COALESCE(SUM(cf.additions), 0) FROM commit_files cf WHERE cf.commit_id = c.id),\n"
@@ -67,24 +83,46 @@ constexpr int shortHashLength = 7;
 IndexedHistory::IndexedHistory(SQLiteDatabase &database, const HistoryQuery &query)
     : m_database(database)
 {
+    // Every term that names a set of commits (words, author, path, ref) is a subquery of row
+    // ids, so that SQLite walks the history index in its order, which holds everything these
+    // conditions test, and reads a commit's whole row only once it matches.
     m_conditions.append(QStringLiteral("c.is_reachable = 1"));
     // Commits stored later than now are outside this answer: rows are numbered as stored.
+    // The unary plus keeps SQLite from reading the commits by row number and sorting them all,
+    // rather than walking the history index in its order and stopping after a page.
     {
         SQLiteStatement last
             = m_database.statement(QStringLiteral("SELECT COALESCE(MAX(id), 0) FROM commits"));
         last.step();
-        m_conditions.append(QStringLiteral("c.id <= ") + bindingPlaceholder(last.columnInt64(0)));
+        m_conditions.append(QStringLiteral("+c.id <= ") + bindingPlaceholder(last.columnInt64(0)));
     }
     for (const HistoryQueryTerm &term : query.terms())
         add(term);
     if (!m_words.isEmpty()) {
-        m_conditions.append(QStringLiteral("c.sha IN (SELECT sha FROM commit_search WHERE "
-                                           "commit_search MATCH ")
-                            + bindingPlaceholder(QStringLiteral("{subject body} : (")
+        const QString match = bindingPlaceholder(QStringLiteral("{subject body} : (")
                                                  + m_words.join(QStringLiteral(" AND "))
-                                                 + QLatin1Char(')'))
-                            + QLatin1Char(')'));
+                                                 + QLatin1Char(')'));
+        m_conditions.append(
+            searchRowsAreCommitIDs()
+                ? QStringLiteral("c.id IN (SELECT rowid FROM commit_search WHERE commit_search "
+                                 "MATCH %1)")
+                      .arg(match)
+                : QStringLiteral("c.id IN (SELECT m.id FROM commit_search s JOIN commits m ON "
+                                 "m.sha = s.sha WHERE commit_search MATCH %1)")
+                      .arg(match));
     }
+}
+
+bool IndexedHistory::searchRowsAreCommitIDs()
+{
+    // The writer adds one search row per commit it inserts, in the same order, and neither
+    // table loses rows: their numbers agree unless a stored commit was ever written again,
+    // which added a search row but no commit and leaves the search's last number ahead.
+    // Reading the hash of each matching search row instead costs its whole message.
+    SQLiteStatement last = m_database.statement(
+        QStringLiteral("SELECT (SELECT MAX(rowid) FROM commit_search) IS "
+                       "(SELECT MAX(id) FROM commits)"));
+    return last.step() && last.columnInt64(0) == 1;
 }
 
 IndexedHistory::~IndexedHistory()
@@ -154,7 +192,8 @@ void IndexedHistory::addAuthor(const QString &text)
             ids.append(QString::number(aliases.columnInt64(0)));
     }
     m_conditions.append(ids.isEmpty() ? QStringLiteral("0")
-                                      : QStringLiteral("c.author_alias_id IN (%1)")
+                                      : QStringLiteral("c.id IN (SELECT id FROM commits WHERE "
+                                                       "author_alias_id IN (%1))")
                                             .arg(ids.join(QLatin1Char(','))));
 }
 
@@ -334,7 +373,7 @@ HistoryPage IndexedHistory::rows(const QString &extraCondition, const QList<Valu
         if (const qint64 seconds = statement.columnInt64(4); seconds >= 1)
             commit.date = QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
         commit.subject = statement.columnText(5).value_or(QString());
-        commit.body = statement.columnText(6).value_or(QString());
+        commit.body = messageBody(statement.columnText(6).value_or(QString()));
         commit.additions = int(statement.columnInt64(8));
         commit.deletions = int(statement.columnInt64(9));
         commit.filesChanged = int(statement.columnInt64(10));

@@ -69,6 +69,7 @@ private:
     void addPath(const QString &path);
     void addAuthor(const QString &text);
     void addRef(const HistoryQueryTerm &term);
+    bool searchRowsAreCommitIDs();
     QString bindingPlaceholder(const Value &value);
     void bindAll(SQLiteStatement &statement) const;
     HistoryPage rows(const QString &extraCondition, const QList<Value> &extraValues,
