@@ -90,7 +90,9 @@ RepositoryIndexingResult indexRepository(const QString &repository,
     };
     const QString commonDirectory = GitService().commonDirectory(repository);
     stopIfCancelled();
-    RepositoryIndex index(RepositoryIndexLocation::databasePath(commonDirectory, baseDirectory));
+    const QString databasePath
+        = RepositoryIndexLocation::databasePath(commonDirectory, baseDirectory);
+    RepositoryIndex index(databasePath);
     RepositoryIndexer indexer(index);
     SynchronizationOptions options;
     options.isCancelled = isCancelled;
@@ -103,6 +105,7 @@ RepositoryIndexingResult indexRepository(const QString &repository,
     result.importedCommits = synchronization.importedCommits;
     result.snapshot = synchronization.snapshot;
     result.wasUpToDate = synchronization.wasUpToDate;
+    result.databasePath = databasePath;
     result.insights = insights(index);
     return result;
 }

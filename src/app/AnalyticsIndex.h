@@ -20,6 +20,8 @@ struct RepositoryIndexingResult
     RepositoryIndexSnapshot snapshot;
     RepositoryAnalyticsInsights insights;
     bool wasUpToDate = false;
+    /// @brief The index file the run brought up to date.
+    QString databasePath;
 
     bool operator==(const RepositoryIndexingResult &) const = default;
 };

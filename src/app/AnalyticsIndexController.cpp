@@ -61,6 +61,7 @@ void AnalyticsIndexController::start(const RepositorySummary &repository)
             return run;
         },
         [this](const IndexRun &run) {
+            m_databasePath = run.result.databasePath;
             setInsights(run.result.insights, run.insightsValue);
             setState(AnalyticsIndexState::ready(run.result.snapshot, run.result.importedCommits));
         },

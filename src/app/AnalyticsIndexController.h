@@ -54,6 +54,8 @@ public:
         return m_insights;
     }
     int runningTaskCount() const { return m_tasks.running(); }
+    /// @brief The index file of the last successful run; empty before the first one.
+    QString databasePath() const { return m_databasePath; }
 
     /// @brief How often the progress of a run is read; tests shorten it.
     void setProgressInterval(int milliseconds) { m_progressTimer.setInterval(milliseconds); }
@@ -81,6 +83,7 @@ private:
     AnalyticsIndexState m_state;
     std::optional<RepositoryAnalyticsInsights> m_insights;
     QVariant m_insightsValue;
+    QString m_databasePath;
     /// The current run's identity: set to cancel it; shared with that run's thread.
     std::shared_ptr<std::atomic_bool> m_cancelled;
     std::shared_ptr<Progress> m_progress;

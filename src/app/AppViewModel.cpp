@@ -14,7 +14,11 @@ AppViewModel::AppViewModel(RecentRepositoryStore recentStore,
     , m_catalog(new RepositoryCatalog(std::move(recentStore), std::move(discoveredStore),
                                       std::move(repositoryScanner), this))
     , m_analytics(new AnalyticsIndexController(this))
+    , m_history(new HistoryListModel(this))
+    , m_historySearch(new HistoryListModel(this))
 {
+    connect(m_analytics, &AnalyticsIndexController::analyticsIndexStateChanged, this,
+            &AppViewModel::indexStateChanged);
     const auto report = [this](const QString &message) { setErrorMessage(message); };
     connect(m_session, &RepositorySession::failed, this, report);
     connect(m_selection, &RepositorySelection::failed, this, report);
@@ -32,13 +36,29 @@ void AppViewModel::published()
     m_selection->reset(commits.isEmpty() ? std::nullopt : std::optional(commits.constFirst()));
     setSelectedSection(SidebarSection::Overview);
     m_catalog->remember(*m_session->repository());
+    // Another repository's history is not shown while this one's index is made ready.
+    if (m_historyRepository != m_session->repository()->path) {
+        m_historyRepository.clear();
+        m_history->setDatabase({});
+        m_historySearch->setDatabase({});
+    }
     m_analytics->start(*m_session->repository());
+}
+
+void AppViewModel::indexStateChanged()
+{
+    if (!m_analytics->analyticsIndexState().isReady() || !m_session->repository())
+        return;
+    m_historyRepository = m_session->repository()->path;
+    m_history->setDatabase(m_analytics->databasePath());
+    m_historySearch->setDatabase(m_analytics->databasePath());
 }
 
 int AppViewModel::runningTaskCount() const
 {
     return m_session->runningTaskCount() + m_selection->runningTaskCount()
-        + m_catalog->runningTaskCount() + m_analytics->runningTaskCount();
+        + m_catalog->runningTaskCount() + m_analytics->runningTaskCount()
+        + m_history->runningTaskCount() + m_historySearch->runningTaskCount();
 }
 
 QString AppViewModel::sectionTitle(SidebarSection section) const

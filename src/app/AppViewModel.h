@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AnalyticsIndexController.h"
+#include "app/HistoryListModel.h"
 #include "app/RepositoryCatalog.h"
 #include "app/RepositorySelection.h"
 #include "app/RepositorySession.h"
@@ -35,6 +36,10 @@ class AppViewModel : public QObject
     Q_PROPERTY(strataloom::RepositorySelection *selection READ selection CONSTANT)
     Q_PROPERTY(strataloom::RepositoryCatalog *catalog READ catalog CONSTANT)
     Q_PROPERTY(strataloom::AnalyticsIndexController *analytics READ analytics CONSTANT)
+    /// The whole history from the index, filtered by the History field's query.
+    Q_PROPERTY(strataloom::HistoryListModel *history READ history CONSTANT)
+    /// Search's results from the index, for the query of the search field.
+    Q_PROPERTY(strataloom::HistoryListModel *historySearch READ historySearch CONSTANT)
 
     Q_PROPERTY(SidebarSection selectedSection READ selectedSection WRITE setSelectedSection NOTIFY
                    selectedSectionChanged)
@@ -75,6 +80,8 @@ public:
     RepositorySelection *selection() const { return m_selection; }
     RepositoryCatalog *catalog() const { return m_catalog; }
     AnalyticsIndexController *analytics() const { return m_analytics; }
+    HistoryListModel *history() const { return m_history; }
+    HistoryListModel *historySearch() const { return m_historySearch; }
 
     /// @brief Background tasks of every room whose results have not been handled yet.
     int runningTaskCount() const;
@@ -105,6 +112,7 @@ Q_SIGNALS:
 
 private:
     void published();
+    void indexStateChanged();
     QString errorMessageText() const { return m_errorMessage.value_or(QString()); }
     void setErrorMessageText(const QString &message);
 
@@ -112,6 +120,11 @@ private:
     RepositorySelection *m_selection;
     RepositoryCatalog *m_catalog;
     AnalyticsIndexController *m_analytics;
+    HistoryListModel *m_history;
+    HistoryListModel *m_historySearch;
+    /// The repository whose index the history lists read; they keep it while it is brought
+    /// up to date again.
+    QString m_historyRepository;
     SidebarSection m_selectedSection = SidebarSection::Overview;
     std::optional<QString> m_errorMessage;
     bool m_isSearchPresented = false;

@@ -168,6 +168,17 @@ public:
         return true;
     }
 
+    /// @brief Adds rows after the last one.
+    void appendRecords(const QList<Record> &records)
+    {
+        if (records.isEmpty())
+            return;
+        beginInsertRows({}, int(m_records.size()), int(m_records.size() + records.size() - 1));
+        m_records.append(records);
+        endInsertRows();
+        Q_EMIT countChanged();
+    }
+
     int rowCount(const QModelIndex &parent = {}) const override
     {
         return parent.isValid() ? 0 : int(m_records.size());

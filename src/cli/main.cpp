@@ -3,6 +3,7 @@
 #include "app/ErrorText.h"
 #include "cli/CsvOutput.h"
 #include "cli/IndexCommands.h"
+#include "cli/LogCommand.h"
 #include "cli/ReportCommand.h"
 #include "cli/JsonOutput.h"
 #include "cli/ScanCommand.h"
@@ -43,6 +44,11 @@ Commands:
   changes  <repo> <commit>           files changed by a commit
   diff     <repo> <commit>           full text of a commit
   index    <repo> [--index-dir DIR]  bring the repository's analytics index up to date
+  log      <repo> [--query Q] [--offset N] [--limit N] [--index-dir DIR]
+                                     commits of every ref from the index, newest first (default
+                                     300; --limit 0: all), those matching Q when given: words
+                                     of the message, "a phrase", author:, path:, after: and
+                                     before: (YYYY-MM-DD), type:, ref:, merges:no
   insights <repo> [--index-dir DIR]  synchronise the index, then print the repository's insights
   report   <repo> [--index-dir DIR]  a readable overview for people: contributors, activity,
                                      hotspots, technologies, risk signals (synchronises the index)
@@ -53,7 +59,7 @@ option (strataloom-cli search <repo> -- --fixup).
 
 Every command prints JSON on standard output, except diff, which prints git's text, and
 report, which prints text for people (in colour on a terminal, unless NO_COLOR is set).
-commits, search, branches, tags, files and authors take --format csv for spreadsheets.
+commits, log, search, branches, tags, files and authors take --format csv for spreadsheets.
 Errors are one line on standard error with exit status 1; wrong usage exits with status 2.
 Set STRATALOOM_GIT to use another git than /usr/bin/git.
 )";
@@ -82,6 +88,7 @@ struct Command
 {
     QStringList argumentNames; ///< positional arguments after the repository
     QStringList numberOptions; ///< accepted --options taking a positive integer
+    QStringList countOptions; ///< accepted --options taking a whole number, 0 included
     QStringList textOptions; ///< accepted --options taking any text
     std::function<void(const Invocation &)> run;
 };
@@ -194,6 +201,16 @@ const QHash<QString, Command> &commands()
               [indexDir](const Invocation &in) {
                   cli::reportCommand(in.repository, in.texts.value(indexDir));
               }}},
+        {QStringLiteral("log"),
+         {.countOptions = {QStringLiteral("--offset"), limit},
+          .textOptions = {indexDir, QStringLiteral("--query"), formatOption},
+          .run =
+              [indexDir, limit](const Invocation &in) {
+                  printList(in, cli::logCommand(in.repository, in.texts.value(indexDir),
+                                                in.texts.value(QStringLiteral("--query")),
+                                                in.number(QStringLiteral("--offset"), 0),
+                                                in.number(limit, 300)));
+              }}},
         {QStringLiteral("index"),
          {.textOptions = {indexDir},
           .run =
@@ -215,7 +232,8 @@ Invocation parse(const Command &command, const QStringList &words)
             break;
         }
         if (word.startsWith(QLatin1String("--"))) {
-            const bool isNumber = command.numberOptions.contains(word);
+            const bool isCount = command.countOptions.contains(word);
+            const bool isNumber = isCount || command.numberOptions.contains(word);
             if (!isNumber && !command.textOptions.contains(word))
                 throw UsageError("unknown option " + word.toStdString());
             if (i + 1 >= words.size())
@@ -224,8 +242,10 @@ Invocation parse(const Command &command, const QStringList &words)
             if (isNumber) {
                 bool ok = false;
                 const int number = value.toInt(&ok);
-                if (!ok || number <= 0)
-                    throw UsageError(word.toStdString() + " needs a positive whole number");
+                if (!ok || number < 0 || (number == 0 && !isCount))
+                    throw UsageError(word.toStdString()
+                                     + (isCount ? " needs a whole number"
+                                                : " needs a positive whole number"));
                 invocation.numbers.insert(word, number);
             } else {
                 invocation.texts.insert(word, value);

@@ -139,6 +139,10 @@ struct SchemaStep
 
 constexpr SchemaStep schemaSteps[] = {
     {1, schema},
+    // The history lists read reachable commits newest first, a page at a time, and find an
+    // author's commits without reading every commit.
+    {4, "CREATE INDEX commits_history_idx ON commits(is_reachable, committer_time, id);\n"
+        "CREATE INDEX commits_author_alias_idx ON commits(author_alias_id);"},
 };
 
 constexpr int schemaVersion = std::end(schemaSteps)[-1].version;

@@ -227,6 +227,15 @@ QString commitType(const QString &subject)
     return other;
 }
 
+QStringList commitTypeNames()
+{
+    QStringList names;
+    for (const auto type : commitTypes)
+        names.append(QString::fromUtf16(type));
+    names.append(QStringLiteral("other"));
+    return names;
+}
+
 QStringList significantWords(const QString &subject)
 {
     const QString lowered = lowerCased(subject);

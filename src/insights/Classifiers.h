@@ -20,6 +20,9 @@ namespace strataloom {
  */
 QString commitType(const QString &subject);
 
+/// @brief Every value commitType() gives, in the taxonomy's order, "other" last.
+QStringList commitTypeNames();
+
 /**
  * @brief The words of a subject worth counting, lower-cased, in order, repeats kept.
  *

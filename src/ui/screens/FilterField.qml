@@ -6,6 +6,9 @@ import Strataloom.Style
 TextField {
     id: field
 
+    /// The text cannot be used as it stands (a query with a mistake): the frame says so.
+    property bool invalid: false
+
     implicitWidth: 240
     leftPadding: 30
     rightPadding: text.length > 0 ? 30 : 10
@@ -18,8 +21,8 @@ TextField {
         implicitHeight: 32
         radius: Theme.radius
         color: Theme.card
-        border.width: field.activeFocus ? 2 : 1
-        border.color: field.activeFocus ? Theme.accent : Theme.cardBorder
+        border.width: field.activeFocus || field.invalid ? 2 : 1
+        border.color: field.invalid ? Theme.danger : field.activeFocus ? Theme.accent : Theme.cardBorder
     }
 
     SymbolIcon {

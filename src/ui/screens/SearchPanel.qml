@@ -4,8 +4,11 @@ import QtQuick.Layouts
 import Strataloom.Style
 
 // The search field and its results, shared by the search section and the quick search sheet.
-// Submitting the field searches commit messages over all refs; with `searchesWhileTyping` a
-// pause in typing searches too. The model keeps only the newest search's results.
+// Once the index is ready, the field takes the query language (words, "phrases", author:,
+// path:, after:, before:, type:, ref:, merges:) and the results are every matching commit,
+// read a page at a time; until then it searches commit messages over all refs with git, up to
+// 100 results. Submitting the field searches; with `searchesWhileTyping` a pause in typing
+// searches too. The models keep only the newest search's results.
 ColumnLayout {
     id: panel
 
@@ -13,14 +16,21 @@ ColumnLayout {
     property bool searchesWhileTyping: false
     property alias field: searchField
 
-    readonly property int resultCount: appModel ? appModel.session.searchResults.count : 0
+    readonly property var indexed: appModel ? appModel.historySearch : null
+    readonly property bool fromIndex: !!indexed && indexed.isAvailable
+    readonly property int resultCount: fromIndex ? (indexed.query.trim() !== "" ? indexed.total : 0)
+                                                 : appModel ? appModel.session.searchResults.count : 0
+    readonly property string error: fromIndex ? indexed.error : ""
 
     function search() {
         if (!appModel)
             return
         pause.stop()
         appModel.session.searchText = searchField.text
-        appModel.session.performSearch()
+        if (fromIndex)
+            indexed.query = searchField.text
+        else
+            appModel.session.performSearch()
     }
 
     spacing: Theme.padding
@@ -35,10 +45,18 @@ ColumnLayout {
         id: searchField
         objectName: "searchField"
         Layout.fillWidth: true
-        placeholderText: "Search commit messages…"
+        placeholderText: panel.fromIndex ? "Search: words, \"a phrase\", author:, path:, after:, before:, type:, ref:, merges:no"
+                                         : "Search commit messages…"
+        invalid: panel.error !== ""
         text: panel.appModel ? panel.appModel.session.searchText : ""
         onTextEdited: if (panel.searchesWhileTyping) pause.restart()
         onAccepted: panel.search()
+    }
+
+    QueryNote {
+        objectName: "searchNote"
+        Layout.fillWidth: true
+        error: panel.error
     }
 
     ListSurface {
@@ -50,8 +68,11 @@ ColumnLayout {
             objectName: "searchResults"
             anchors.fill: parent
             clip: true
-            model: panel.appModel ? panel.appModel.session.searchResults : null
+            // An empty query lists nothing here: the whole history is History's.
+            model: panel.fromIndex ? (panel.indexed.query.trim() !== "" ? panel.indexed : null)
+                                   : panel.appModel ? panel.appModel.session.searchResults : null
             boundsBehavior: Flickable.StopAtBounds
+            reuseItems: true
             ScrollBar.vertical: ScrollBar { }
             delegate: CommitRow {
                 showsCounts: false
@@ -65,8 +86,13 @@ ColumnLayout {
             objectName: "searchHint"
             anchors.fill: parent
             visible: results.count === 0
-            symbol: "magnifyingglass"
-            message: "Try a commit message, author, or phrase."
+            busy: panel.fromIndex && panel.indexed.isLoading
+            symbol: panel.error !== "" ? "exclamationmark.triangle" : "magnifyingglass"
+            title: panel.error !== "" ? "The search has a mistake"
+                   : panel.fromIndex && !busy && panel.indexed.query.trim() !== "" ? "No matching commits" : ""
+            message: panel.error !== "" ? panel.error
+                     : panel.fromIndex ? "Try words of a message, author:name, path:folder/, after:2024-01-01 or type:fix."
+                                       : "Try a commit message, author, or phrase."
         }
     }
 }

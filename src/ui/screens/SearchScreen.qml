@@ -3,7 +3,8 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 
-// The search section: commit messages over all refs, up to 100 results, newest first.
+// The search section: the whole history by the query language once the index is ready
+// (every match, with the count), commit messages over all refs with git until then.
 Item {
     id: screen
 
@@ -19,8 +20,10 @@ Item {
             Layout.fillWidth: true
             symbol: "magnifyingglass"
             title: "Search"
-            subtitle: searchPanel.resultCount > 0 ? searchPanel.resultCount + " matching commits"
-                                                  : "Search commit messages across all branches"
+            subtitle: searchPanel.resultCount > 0
+                      ? Number(searchPanel.resultCount).toLocaleString(Qt.locale(), "f", 0) + " matching commits"
+                      : searchPanel.fromIndex ? "Search the whole history: message, author, path, dates, type, ref"
+                                              : "Search commit messages across all branches"
         }
 
         SearchPanel {

@@ -22,6 +22,8 @@ void registerModelTypes()
                                                              room);
         qmlRegisterUncreatableType<RecordListModel>(uri, 1, 0, "RecordListModel",
                                                     QStringLiteral("Lists belong to the model"));
+        qmlRegisterUncreatableType<HistoryListModel>(uri, 1, 0, "HistoryListModel",
+                                                     QStringLiteral("Lists belong to the model"));
         qmlRegisterUncreatableMetaObject(AnalyticsIndexState::staticMetaObject, uri, 1, 0,
                                          "AnalyticsIndexState",
                                          QStringLiteral("States come from the model"));

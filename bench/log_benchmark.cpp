@@ -1,0 +1,212 @@
+// The history from the index on a real history: the first page of History, every page as the
+// list scrolls to the bottom (each is read on the GUI thread), our memory with the whole history
+// listed, and `strataloom-cli log` with a query of words, author and path as a whole process.
+// Against git in the same run: `git log` for the same query and the counts the index must give.
+//
+// Run (from the build folder):
+//   cmake --build . --target log_benchmark && bench/log_benchmark ../corpora/git
+//
+// Usage: log_benchmark [REPOSITORY] [--index-dir DIR] [--runs N] [--query Q]
+//   REPOSITORY   the history to measure (default ../corpora/git beside the checkout)
+//   --index-dir  where the index lives (default /tmp/log-index); it is brought up to date
+//                first, untimed, so the first run on a new folder builds the whole index
+//   --runs N     measure N times and report the fastest and the median (default 5)
+//   --query Q    the combined query (default: fix author:peff path:Documentation/)
+
+#include "git/GitService.h"
+#include "index/RepositoryIndex.h"
+#include "index/RepositoryIndexer.h"
+#include "insights/IndexedHistory.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <vector>
+
+using namespace strataloom;
+
+namespace {
+
+QString argument(const QStringList &arguments, const QString &name, const QString &fallback)
+{
+    const qsizetype at = arguments.indexOf(name);
+    return at >= 0 && at + 1 < arguments.size() ? arguments.at(at + 1) : fallback;
+}
+
+struct Timing
+{
+    double fastest = 0;
+    double median = 0;
+};
+
+Timing measure(int runs, const std::function<void()> &work)
+{
+    std::vector<double> times;
+    for (int run = 0; run < runs; ++run) {
+        QElapsedTimer clock;
+        clock.start();
+        work();
+        times.push_back(double(clock.nsecsElapsed()) / 1e6);
+    }
+    std::sort(times.begin(), times.end());
+    return {times.front(), times[times.size() / 2]};
+}
+
+// Resident memory of this process in kilobytes, from the kernel's own accounting.
+qint64 residentKilobytes()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toLongLong();
+    }
+    return -1;
+}
+
+// Lines of output of a process; the process must succeed.
+QByteArray output(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished(-1);
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
+        std::fprintf(stderr, "%s failed: %s\n", qPrintable(program),
+                     process.readAllStandardError().constData());
+        std::exit(1);
+    }
+    return process.readAllStandardOutput();
+}
+
+qint64 lineCount(const QByteArray &text)
+{
+    return text.count('\n');
+}
+
+void report(const char *what, const Timing &timing, const char *target = "")
+{
+    std::printf("%-58s fastest %8.1f ms  median %8.1f ms  %s\n", what, timing.fastest,
+                timing.median, target);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = application.arguments().mid(1);
+    const QString repository = arguments.isEmpty() || arguments.first().startsWith(u'-')
+        ? QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git")
+        : arguments.first();
+    const QString indexDirectory
+        = argument(arguments, QStringLiteral("--index-dir"), QStringLiteral("/tmp/log-index"));
+    const int runs = argument(arguments, QStringLiteral("--runs"), QStringLiteral("5")).toInt();
+    const QString query = argument(arguments, QStringLiteral("--query"),
+                                   QStringLiteral("fix author:peff path:Documentation/"));
+
+    const QString databasePath = RepositoryIndexLocation::databasePath(
+        GitService().commonDirectory(repository), indexDirectory);
+    {
+        RepositoryIndex index(databasePath);
+        RepositoryIndexer(index).synchronize(repository);
+    }
+    std::printf("repository %s\nindex      %s\n\n", qPrintable(repository),
+                qPrintable(databasePath));
+
+    // History's first page as the window reads it: a connection of its own, the count, 100 rows.
+    const Timing firstPage = measure(runs, [&] {
+        SQLiteDatabase database(databasePath);
+        IndexedHistory history(database, HistoryQuery());
+        history.count();
+        history.pageAfter(std::nullopt, 100);
+    });
+    report("History: open, count and first page of 100", firstPage, "(target <= 50 ms)");
+
+    // Scrolling to the bottom: every page after the first, each one read on the GUI thread.
+    const qint64 memoryBefore = residentKilobytes();
+    QList<CommitRecord> listed;
+    double slowestPage = 0;
+    QElapsedTimer wholeScroll;
+    {
+        SQLiteDatabase database(databasePath);
+        IndexedHistory history(database, HistoryQuery());
+        std::optional<HistoryCursor> cursor;
+        wholeScroll.start();
+        while (true) {
+            QElapsedTimer pageClock;
+            pageClock.start();
+            const HistoryPage page = history.pageAfter(cursor, 100);
+            slowestPage = std::max(slowestPage, double(pageClock.nsecsElapsed()) / 1e6);
+            if (page.commits.isEmpty())
+                break;
+            listed.append(page.commits);
+            cursor = page.end;
+        }
+    }
+    std::printf("%-58s %lld rows in %.0f ms, slowest page %.1f ms\n",
+                "History: every page of 100 to the bottom", qlonglong(listed.size()),
+                double(wholeScroll.elapsed()), slowestPage);
+    std::printf("%-58s %.1f MB (process %.1f MB)\n", "Memory of the whole history listed",
+                double(residentKilobytes() - memoryBefore) / 1024.0,
+                double(residentKilobytes()) / 1024.0);
+
+    // The CLI as a whole, against git answering the same question.
+    const QString cli = QStringLiteral(STRATALOOM_CLI);
+    const QStringList logArguments {QStringLiteral("log"),      repository,
+                                    QStringLiteral("--index-dir"), indexDirectory,
+                                    QStringLiteral("--query"),  query,
+                                    QStringLiteral("--limit"),  QStringLiteral("100")};
+    const Timing cliQuery = measure(runs, [&] { output(cli, logArguments); });
+    report(qPrintable(QStringLiteral("strataloom-cli log --query '%1'").arg(query)), cliQuery,
+           "(target <= 150 ms)");
+    const Timing gitQuery = measure(runs, [&] {
+        output(QStringLiteral("git"),
+               {QStringLiteral("-C"), repository, QStringLiteral("log"), QStringLiteral("--all"),
+                QStringLiteral("--no-merges"), QStringLiteral("-i"), QStringLiteral("-F"),
+                QStringLiteral("--grep=fix"), QStringLiteral("--author=peff"),
+                QStringLiteral("--format=%H"), QStringLiteral("-n"), QStringLiteral("100"),
+                QStringLiteral("--"), QStringLiteral("Documentation/")});
+    });
+    report("git log --all --grep --author -n 100 -- Documentation/ (baseline)", gitQuery);
+
+    // The counts the index must agree on.
+    const auto cliCount = [&](const QStringList &extra) {
+        const QJsonDocument json = QJsonDocument::fromJson(output(
+            cli, QStringList {QStringLiteral("log"), repository, QStringLiteral("--index-dir"),
+                              indexDirectory, QStringLiteral("--limit"), QStringLiteral("0")}
+                + extra));
+        return qint64(json.array().size());
+    };
+    const qint64 all = cliCount({});
+    const qint64 revList = output(QStringLiteral("git"),
+                                  {QStringLiteral("-C"), repository, QStringLiteral("rev-list"),
+                                   QStringLiteral("--all"), QStringLiteral("--count")})
+                               .trimmed()
+                               .toLongLong();
+    std::printf("\nlog --limit 0: %lld commits; git rev-list --all --count: %lld (%s)\n",
+                qlonglong(all), qlonglong(revList), all == revList ? "equal" : "DIFFERENT");
+    const qint64 documentation = cliCount({QStringLiteral("--query"),
+                                           QStringLiteral("path:Documentation/")});
+    const QStringList gitPathLog {QStringLiteral("-C"),          repository,
+                                  QStringLiteral("log"),         QStringLiteral("--all"),
+                                  QStringLiteral("--no-merges"), QStringLiteral("--format=%H")};
+    const qint64 gitDefault = lineCount(output(
+        QStringLiteral("git"),
+        gitPathLog + QStringList {QStringLiteral("--"), QStringLiteral("Documentation/")}));
+    const qint64 gitFull = lineCount(output(
+        QStringLiteral("git"), gitPathLog + QStringList {QStringLiteral("--full-history"),
+                                                         QStringLiteral("--"),
+                                                         QStringLiteral("Documentation/")}));
+    std::printf("log --query 'path:Documentation/': %lld commits; git log --all --no-merges -- "
+                "Documentation/: %lld; with --full-history: %lld\n",
+                qlonglong(documentation), qlonglong(gitDefault), qlonglong(gitFull));
+    return 0;
+}
