@@ -82,7 +82,8 @@ QVariantMap AnalyticsIndexState::snapshotMap() const
 RepositoryIndexingResult indexRepository(const QString &repository,
                                          const std::optional<QString> &baseDirectory,
                                          const CancellationCheck &isCancelled,
-                                         const IndexProgress &progress)
+                                         const IndexProgress &progress,
+                                         const InsightOptions &insightOptions)
 {
     const auto stopIfCancelled = [&] {
         if (isCancelled && isCancelled())
@@ -103,7 +104,7 @@ RepositoryIndexingResult indexRepository(const QString &repository,
     result.importedCommits = synchronization.importedCommits;
     result.snapshot = synchronization.snapshot;
     result.wasUpToDate = synchronization.wasUpToDate;
-    result.insights = insights(index);
+    result.insights = insights(index, insightOptions);
     return result;
 }
 
