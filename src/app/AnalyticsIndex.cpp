@@ -82,7 +82,8 @@ QVariantMap AnalyticsIndexState::snapshotMap() const
 RepositoryIndexingResult indexRepository(const QString &repository,
                                          const std::optional<QString> &baseDirectory,
                                          const CancellationCheck &isCancelled,
-                                         const IndexProgress &progress)
+                                         const IndexProgress &progress,
+                                         const InsightOptions &insightOptions)
 {
     const auto stopIfCancelled = [&] {
         if (isCancelled && isCancelled())
@@ -106,7 +107,7 @@ RepositoryIndexingResult indexRepository(const QString &repository,
     result.snapshot = synchronization.snapshot;
     result.wasUpToDate = synchronization.wasUpToDate;
     result.databasePath = databasePath;
-    result.insights = insights(index);
+    result.insights = insights(index, insightOptions);
     return result;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "insights/InsightOptions.h"
 #include "insights/InsightRecords.h"
 #include "index/RepositoryIndex.h"
 #include "app/ErrorText.h"
@@ -115,8 +116,8 @@ using CancellationCheck = std::function<bool()>;
 /**
  * @brief One index run for the work tree at @p repository: finds the common git directory, opens
  * (or creates) its index under @p baseDirectory (default: the standard index folder), brings it up
- * to date and computes the insights. @p progress is told after every imported commit, on the
- * calling thread.
+ * to date and computes the insights as @p options read them. @p progress is told after every
+ * imported commit, on the calling thread.
  *
  * Blocking; meant for a background thread. Throws SynchronizationCancelled when @p isCancelled
  * answers true, GitError, ProcessLaunchError, SQLiteError or FileSystemError otherwise.
@@ -124,6 +125,8 @@ using CancellationCheck = std::function<bool()>;
 RepositoryIndexingResult indexRepository(const QString &repository,
                                          const std::optional<QString> &baseDirectory,
                                          const CancellationCheck &isCancelled,
-                                         const IndexProgress &progress = {});
+                                         const IndexProgress &progress = {},
+                                         const InsightOptions &options
+                                         = InsightOptions::asRecorded());
 
 } // namespace strataloom

@@ -37,38 +37,85 @@ void AnalyticsIndexController::setIndexBaseDirectory(const QString &directory)
 
 void AnalyticsIndexController::start(const RepositorySummary &repository)
 {
+    m_repositoryPath = repository.path;
+    const InsightOptions options = m_optionStore.load(repository.path);
+    if (options != m_options) {
+        m_options = options;
+        Q_EMIT insightOptionsChanged();
+    }
+    run(false);
+}
+
+void AnalyticsIndexController::setInsightOption(const QString &name, bool on)
+{
+    const InsightOptions options = withInsightOption(m_options, name, on);
+    if (options == m_options)
+        return;
+    m_options = options;
+    Q_EMIT insightOptionsChanged();
+    if (!m_repositoryPath)
+        return;
+    m_optionStore.save(*m_repositoryPath, m_options);
+    // While the first run still builds the index there is nothing to keep showing: it starts
+    // over with the new options.
+    run(m_state.isReady() && m_insights.has_value());
+}
+
+void AnalyticsIndexController::run(bool keepInsights)
+{
     if (m_cancelled)
         m_cancelled->store(true);
-    setState(AnalyticsIndexState::indexing());
-    setInsights(std::nullopt, {});
+    if (keepInsights) {
+        setRecomputing(true);
+    } else {
+        setRecomputing(false);
+        setState(AnalyticsIndexState::indexing());
+        setInsights(std::nullopt, {});
+    }
 
     const auto cancelled = std::make_shared<std::atomic_bool>(false);
     m_cancelled = cancelled;
     const auto progress = std::make_shared<Progress>();
     m_progress = progress;
     m_progressStart = -1;
-    m_progressTimer.start();
+    if (!keepInsights)
+        m_progressTimer.start();
     m_tasks.run(
-        [path = repository.path, base = m_baseDirectory, cancelled, progress] {
+        [path = *m_repositoryPath, base = m_baseDirectory, options = m_options, cancelled,
+         progress] {
             IndexRun run;
             run.result = indexRepository(
                 path, base, [cancelled] { return cancelled->load(); },
                 [progress](qint64 imported, qint64 total) {
                     progress->total.store(total, std::memory_order_relaxed);
                     progress->imported.store(imported, std::memory_order_relaxed);
-                });
+                },
+                options);
             run.insightsValue = toVariantMap(run.result.insights);
             return run;
         },
         [this](const IndexRun &run) {
             m_databasePath = run.result.databasePath;
+            setRecomputing(false);
             setInsights(run.result.insights, run.insightsValue);
             setState(AnalyticsIndexState::ready(run.result.snapshot, run.result.importedCommits));
         },
-        {},
+        [this](const QString &error) {
+            setRecomputing(false);
+            setInsights(std::nullopt, {});
+            setState(AnalyticsIndexState::failed(error));
+        },
         // The run's own identity decides, not the load that started it: a later open that
         // fails starts no run, and the repository still shown must not stay "indexing".
         [this, cancelled] { return !cancelled->load() && m_cancelled == cancelled; });
+}
+
+void AnalyticsIndexController::setRecomputing(bool recomputing)
+{
+    if (m_recomputing == recomputing)
+        return;
+    m_recomputing = recomputing;
+    Q_EMIT recomputingInsightsChanged();
 }
 
 void AnalyticsIndexController::showProgress()

@@ -2,6 +2,7 @@
 
 #include "app/AnalyticsIndex.h"
 #include "app/BackgroundTasks.h"
+#include "app/InsightOptionStore.h"
 #include "git/GitRecords.h"
 
 #include <QElapsedTimer>
@@ -33,6 +34,11 @@ class AnalyticsIndexController : public QObject
     /// Every field of the last successful run's insights as a map, or null.
     Q_PROPERTY(
         QVariant analyticsInsights READ analyticsInsightsValue NOTIFY analyticsInsightsChanged)
+    /// How the insights read the history, remembered per repository: each option by name and
+    /// "asRecorded", true when every correction is off.
+    Q_PROPERTY(QVariantMap insightOptions READ insightOptionsValue NOTIFY insightOptionsChanged)
+    /// True while the insights are computed again for changed options; the last ones stay shown.
+    Q_PROPERTY(bool recomputingInsights READ recomputingInsights NOTIFY recomputingInsightsChanged)
 
 public:
     explicit AnalyticsIndexController(QObject *parent = nullptr);
@@ -45,8 +51,19 @@ public:
      */
     void setIndexBaseDirectory(const QString &directory);
 
-    /// @brief Cancels the running task, clears the insights and indexes @p repository.
+    /// @brief Cancels the running task, clears the insights and indexes @p repository, reading
+    /// it with the options remembered for it.
     void start(const RepositorySummary &repository);
+
+    /**
+     * @brief Switches the option @p name ("asRecorded" switches all of them, see
+     * withInsightOption), remembers the choice for the open repository and computes its
+     * insights again, showing the last ones meanwhile.
+     */
+    Q_INVOKABLE void setInsightOption(const QString &name, bool on);
+    InsightOptions insightOptions() const { return m_options; }
+    QVariantMap insightOptionsValue() const { return insightOptionsMap(m_options); }
+    bool recomputingInsights() const { return m_recomputing; }
 
     AnalyticsIndexState analyticsIndexState() const { return m_state; }
     const std::optional<RepositoryAnalyticsInsights> &analyticsInsights() const
@@ -63,12 +80,17 @@ public:
 Q_SIGNALS:
     void analyticsIndexStateChanged();
     void analyticsInsightsChanged();
+    void insightOptionsChanged();
+    void recomputingInsightsChanged();
 
 private:
     void setState(const AnalyticsIndexState &state);
     void setInsights(const std::optional<RepositoryAnalyticsInsights> &insights,
                      const QVariant &value);
     QVariant analyticsInsightsValue() const { return m_insightsValue; }
+    /// One index run of the open repository; @p keepInsights shows the last ones meanwhile.
+    void run(bool keepInsights);
+    void setRecomputing(bool recomputing);
     void showProgress();
 
     /// What the running import reported last; written on its thread, read on this one.
@@ -82,6 +104,10 @@ private:
     std::optional<QString> m_baseDirectory;
     AnalyticsIndexState m_state;
     std::optional<RepositoryAnalyticsInsights> m_insights;
+    std::optional<QString> m_repositoryPath;
+    InsightOptionStore m_optionStore;
+    InsightOptions m_options;
+    bool m_recomputing = false;
     QVariant m_insightsValue;
     QString m_databasePath;
     /// The current run's identity: set to cancel it; shared with that run's thread.

@@ -66,16 +66,61 @@ Json indexCommand(const QString &repository, const QString &indexDirectory)
     };
 }
 
-RepositoryAnalyticsInsights synchronizedInsights(const QString &repository,
-                                                 const QString &indexDirectory)
+namespace {
+
+// Each flag and the correction it turns off.
+struct InsightFlag
 {
-    SynchronizedIndex synchronized(repository, indexDirectory);
-    return insights(synchronized.index());
+    const char *flag;
+    bool InsightOptions::*option;
+};
+constexpr InsightFlag correctionFlags[] = {
+    {"--no-identities", &InsightOptions::mergeIdentities},
+    {"--no-renames", &InsightOptions::followRenames},
+    {"--show-deleted", &InsightOptions::hideDeletedFiles},
+    {"--include-generated", &InsightOptions::excludeGenerated},
+    {"--include-bots", &InsightOptions::separateBots},
+    {"--include-merges", &InsightOptions::excludeMerges},
+};
+const char asRecordedFlag[] = "--as-recorded";
+
+} // namespace
+
+const QStringList &insightFlags()
+{
+    static const QStringList flags = [] {
+        QStringList list {QString::fromLatin1(asRecordedFlag)};
+        for (const InsightFlag &entry : correctionFlags)
+            list.append(QString::fromLatin1(entry.flag));
+        return list;
+    }();
+    return flags;
 }
 
-Json insightsCommand(const QString &repository, const QString &indexDirectory)
+InsightOptions insightOptions(const QStringList &flags)
 {
-    return insightsReport(synchronizedInsights(repository, indexDirectory));
+    if (flags.contains(QLatin1String(asRecordedFlag)))
+        return InsightOptions::asRecorded();
+    InsightOptions options;
+    for (const InsightFlag &entry : correctionFlags) {
+        if (flags.contains(QLatin1String(entry.flag)))
+            options.*entry.option = false;
+    }
+    return options;
+}
+
+RepositoryAnalyticsInsights synchronizedInsights(const QString &repository,
+                                                 const QString &indexDirectory,
+                                                 const InsightOptions &options)
+{
+    SynchronizedIndex synchronized(repository, indexDirectory);
+    return insights(synchronized.index(), options);
+}
+
+Json insightsCommand(const QString &repository, const QString &indexDirectory,
+                     const InsightOptions &options)
+{
+    return insightsReport(synchronizedInsights(repository, indexDirectory, options), options);
 }
 
 } // namespace strataloom::cli

@@ -2,9 +2,17 @@
 
 namespace strataloom::cli {
 
-Json insightsReport(const RepositoryAnalyticsInsights &insights)
+Json insightsReport(const RepositoryAnalyticsInsights &insights, const InsightOptions &options)
 {
     Json::Object report = std::get<Json::Object>(toJson(insights).value());
+    const auto drop = [&report](const char *key) {
+        std::erase_if(report,
+                      [key](const auto &field) { return field.first == QLatin1String(key); });
+    };
+    if (!options.separateBots)
+        drop("bots");
+    if (!options.mergeIdentities)
+        drop("identities");
     report.emplace_back(QStringLiteral("observations"),
                         Json::array(insightObservations(insights), [](const InsightObservation &o) {
                             return Json(Json::Object {{QStringLiteral("title"), o.title},

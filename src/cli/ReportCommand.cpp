@@ -307,10 +307,12 @@ QString formatReport(const RepositorySummary &summary, const RepositoryAnalytics
     return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
 }
 
-void reportCommand(const QString &repository, const QString &indexDirectory)
+void reportCommand(const QString &repository, const QString &indexDirectory,
+                   const InsightOptions &options)
 {
     const RepositorySummary summary = GitService().loadSummary(repository);
-    const RepositoryAnalyticsInsights insights = synchronizedInsights(repository, indexDirectory);
+    const RepositoryAnalyticsInsights insights
+        = synchronizedInsights(repository, indexDirectory, options);
     const QByteArray text
         = formatReport(summary, insights, terminalReportStyle(), QDateTime::currentDateTimeUtc())
               .toUtf8();

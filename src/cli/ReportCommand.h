@@ -1,6 +1,7 @@
 #pragma once
 
 #include "git/GitRecords.h"
+#include "insights/InsightOptions.h"
 #include "insights/InsightRecords.h"
 
 #include <QDateTime>
@@ -28,6 +29,7 @@ QString formatReport(const RepositorySummary &summary, const RepositoryAnalytics
                      const ReportStyle &style, const QDateTime &now);
 
 /// @brief Synchronises the index like `insights`, then prints the report on standard output.
-void reportCommand(const QString &repository, const QString &indexDirectory);
+void reportCommand(const QString &repository, const QString &indexDirectory,
+                   const InsightOptions &options);
 
 } // namespace strataloom::cli

@@ -49,10 +49,18 @@ Commands:
                                      300; --limit 0: all), those matching Q when given: words
                                      of the message, "a phrase", author:, path:, after: and
                                      before: (YYYY-MM-DD), type:, ref:, merges:no
-  insights <repo> [--index-dir DIR]  synchronise the index, then print the repository's insights
-  report   <repo> [--index-dir DIR]  a readable overview for people: contributors, activity,
+  insights <repo> [--index-dir DIR] [corrections]
+                                     synchronise the index, then print the repository's insights
+  report   <repo> [--index-dir DIR] [corrections]
+                                     a readable overview for people: contributors, activity,
                                      hotspots, technologies, risk signals (synchronises the index)
   scan     [<home>]                  repositories under a home folder (default: your home)
+
+insights and report read the history as people mean it: one person under several names or
+addresses counts once, files keep their history through renames, deleted, generated, vendored
+and lock files and automation accounts stay out of the figures, merges out of the message
+statistics. Each correction can be turned off: --no-identities, --no-renames, --show-deleted,
+--include-generated, --include-bots, --include-merges; --as-recorded turns them all off.
 
 A value that begins with "-" follows "--": everything after "--" is an argument, not an
 option (strataloom-cli search <repo> -- --fixup).
@@ -77,6 +85,7 @@ struct Invocation
     QStringList arguments;
     QHash<QString, int> numbers;
     QHash<QString, QString> texts;
+    QStringList flags;
 
     int number(const QString &option, int fallback) const
     {
@@ -90,6 +99,7 @@ struct Command
     QStringList numberOptions; ///< accepted --options taking a positive integer
     QStringList countOptions; ///< accepted --options taking a whole number, 0 included
     QStringList textOptions; ///< accepted --options taking any text
+    QStringList flagOptions; ///< accepted --options taking no value
     std::function<void(const Invocation &)> run;
 };
 
@@ -191,15 +201,19 @@ const QHash<QString, Command> &commands()
               }}},
         {QStringLiteral("insights"),
          {.textOptions = {indexDir},
+          .flagOptions = cli::insightFlags(),
           .run =
               [indexDir](const Invocation &in) {
-                  printJson(cli::insightsCommand(in.repository, in.texts.value(indexDir)));
+                  printJson(cli::insightsCommand(in.repository, in.texts.value(indexDir),
+                                                 cli::insightOptions(in.flags)));
               }}},
         {QStringLiteral("report"),
          {.textOptions = {indexDir},
+          .flagOptions = cli::insightFlags(),
           .run =
               [indexDir](const Invocation &in) {
-                  cli::reportCommand(in.repository, in.texts.value(indexDir));
+                  cli::reportCommand(in.repository, in.texts.value(indexDir),
+                                     cli::insightOptions(in.flags));
               }}},
         {QStringLiteral("log"),
          {.countOptions = {QStringLiteral("--offset"), limit},
@@ -230,6 +244,10 @@ Invocation parse(const Command &command, const QStringList &words)
         if (word == QLatin1String("--")) {
             positional << words.mid(i + 1);
             break;
+        }
+        if (command.flagOptions.contains(word)) {
+            invocation.flags.append(word);
+            continue;
         }
         if (word.startsWith(QLatin1String("--"))) {
             const bool isCount = command.countOptions.contains(word);

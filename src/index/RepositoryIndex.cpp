@@ -137,8 +137,18 @@ struct SchemaStep
     const char *sql;
 };
 
+// Version 2: each author alias as the repository's mailmap maps it, for the aliases it maps
+// to another name or address. Filled in by the synchronisation (it needs git).
+const char mappedIdentities[] = R"SQL(CREATE TABLE author_identities (
+    alias_id INTEGER PRIMARY KEY REFERENCES author_aliases(id) ON DELETE CASCADE,
+    mapped_name TEXT NOT NULL,
+    mapped_email TEXT NOT NULL
+);
+)SQL";
+
 constexpr SchemaStep schemaSteps[] = {
     {1, schema},
+    {2, mappedIdentities},
     // The history lists read reachable commits newest first, a page at a time, and find an
     // author's commits without reading every commit.
     {4, "CREATE INDEX commits_history_idx ON commits(is_reachable, committer_time, id);\n"
@@ -341,6 +351,25 @@ QHash<QString, bool> RepositoryIndex::storedReachability(const QStringList &shas
         statement.reset();
     }
     return result;
+}
+
+void RepositoryIndex::replaceMappedIdentities(const QList<MappedIdentity> &identities,
+                                              const QString &state, const QString &stateKey)
+{
+    std::lock_guard lock(m_mutex);
+    SQLiteTransaction transaction(*m_database);
+    m_database->execute(QStringLiteral("DELETE FROM author_identities"));
+    SQLiteStatement insert = m_database->statement(QStringLiteral(
+        "INSERT INTO author_identities(alias_id, mapped_name, mapped_email) VALUES(?, ?, ?)"));
+    for (const MappedIdentity &identity : identities) {
+        insert.bind(identity.aliasID, 1);
+        insert.bindText(identity.name, 2);
+        insert.bindText(identity.email, 3);
+        insert.step();
+        insert.reset();
+    }
+    setMetadata(state, stateKey);
+    transaction.commit();
 }
 
 QString RepositoryIndex::timestampText(double secondsSince1970)

@@ -180,6 +180,20 @@ public:
     /// @brief For each of @p shas that is stored: whether it is marked reachable.
     QHash<QString, bool> storedReachability(const QStringList &shas);
 
+    /// @brief An alias as the repository's mailmap maps it (only aliases it changes are kept).
+    struct MappedIdentity
+    {
+        qint64 aliasID = 0;
+        QString name;
+        QString email;
+    };
+    /**
+     * @brief Replaces every row of author_identities by @p identities and stores @p state under
+     * the metadata key @p stateKey, in one transaction.
+     */
+    void replaceMappedIdentities(const QList<MappedIdentity> &identities, const QString &state,
+                                 const QString &stateKey);
+
     /**
      * @brief Runs @p work with the database under the index's lock and returns its result.
      * Meant for read-only queries; statements prepared inside must not escape.

@@ -1,5 +1,6 @@
 #include "index/RepositoryIndexer.h"
 
+#include "index/AuthorMailmap.h"
 #include "index/CommitLogParser.h"
 #include "git/GitProcess.h"
 #include "git/GitService.h"
@@ -318,7 +319,11 @@ RepositorySynchronization RepositoryIndexer::synchronize(const QString &reposito
     // A cancelled run also ends the git it is waiting for, however long that would take.
     const ScopedProcessCancellation cancellation(options.isCancelled);
     try {
-        return synchronizeLocked(repository, options);
+        RepositorySynchronization result = synchronizeLocked(repository, options);
+        // The mailmap may change without any ref moving (an edited .mailmap in the work tree):
+        // its identities are checked on every run, up to date or not.
+        updateAuthorIdentities(m_index, repository);
+        return result;
     } catch (const ProcessCancelled &) {
         throw SynchronizationCancelled();
     }

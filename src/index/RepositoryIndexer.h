@@ -59,7 +59,9 @@ struct SynchronizationOptions
  * cancelled run leaves the index as it was. The daily aggregates are summed again only for the
  * days whose commits changed; only a whole walk rebuilds them. Runs on one index are serialised
  * within the process and, through a lock file beside the database, across processes: a second
- * process waits for the first and then finds the index up to date.
+ * process waits for the first and then finds the index up to date. Every run, up to date or
+ * not, also brings the aliases as the repository's mailmap maps them up to date (AuthorMailmap.h),
+ * since a mailmap may change without any ref moving.
  */
 class RepositoryIndexer
 {

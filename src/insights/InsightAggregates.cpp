@@ -374,7 +374,7 @@ QList<IndexedCommitSizeInsight> largestCommits(SQLiteDatabase &database, const H
         sha.bind(commit.id, 1);
         const QString hash = sha.step() ? sha.columnText(0).value_or(QString()) : QString();
         sha.reset();
-        const auto name = history.authorNames.constFind(history.authorOf(commit));
+        const auto name = history.authorNames.constFind(commit.authorID);
         result.append({hash, history.subjects.at(*it),
                        name == history.authorNames.cend() ? QStringLiteral("Unknown") : *name,
                        dateFromSeconds(commit.time), commit.rows, commit.additions,
@@ -503,8 +503,8 @@ double contributorTrendOf(const History &history, const std::optional<QDateTime>
     QSet<qint64> before;
     QSet<qint64> after;
     for (const CommitRow &commit : history.commits) {
-        if (commit.authorID != noID)
-            (commit.time < middle ? before : after).insert(commit.authorID);
+        if (const qint64 author = history.authorOf(commit); author != noID)
+            (commit.time < middle ? before : after).insert(author);
     }
     if (before.isEmpty())
         return after.isEmpty() ? 0 : 100;
@@ -543,7 +543,8 @@ QList<IndexedNamedCount> emailDomains(const History &history)
 }
 
 
-void summariseSubjects(const PackedTexts &subjects, RepositoryAnalyticsInsights &result)
+void summariseSubjects(const PackedTexts &subjects, RepositoryAnalyticsInsights &result,
+                       const std::vector<bool> &withoutWords)
 {
     qint64 subjectLength = 0;
     QHash<QString, qint64> types;
@@ -563,6 +564,8 @@ void summariseSubjects(const PackedTexts &subjects, RepositoryAnalyticsInsights 
         subjectLength += sqlLength(subject);
         result.shortMessages += sqlLength(sqlTrim(subject)) < 10 ? 1 : 0;
         ++types[commitType(subject)];
+        if (size_t(i) < withoutWords.size() && withoutWords[size_t(i)])
+            continue;
         const char16_t *text = reinterpret_cast<const char16_t *>(subject.constData());
         const qsizetype size = subject.size();
         if (!std::all_of(text, text + size, [](char16_t unit) { return unit < 0x80; })) {

@@ -58,7 +58,9 @@ double contributorTrendOf(const History &history, const std::optional<QDateTime>
 QList<IndexedNamedCount> emailDomains(const History &history);
 /// @brief What the subjects of the reachable commits tell alone: reverts, short messages, the
 /// average length, commit types (and the conventional commits among them), the 15 commonest words.
-void summariseSubjects(const PackedTexts &subjects, RepositoryAnalyticsInsights &result);
+/// The subjects @p withoutWords marks (by position) count for everything but the words.
+void summariseSubjects(const PackedTexts &subjects, RepositoryAnalyticsInsights &result,
+                       const std::vector<bool> &withoutWords = {});
 /// @brief Branches and tags with their tips' times, and their counts.
 void loadRefs(SQLiteDatabase &database, RepositoryAnalyticsInsights &result);
 

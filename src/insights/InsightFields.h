@@ -108,6 +108,14 @@ template<typename Visit> void visitFields(const IndexedNamedCount &record, Visit
     visit("count", record.count);
 }
 
+template<typename Visit> void visitFields(const IndexedIdentityInsight &record, Visit &&visit)
+{
+    visit("name", record.name);
+    visit("names", record.names);
+    visit("emails", record.emails);
+    visit("isBot", record.isBot);
+}
+
 template<typename Visit> void visitFields(const RepositoryAnalyticsInsights &record, Visit &&visit)
 {
     visit("totalCommits", record.totalCommits);
@@ -152,6 +160,8 @@ template<typename Visit> void visitFields(const RepositoryAnalyticsInsights &rec
     visit("tags", record.tags);
     visit("emailDomains", record.emailDomains);
     visit("commonWords", record.commonWords);
+    visit("bots", record.bots);
+    visit("identities", record.identities);
 }
 
 } // namespace strataloom

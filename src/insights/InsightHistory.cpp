@@ -70,11 +70,12 @@ History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &resul
     const ConnectionMutex connection(database);
     History history;
     {
-        SQLiteStatement statement
-            = database.statement(QStringLiteral("SELECT id, author_id, email FROM author_aliases"));
+        SQLiteStatement statement = database.statement(
+            QStringLiteral("SELECT id, author_id, email, name FROM author_aliases"));
         while (statement.step()) {
             history.aliases.insert(statement.columnInt64(0),
-                                   {statement.columnInt64(1), textOr(statement, 2, QString())});
+                                   {statement.columnInt64(1), textOr(statement, 2, QString()),
+                                    textOr(statement, 3, QString())});
         }
     }
     {

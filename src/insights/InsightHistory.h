@@ -39,6 +39,7 @@ struct CommitRow
     qint64 authorID = noID; // through the alias; absent without one
     qint64 time = 0;
     bool isMerge = false;
+    bool byBot = false; // by an automation account kept out of the people figures
     // Over all change rows of the commit.
     qint64 rows = 0;
     qint64 additions = 0;
@@ -49,6 +50,7 @@ struct Alias
 {
     qint64 authorID = 0;
     QString email;
+    QString name;
 };
 
 /// @brief The position of each id of a table read in ascending id order: a flat array over the
@@ -106,8 +108,12 @@ struct History
     std::vector<std::pair<qsizetype, qsizetype>> fileChanges;
     std::vector<std::pair<qint64, qint64>> fileChangeLines; // parallel: additions, deletions
 
-    // The canonical author of a commit: through its alias, absent without one.
-    qint64 authorOf(const CommitRow &commit) const { return commit.authorID; }
+    // The author of a commit as the people figures count it: through its alias, absent without
+    // one and for an automation account kept apart.
+    qint64 authorOf(const CommitRow &commit) const
+    {
+        return commit.byBot ? noID : commit.authorID;
+    }
 };
 
 /// @brief Column @p column's text, or @p fallback when it is NULL.

@@ -24,7 +24,8 @@ struct InsightOptions
     bool excludeGenerated = true;
     /// Automation accounts stay out of bus factor, ownership and contributor trends.
     bool separateBots = true;
-    /// Merge commits stay out of "commits without changes" and the common words.
+    /// Merge commits stay out of "commits without changes" and the common words; a remote's
+    /// symbolic HEAD ("origin/HEAD") is no branch.
     bool excludeMerges = true;
 
     static constexpr InsightOptions asRecorded()
@@ -34,5 +35,16 @@ struct InsightOptions
 
     friend constexpr bool operator==(const InsightOptions &, const InsightOptions &) = default;
 };
+
+/// @brief Calls visit(name, flag) for each option of @p options by its field name, in order.
+template<typename Options, typename Visit> void visitOptions(Options &options, Visit &&visit)
+{
+    visit("mergeIdentities", options.mergeIdentities);
+    visit("followRenames", options.followRenames);
+    visit("hideDeletedFiles", options.hideDeletedFiles);
+    visit("excludeGenerated", options.excludeGenerated);
+    visit("separateBots", options.separateBots);
+    visit("excludeMerges", options.excludeMerges);
+}
 
 } // namespace strataloom

@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -129,6 +130,18 @@ struct IndexedNamedCount
     bool operator==(const IndexedNamedCount &) const = default;
 };
 
+/// @brief One person whose commits record several names or e-mail addresses, or an automation
+/// account.
+struct IndexedIdentityInsight
+{
+    QString name; ///< as the author lists name the person: the mapped name with most commits
+    QStringList names; ///< every name the commits record, sorted
+    QStringList emails; ///< every address the commits record, sorted
+    bool isBot = false;
+
+    bool operator==(const IndexedIdentityInsight &) const = default;
+};
+
 /// @brief Totals, ratios, distributions, top lists and trends over the reachable history.
 struct RepositoryAnalyticsInsights
 {
@@ -174,6 +187,12 @@ struct RepositoryAnalyticsInsights
     QList<IndexedTagInsight> tags; ///< oldest first, unknown targets before all others
     QList<IndexedNamedCount> emailDomains; ///< at most 12
     QList<IndexedNamedCount> commonWords; ///< at most 15
+    /// Automation accounts, most commits first, when they are kept out of the people figures;
+    /// they are then absent from topAuthors.
+    QList<IndexedAuthorInsight> bots;
+    /// People known under more than one name or address, by name; empty unless identities are
+    /// merged.
+    QList<IndexedIdentityInsight> identities;
 
     bool operator==(const RepositoryAnalyticsInsights &) const = default;
 };

@@ -2,8 +2,10 @@
 
 #include "insights/Classifiers.h"
 #include "insights/InsightAggregates.h"
+#include "insights/InsightPeople.h"
 #include "index/RepositoryIndex.h"
 
+#include <algorithm>
 #include <future>
 
 // The insights are defined by aggregate queries over the index. Run one by one, those queries
@@ -16,6 +18,21 @@ namespace strataloom {
 
 using namespace aggregates;
 
+namespace {
+
+// "origin/HEAD" is a remote's symbolic ref naming its default branch, not a branch of its own.
+void dropRemoteHeads(RepositoryAnalyticsInsights &result)
+{
+    const auto isRemoteHead = [](const IndexedBranchInsight &branch) {
+        return branch.isRemote && branch.name.endsWith(QLatin1String("/HEAD"));
+    };
+    result.remoteBranches -= std::count_if(result.branches.cbegin(), result.branches.cend(),
+                                           isRemoteHead);
+    result.branches.removeIf(isRemoteHead);
+}
+
+} // namespace
+
 RepositoryAnalyticsInsights insights(RepositoryIndex &index, const InsightOptions &options)
 {
     return index.read([&options](SQLiteDatabase &database) { return insights(database, options); });
@@ -23,8 +40,6 @@ RepositoryAnalyticsInsights insights(RepositoryIndex &index, const InsightOption
 
 RepositoryAnalyticsInsights insights(SQLiteDatabase &database, const InsightOptions &options)
 {
-    // The corrections are not applied yet: every option reads the history as recorded.
-    (void)options;
     // Reading the tables takes about half the time; what can be computed without the database
     // runs beside it. The subjects (decoded, cut into words, classified) go to a thread of their
     // own as soon as the commits are in, while the change rows are still being read; the
@@ -32,13 +47,26 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database, const InsightOpti
     // everything is in, while the rest is computed here.
     std::future<RepositoryAnalyticsInsights> subjects;
     RepositoryAnalyticsInsights result;
-    const History history = readHistory(database, result, [&subjects](const History &read) {
-        subjects = std::async(std::launch::async, [texts = read.subjects] {
-            RepositoryAnalyticsInsights summary;
-            summariseSubjects(texts, summary);
-            return summary;
-        });
+    const QHash<qint64, std::pair<QString, QString>> mapped
+        = options.mergeIdentities ? readMappedIdentities(database)
+                                  : QHash<qint64, std::pair<QString, QString>>();
+    History history = readHistory(database, result, [&subjects, &options](const History &read) {
+        // A merge's subject is boilerplate ("Merge branch ..."): its words say nothing.
+        std::vector<bool> withoutWords;
+        if (options.excludeMerges) {
+            withoutWords.reserve(read.commits.size());
+            for (const CommitRow &commit : read.commits)
+                withoutWords.push_back(commit.isMerge);
+        }
+        subjects = std::async(std::launch::async,
+                              [texts = read.subjects, withoutWords = std::move(withoutWords)] {
+                                  RepositoryAnalyticsInsights summary;
+                                  summariseSubjects(texts, summary, withoutWords);
+                                  return summary;
+                              });
     });
+    const People people = applyPeople(history, mapped,
+                                      {options.mergeIdentities, options.separateBots});
     std::future<RepositoryAnalyticsInsights> files = std::async(std::launch::async, [&history] {
         RepositoryAnalyticsInsights summary;
         summary.coChanges
@@ -50,13 +78,23 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database, const InsightOpti
         return summary;
     });
     summarise(history, result);
+    if (options.excludeMerges) {
+        // A merge that git shows without changes resolved nothing by hand: it is no empty commit.
+        for (const CommitRow &commit : history.commits)
+            result.commitsWithoutChanges -= commit.isMerge && commit.rows == 0 ? 1 : 0;
+    }
 
     result.topAuthors = topAuthors(history, result.totalCommits);
+    if (options.separateBots)
+        result.bots = botAuthors(history, result.totalCommits);
+    result.identities = people.identities;
+    // Half of the people's commits: automation kept apart owns none of the code.
+    const qint64 peopleCommits = result.totalCommits - people.botCommits;
     qint64 covered = 0;
     for (const IndexedAuthorInsight &author : std::as_const(result.topAuthors)) {
         if (author.commits == 1)
             ++result.oneTimeContributors;
-        if (result.totalCommits > 2 * covered) {
+        if (peopleCommits > 2 * covered) {
             covered += author.commits;
             ++result.busFactor;
         }
@@ -72,6 +110,8 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database, const InsightOpti
 
     result.largestCommits = largestCommits(database, history);
     loadRefs(database, result);
+    if (options.excludeMerges)
+        dropRemoteHeads(result);
     result.emailDomains = emailDomains(history);
 
     result.contributorTrendPercent

@@ -23,6 +23,15 @@ Item {
 
     InsightsPresenter { id: presenter; appModel: screen.appModel }
 
+    InsightOptionsSheet {
+        id: optionsSheet
+        objectName: "insightOptionsSheet"
+        appModel: screen.appModel
+        parent: Overlay.overlay
+        x: parent ? (parent.width - width) / 2 : 0
+        y: 80
+    }
+
     StatePlaceholder {
         objectName: "insightsPlaceholder"
         anchors.fill: parent
@@ -57,12 +66,26 @@ Item {
             width: screen.contentWidth
             spacing: 16
 
-            ScreenHeader {
-                title: "Repository Insights"
-                subtitle: "Evidence from the complete reachable Git history, calculated locally."
-                contentWidth: screen.contentWidth
-                appModel: screen.appModel
-                presenter: presenter
+            RowLayout {
+                Layout.fillWidth: true
+                spacing: 12
+                ScreenHeader {
+                    title: "Repository Insights"
+                    subtitle: "Evidence from the complete reachable Git history, calculated locally."
+                    contentWidth: screen.contentWidth - optionsButton.implicitWidth - 12
+                    appModel: screen.appModel
+                    presenter: presenter
+                }
+                SymbolButton {
+                    id: optionsButton
+                    objectName: "insightOptionsButton"
+                    Layout.alignment: Qt.AlignTop
+                    symbol: "slider.horizontal.3"
+                    text: screen.appModel && screen.appModel.analytics.insightOptions.asRecorded
+                          ? "As recorded" : "Corrections"
+                    toolTip: "How the insights read the history"
+                    onClicked: optionsSheet.open()
+                }
             }
 
             InsightsHeadlineFigures { presenter: presenter; contentWidth: screen.contentWidth }

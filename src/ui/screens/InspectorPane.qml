@@ -22,6 +22,15 @@ Rectangle {
     readonly property var authorDetails: appModel ? appModel.selection.selectedAuthorDetails : null
     readonly property string fileDetailsError: appModel ? appModel.selection.fileDetailsError : ""
     readonly property string authorDetailsError: appModel ? appModel.selection.authorDetailsError : ""
+    // The person the insights know under several names or addresses, when the inspected author
+    // is one of them.
+    readonly property var authorIdentity: {
+        const insights = appModel ? appModel.analytics.analyticsInsights : null
+        const name = author ? author.name : ""
+        if (!insights || !insights.identities || name === "")
+            return null
+        return insights.identities.find(i => i.name === name || i.names.indexOf(name) >= 0) || null
+    }
 
     function paneForSection(section) {
         switch (section) {
@@ -439,6 +448,38 @@ Rectangle {
                                 Layout.fillWidth: true
                                 symbol: "envelope"
                                 symbolColor: Theme.secondaryText
+                                color: Theme.secondaryText
+                                text: modelData
+                            }
+                        }
+                    }
+
+                    ColumnLayout {
+                        objectName: "authorIdentity"
+                        Layout.fillWidth: true
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        visible: !!inspector.authorIdentity
+                        spacing: 4
+                        Label {
+                            Layout.fillWidth: true
+                            text: inspector.authorIdentity
+                                  ? "The insights count one person, " + inspector.authorIdentity.name + ", known as:"
+                                  : ""
+                            color: Theme.secondaryText
+                            font.pixelSize: Theme.fontCaption
+                            wrapMode: Text.WordWrap
+                        }
+                        Repeater {
+                            model: inspector.authorIdentity
+                                   ? inspector.authorIdentity.names.concat(inspector.authorIdentity.emails) : []
+                            delegate: SymbolLabel {
+                                required property string modelData
+                                required property int index
+                                objectName: "authorAlias"
+                                Layout.fillWidth: true
+                                symbol: index < inspector.authorIdentity.names.length ? "person.circle" : "envelope"
+                                symbolColor: Theme.tertiaryText
                                 color: Theme.secondaryText
                                 text: modelData
                             }

@@ -95,6 +95,7 @@ const QHash<QString, QString> &IconTable::table()
         {QStringLiteral("rectangle.grid.2x2"), QStringLiteral("grid_view")},
         {QStringLiteral("scalemass"), QStringLiteral("scale")},
         {QStringLiteral("sidebar.left"), QStringLiteral("view_sidebar")},
+        {QStringLiteral("slider.horizontal.3"), QStringLiteral("tune")},
         {QStringLiteral("sparkles"), QStringLiteral("auto_awesome")},
         {QStringLiteral("speedometer"), QStringLiteral("speed")},
         {QStringLiteral("square.3.layers.3d"), QStringLiteral("layers")},

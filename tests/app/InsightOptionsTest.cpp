@@ -1,0 +1,124 @@
+// The insight options of the window: remembered per repository, switched one by one or all at
+// once, and the insights computed again when they change while the last ones stay shown.
+#include "ModelTestSupport.h"
+
+#include "app/InsightOptionStore.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+
+using namespace strataloom;
+
+namespace {
+
+RepositorySummary summaryAt(const QString &path)
+{
+    RepositorySummary summary;
+    summary.path = path;
+    return summary;
+}
+
+InsightOptions allBut(bool InsightOptions::*option)
+{
+    InsightOptions options;
+    options.*option = false;
+    return options;
+}
+
+} // namespace
+
+class InsightOptionsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void switchesOneOptionOrAllOfThem()
+    {
+        struct Case
+        {
+            const char *what;
+            InsightOptions before;
+            QString name;
+            bool on;
+            InsightOptions after;
+        };
+        const Case cases[] = {
+            {"one off", InsightOptions(), "separateBots", false,
+             allBut(&InsightOptions::separateBots)},
+            {"one on again", allBut(&InsightOptions::excludeMerges), "excludeMerges", true,
+             InsightOptions()},
+            {"all off", allBut(&InsightOptions::followRenames), "asRecorded", true,
+             InsightOptions::asRecorded()},
+            {"all on", InsightOptions::asRecorded(), "asRecorded", false, InsightOptions()},
+            {"unknown", InsightOptions::asRecorded(), "colour", true, InsightOptions::asRecorded()},
+        };
+        for (const Case &row : cases) {
+            QVERIFY2(withInsightOption(row.before, row.name, row.on) == row.after, row.what);
+        }
+        QCOMPARE(insightOptionsMap(InsightOptions::asRecorded()).value("asRecorded").toBool(),
+                 true);
+        QCOMPARE(insightOptionsMap(allBut(&InsightOptions::mergeIdentities))
+                     .value("asRecorded")
+                     .toBool(),
+                 false);
+    }
+
+    void remembersOptionsPerRepository()
+    {
+        QTemporaryDir folder;
+        QSettings settings(folder.filePath("settings.ini"), QSettings::IniFormat);
+        const InsightOptionStore store(&settings);
+        const QString first = folder.filePath("first");
+        const QString second = folder.filePath("second");
+
+        QVERIFY(store.load(first) == InsightOptions());
+        store.save(first, allBut(&InsightOptions::hideDeletedFiles));
+        store.save(second, InsightOptions::asRecorded());
+
+        QVERIFY(store.load(first) == allBut(&InsightOptions::hideDeletedFiles));
+        QVERIFY(store.load(first + "/") == allBut(&InsightOptions::hideDeletedFiles));
+        QVERIFY(store.load(folder.filePath("second/../second")) == InsightOptions::asRecorded());
+        // A value written by an older version without some option leaves that one on.
+        settings.setValue(InsightOptionStore::key(first), QByteArray(R"({"separateBots":false})"));
+        QVERIFY(store.load(first) == allBut(&InsightOptions::separateBots));
+    }
+
+    void changedOptionsComputeTheInsightsAgainAndAreRemembered()
+    {
+        FixtureRepository repository;
+        repository.write("a.txt", "1\n");
+        repository.commit("feat: one", "TJ Holowaychuk", "tj@example.com");
+        repository.write("a.txt", "2\n");
+        repository.commit("fix: two", "Tj Holowaychuk", "TJ@example.com");
+        {
+            AnalyticsIndexController index;
+            index.start(summaryAt(repository.path()));
+            QVERIFY(settle(index));
+            QCOMPARE(index.analyticsInsights()->topAuthors.size(), 1);
+
+            QSignalSpy recomputing(&index, &AnalyticsIndexController::recomputingInsightsChanged);
+            index.setInsightOption("asRecorded", true);
+            // The last insights stay while the new ones are computed.
+            QVERIFY(index.recomputingInsights());
+            QCOMPARE(index.analyticsInsights()->topAuthors.size(), 1);
+            QVERIFY(index.analyticsIndexState().isReady());
+            QVERIFY(settle(index));
+            QVERIFY(!index.recomputingInsights());
+            QCOMPARE(recomputing.count(), 2);
+            QCOMPARE(index.analyticsInsights()->topAuthors.size(), 2);
+            QCOMPARE(index.insightOptions(), InsightOptions::asRecorded());
+        }
+        AnalyticsIndexController reopened;
+        reopened.start(summaryAt(repository.path()));
+        QCOMPARE(reopened.insightOptions(), InsightOptions::asRecorded());
+        QVERIFY(settle(reopened));
+        QCOMPARE(reopened.analyticsInsights()->topAuthors.size(), 2);
+        reopened.setInsightOption("mergeIdentities", true);
+        QVERIFY(settle(reopened));
+        QCOMPARE(reopened.analyticsInsights()->topAuthors.size(), 1);
+        QCOMPARE(reopened.insightOptionsValue().value("mergeIdentities").toBool(), true);
+    }
+};
+
+STRATALOOM_MODEL_TEST_MAIN(InsightOptionsTest)
+#include "InsightOptionsTest.moc"

@@ -1,0 +1,108 @@
+// The corrections of `insights` and `report` on the command line: every flag turns off its own
+// correction, --as-recorded all of them, and the figures as recorded are exactly those of the
+// insights computed without options.
+#include "CliRun.h"
+#include "TestRepository.h"
+#include "cli/IndexCommands.h"
+#include "cli/InsightJson.h"
+#include "git/GitService.h"
+#include "index/RepositoryIndex.h"
+#include "insights/RepositoryInsights.h"
+
+#include <QTemporaryDir>
+
+using namespace strataloom;
+
+namespace {
+
+// Two spellings of one address, a bot and a merge: a history every correction changes.
+void buildHistory(TestRepository &repository)
+{
+    repository.setDateStep(3600);
+    repository.write("a.txt", "1\n");
+    repository.commit("feat: start the widget", "TJ Holowaychuk", "tj@example.com");
+    repository.write("a.txt", "2\n");
+    repository.commit("fix: widget size", "Tj Holowaychuk", "TJ@example.com");
+    repository.git({"checkout", "-q", "-b", "topic"});
+    repository.write("b.txt", "1\n");
+    repository.commit("chore: bump", "dependabot[bot]", "49699333+dependabot[bot]@example.com");
+    repository.git({"checkout", "-q", "main"});
+    repository.write("c.txt", "1\n");
+    repository.commit("docs: readme", "Ada Lovelace", "ada@example.com");
+    repository.git({"merge", "-q", "--no-ff", "-m", "Merge branch topic into main", "topic"});
+}
+
+} // namespace
+
+TEST(InsightFlags, EachFlagTurnsOffItsOwnCorrection)
+{
+    struct Case
+    {
+        QStringList flags;
+        bool InsightOptions::*off; // the one correction turned off; null for none or all
+    };
+    const Case cases[] = {
+        {{}, nullptr},
+        {{"--no-identities"}, &InsightOptions::mergeIdentities},
+        {{"--no-renames"}, &InsightOptions::followRenames},
+        {{"--show-deleted"}, &InsightOptions::hideDeletedFiles},
+        {{"--include-generated"}, &InsightOptions::excludeGenerated},
+        {{"--include-bots"}, &InsightOptions::separateBots},
+        {{"--include-merges"}, &InsightOptions::excludeMerges},
+    };
+    for (const Case &row : cases) {
+        SCOPED_TRACE(row.flags.join(' ').toStdString());
+        InsightOptions expected;
+        if (row.off)
+            expected.*row.off = false;
+        EXPECT_TRUE(cli::insightOptions(row.flags) == expected);
+        EXPECT_TRUE(cli::insightOptions(row.flags + QStringList {"--as-recorded"})
+                    == InsightOptions::asRecorded());
+    }
+}
+
+TEST(InsightFlags, AsRecordedPrintsTheInsightsOfNoOptions)
+{
+    TestRepository repository;
+    buildHistory(repository);
+    QTemporaryDir indexDir;
+
+    const QByteArray recorded = cli::insightsCommand(repository.path(), indexDir.path(),
+                                                     cli::insightOptions({"--as-recorded"}))
+                                    .serialize();
+    RepositoryIndex index(RepositoryIndexLocation::databasePath(
+        GitService().commonDirectory(repository.path()), indexDir.path()));
+    EXPECT_EQ(recorded, cli::insightsReport(insights(index)).serialize());
+    const QByteArray corrected
+        = cli::insightsCommand(repository.path(), indexDir.path(), InsightOptions()).serialize();
+    EXPECT_NE(corrected, recorded);
+}
+
+// Through the program: the flags reach the options, and the fields only corrections fill are
+// printed only with them.
+TEST(InsightFlags, TheProgramTakesTheFlags)
+{
+    TestRepository repository;
+    buildHistory(repository);
+    QTemporaryDir indexDir;
+    const QStringList command {"insights", repository.path(), "--index-dir", indexDir.path()};
+
+    // The merge is by the fixture's own identity: one person more.
+    const QJsonObject corrected = cliObject(command);
+    EXPECT_EQ(corrected.value("topAuthors").toArray().size(), 3);
+    EXPECT_EQ(corrected.value("bots").toArray().size(), 1);
+    EXPECT_EQ(corrected.value("identities").toArray().size(), 1);
+
+    const QJsonObject withBots = cliObject(command + QStringList {"--include-bots"});
+    EXPECT_EQ(withBots.value("topAuthors").toArray().size(), 4);
+    EXPECT_FALSE(withBots.contains("bots"));
+
+    const QJsonObject recorded = cliObject(command + QStringList {"--as-recorded"});
+    EXPECT_EQ(recorded.value("topAuthors").toArray().size(), 5);
+    EXPECT_FALSE(recorded.contains("bots") || recorded.contains("identities"));
+
+    EXPECT_EQ(::cli({"insights", repository.path(), "--no-such-correction"}).status, 2);
+    EXPECT_EQ(
+        ::cli({"report", repository.path(), "--index-dir", indexDir.path(), "--as-recorded"}).status,
+        0);
+}
