@@ -137,8 +137,21 @@ struct SchemaStep
     const char *sql;
 };
 
+// What the newest commit says about each path, which the history alone cannot: whether HEAD
+// holds it, what the repository's attributes mark it as (PathFacts flags) and, for a file
+// without an extension, the interpreter its first line names. Rows for HEAD's paths and for
+// every other indexed path that carries a flag; filled in by the synchronisation.
+const char pathFactsStep[] = R"SQL(CREATE TABLE path_facts (
+    path TEXT PRIMARY KEY,
+    at_head INTEGER NOT NULL DEFAULT 0,
+    attributes INTEGER NOT NULL DEFAULT 0,
+    interpreter TEXT
+) WITHOUT ROWID;
+)SQL";
+
 constexpr SchemaStep schemaSteps[] = {
     {1, schema},
+    {3, pathFactsStep},
 };
 
 constexpr int schemaVersion = std::end(schemaSteps)[-1].version;

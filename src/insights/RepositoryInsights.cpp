@@ -1,6 +1,7 @@
 #include "insights/RepositoryInsights.h"
 
 #include "insights/Classifiers.h"
+#include "insights/FileLineage.h"
 #include "insights/InsightAggregates.h"
 #include "index/RepositoryIndex.h"
 
@@ -32,13 +33,14 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database, const InsightOpti
     // everything is in, while the rest is computed here.
     std::future<RepositoryAnalyticsInsights> subjects;
     RepositoryAnalyticsInsights result;
-    const History history = readHistory(database, result, [&subjects](const History &read) {
+    History history = readHistory(database, result, [&subjects](const History &read) {
         subjects = std::async(std::launch::async, [texts = read.subjects] {
             RepositoryAnalyticsInsights summary;
             summariseSubjects(texts, summary);
             return summary;
         });
     });
+    applyFileOptions(database, history, result, options);
     std::future<RepositoryAnalyticsInsights> files = std::async(std::launch::async, [&history] {
         RepositoryAnalyticsInsights summary;
         summary.coChanges
