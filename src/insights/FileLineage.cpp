@@ -48,7 +48,8 @@ StoredFacts readFacts(SQLiteDatabase &database)
 
 } // namespace
 
-std::vector<bool> followRenames(History &history)
+std::vector<bool> followRenames(History &history,
+                                const std::function<bool(const QString &)> &isAtHead)
 {
     const size_t rowCount = history.fileChanges.size();
     const size_t fileCount = history.fileIDs.size();
@@ -68,6 +69,42 @@ std::vector<bool> followRenames(History &history)
     std::stable_sort(order.begin(), order.end(), [&history](size_t a, size_t b) {
         return history.fileChanges[a].first < history.fileChanges[b].first;
     });
+
+    // A rename hands its old path's history over unless the old path lives on: HEAD still holds
+    // it and it goes on changing more often than the new one (an unrelated history with a file
+    // of the same name, as when a project merged in with its own Makefile moved it aside). The
+    // rename is taken for a copy then. A change or two of the old path on a branch that had not
+    // seen the rename yet does not stop the move, nor do changes under the old name in another
+    // line of history when the old name is gone at HEAD (a subproject merged in under a folder).
+    {
+        std::vector<std::vector<size_t>> positionsOfFile(fileCount);
+        for (size_t k = 0; k < rowCount; ++k)
+            positionsOfFile[size_t(history.fileChanges[order[k]].second)].push_back(k);
+        std::vector<size_t> positionOfRow(rowCount);
+        for (size_t k = 0; k < rowCount; ++k)
+            positionOfRow[order[k]] = k;
+        for (size_t row = 0; row < rowCount; ++row) {
+            const qsizetype source = sourceOfRow[row];
+            if (source < 0)
+                continue;
+            const size_t at = positionOfRow[row];
+            const auto &sourceRows = positionsOfFile[size_t(source)];
+            qsizetype sourceLater = 0;
+            for (auto it = std::upper_bound(sourceRows.begin(), sourceRows.end(), at);
+                 it != sourceRows.end(); ++it) {
+                const char status = history.fileChangeStatus[order[*it]];
+                if (status == 'A' || status == 'a')
+                    break;
+                ++sourceLater;
+            }
+            const auto &targetRows = positionsOfFile[size_t(history.fileChanges[row].second)];
+            const auto targetLater = qsizetype(
+                targetRows.end() - std::upper_bound(targetRows.begin(), targetRows.end(), at));
+            if (sourceLater > targetLater
+                && (!isAtHead || isAtHead(history.filePaths[source])))
+                sourceOfRow[row] = -1;
+        }
+    }
 
     constexpr qint32 none = -1;
     std::vector<qint32> owner(fileCount, none); // the lineage holding each path now
@@ -183,10 +220,13 @@ void applyFileOptions(SQLiteDatabase &database, History &history,
     if (!options.followRenames && !options.hideDeletedFiles && !options.excludeGenerated)
         return;
     const FileClassifier classifier(history.filePaths); // every path, before any regrouping
-    std::vector<bool> holdsPath;
-    if (options.followRenames)
-        holdsPath = followRenames(history);
     const StoredFacts facts = readFacts(database);
+    std::vector<bool> holdsPath;
+    if (options.followRenames) {
+        holdsPath = followRenames(history, [&facts](const QString &path) {
+            return !facts.known || facts.byPath.value(path).atHead;
+        });
+    }
 
     const size_t fileCount = history.fileIDs.size();
     std::vector<bool> excluded(fileCount, false);

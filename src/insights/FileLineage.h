@@ -3,6 +3,8 @@
 #include "insights/InsightHistory.h"
 #include "insights/InsightOptions.h"
 
+#include <functional>
+
 namespace strataloom {
 class SQLiteDatabase;
 }
@@ -21,11 +23,15 @@ namespace strataloom::aggregates {
  * other change there (on a branch that had not seen the rename) still belongs to the lineage
  * that moved. A copy starts a new lineage. Paths never renamed keep one lineage, as before.
  *
+ * A rename is taken for a copy when its old path lives on: it changes more often after the
+ * rename than the new path does, and @p isAtHead (when given) says HEAD still holds it.
+ *
  * Afterwards the file indexes of fileChanges are lineage indexes, filePaths their names and
  * fileIDs 1...n; renameSources is cleared.
  * @return for each lineage, whether it still holds its path (no later lineage took it over)
  */
-std::vector<bool> followRenames(History &history);
+std::vector<bool> followRenames(History &history,
+                                const std::function<bool(const QString &)> &isAtHead = {});
 
 /**
  * @brief Applies the file options of @p options to @p history (read from @p database) and the
