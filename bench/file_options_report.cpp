@@ -61,9 +61,9 @@ void print(const char *title, const RepositoryAnalyticsInsights &result)
     double other = 0;
     for (qsizetype i = 0; i < result.technologies.size(); ++i) {
         const IndexedTechnologyInsight &technology = result.technologies[i];
-        const double share
-            = total > 0 ? 100.0 * double(technology.additions + technology.deletions) / double(total)
-                        : 0;
+        const double share = total > 0
+            ? 100.0 * double(technology.additions + technology.deletions) / double(total)
+            : 0;
         if (technology.name == QLatin1String("Other"))
             other = share;
         if (i < 12)
@@ -79,13 +79,15 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     const QStringList arguments = application.arguments();
     if (arguments.size() < 2) {
-        std::fprintf(stderr, "usage: file_options_report REPOSITORY [--index-dir DIR] [--runs N]\n");
+        std::fprintf(stderr,
+                     "usage: file_options_report REPOSITORY [--index-dir DIR] [--runs N]\n");
         return 2;
     }
     const QString repository = QDir(arguments.at(1)).absolutePath();
-    const QString indexDir
-        = argument(arguments, QStringLiteral("--index-dir"), QStringLiteral("/tmp/file-options-index"));
-    const int runs = std::max(1, argument(arguments, QStringLiteral("--runs"), QStringLiteral("3")).toInt());
+    const QString indexDir = argument(arguments, QStringLiteral("--index-dir"),
+                                      QStringLiteral("/tmp/file-options-index"));
+    const int runs
+        = std::max(1, argument(arguments, QStringLiteral("--runs"), QStringLiteral("3")).toInt());
 
     RepositoryIndex index(RepositoryIndexLocation::databasePath(repository, indexDir));
     RepositoryIndexer(index).synchronize(repository);

@@ -79,8 +79,7 @@ QHash<QString, int> parseAttributes(const QByteArray &output)
 }
 
 // `cat-file --batch` output for the blobs asked, in order: "<object> blob <size>\n<content>\n".
-QHash<QByteArray, QString> interpretersOf(const QString &repository,
-                                          const QList<QByteArray> &blobs)
+QHash<QByteArray, QString> interpretersOf(const QString &repository, const QList<QByteArray> &blobs)
 {
     QHash<QByteArray, QString> interpreters;
     if (blobs.isEmpty())
@@ -121,9 +120,8 @@ QString shebangInterpreter(QByteArrayView firstLine)
     if (!firstLine.startsWith("#!"))
         return {};
     const QList<QByteArray> words = firstLine.sliced(2).toByteArray().simplified().split(' ');
-    const auto baseName = [](const QByteArray &word) {
-        return word.mid(word.lastIndexOf('/') + 1);
-    };
+    const auto baseName
+        = [](const QByteArray &word) { return word.mid(word.lastIndexOf('/') + 1); };
     qsizetype i = 0;
     QByteArray program = words.isEmpty() ? QByteArray() : baseName(words[0]);
     if (program == "env") {
@@ -144,10 +142,10 @@ PathFacts readPathFacts(const QString &repository, const QStringList &indexedPat
                         const QString &knownSource)
 {
     PathFacts result;
-    const ProcessResult head = runGitProcess(
-        repository,
-        {QStringLiteral("rev-parse"), QStringLiteral("-q"), QStringLiteral("--verify"),
-         QStringLiteral("HEAD^{tree}")});
+    const ProcessResult head
+        = runGitProcess(repository,
+                        {QStringLiteral("rev-parse"), QStringLiteral("-q"),
+                         QStringLiteral("--verify"), QStringLiteral("HEAD^{tree}")});
     // An unborn HEAD (a new repository, or a HEAD naming a branch not created yet) holds nothing.
     const QString tree
         = head.exitStatus == 0 ? QString::fromLatin1(head.standardOutput).trimmed() : QString();
@@ -157,10 +155,11 @@ PathFacts readPathFacts(const QString &repository, const QStringList &indexedPat
 
     QList<TreeEntry> entries;
     if (!tree.isEmpty()) {
-        entries = parseTree(runChecked(repository, {QStringLiteral("ls-tree"), QStringLiteral("-r"),
-                                                    QStringLiteral("-z"), QStringLiteral("-l"),
-                                                    QStringLiteral("--full-tree"), tree})
-                                .standardOutput);
+        entries = parseTree(
+            runChecked(repository,
+                       {QStringLiteral("ls-tree"), QStringLiteral("-r"), QStringLiteral("-z"),
+                        QStringLiteral("-l"), QStringLiteral("--full-tree"), tree})
+                .standardOutput);
     }
 
     QSet<QString> atHead;
@@ -180,17 +179,18 @@ PathFacts readPathFacts(const QString &repository, const QStringList &indexedPat
     if (!attributeInput.isEmpty()) {
         attributes = parseAttributes(
             runChecked(repository,
-                       {QStringLiteral("check-attr"), QStringLiteral("-z"), QStringLiteral("--stdin"),
-                        QStringLiteral("--cached"), QStringLiteral("linguist-generated"),
-                        QStringLiteral("linguist-vendored"), QStringLiteral("diff")},
+                       {QStringLiteral("check-attr"), QStringLiteral("-z"),
+                        QStringLiteral("--stdin"), QStringLiteral("--cached"),
+                        QStringLiteral("linguist-generated"), QStringLiteral("linguist-vendored"),
+                        QStringLiteral("diff")},
                        attributeInput)
                 .standardOutput);
     }
     const QHash<QByteArray, QString> interpreters = interpretersOf(repository, blobs);
 
     for (const TreeEntry &entry : std::as_const(entries)) {
-        result.facts.append({entry.path, true, attributes.value(entry.path),
-                             interpreters.value(entry.blob)});
+        result.facts.append(
+            {entry.path, true, attributes.value(entry.path), interpreters.value(entry.blob)});
     }
     for (auto it = attributes.cbegin(); it != attributes.cend(); ++it) {
         if (!atHead.contains(it.key()))

@@ -1,8 +1,8 @@
 #include "insights/FileLineage.h"
 
-#include "insights/FileClassifier.h"
 #include "index/PathFacts.h"
 #include "index/SQLite.h"
+#include "insights/FileClassifier.h"
 
 #include <QHash>
 
@@ -30,8 +30,8 @@ StoredFacts readFacts(SQLiteDatabase &database)
 {
     StoredFacts facts;
     {
-        SQLiteStatement source = database.statement(QStringLiteral(
-            "SELECT value FROM index_metadata WHERE key = 'path_facts_source'"));
+        SQLiteStatement source = database.statement(
+            QStringLiteral("SELECT value FROM index_metadata WHERE key = 'path_facts_source'"));
         facts.known = source.step() && !source.columnText(0).value_or(QString()).isEmpty();
     }
     if (!facts.known)
@@ -100,8 +100,7 @@ std::vector<bool> followRenames(History &history,
             const auto &targetRows = positionsOfFile[size_t(history.fileChanges[row].second)];
             const auto targetLater = qsizetype(
                 targetRows.end() - std::upper_bound(targetRows.begin(), targetRows.end(), at));
-            if (sourceLater > targetLater
-                && (!isAtHead || isAtHead(history.filePaths[source])))
+            if (sourceLater > targetLater && (!isAtHead || isAtHead(history.filePaths[source])))
                 sourceOfRow[row] = -1;
         }
     }
