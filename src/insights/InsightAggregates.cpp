@@ -152,19 +152,19 @@ std::vector<FileTotals> fileTotals(const History &history)
     std::vector<FileTotals> files(fileCount);
     std::vector<std::pair<qsizetype, qint64>> fileAuthors;
     fileAuthors.reserve(history.fileChanges.size());
-    history.forEachFileChange([&](qsizetype commitIndex, qsizetype fileIndex, qint64 additions,
-                                  qint64 deletions) {
-        const CommitRow &commit = history.commits[commitIndex];
-        FileTotals &file = files[fileIndex];
-        ++file.changes; // one row per commit and file
-        file.additions += additions;
-        file.deletions += deletions;
-        file.firstTime = std::min(file.firstTime, commit.time);
-        file.lastTime = std::max(file.lastTime, commit.time);
-        const qint64 authorID = history.authorOf(commit);
-        if (authorID != noID)
-            fileAuthors.emplace_back(fileIndex, authorID);
-    });
+    history.forEachFileChange(
+        [&](qsizetype commitIndex, qsizetype fileIndex, qint64 additions, qint64 deletions) {
+            const CommitRow &commit = history.commits[commitIndex];
+            FileTotals &file = files[fileIndex];
+            ++file.changes; // one row per commit and file
+            file.additions += additions;
+            file.deletions += deletions;
+            file.firstTime = std::min(file.firstTime, commit.time);
+            file.lastTime = std::max(file.lastTime, commit.time);
+            const qint64 authorID = history.authorOf(commit);
+            if (authorID != noID)
+                fileAuthors.emplace_back(fileIndex, authorID);
+        });
     const std::vector<qint64> authors = distinctCounts(fileAuthors, fileCount);
     for (qsizetype i = 0; i < fileCount; ++i)
         files[i].authors = authors[i];
@@ -213,16 +213,16 @@ QList<IndexedDirectoryInsight> directories(const History &history)
     std::vector<std::pair<qsizetype, qint64>> directoryAuthors;
     directoryCommits.reserve(history.fileChanges.size());
     directoryAuthors.reserve(history.fileChanges.size());
-    history.forEachFileChange([&](qsizetype commitIndex, qsizetype fileIndex, qint64 additions,
-                                  qint64 deletions) {
-        const qsizetype directory = directoryOfFile[fileIndex];
-        totals[directory].additions += additions;
-        totals[directory].deletions += deletions;
-        directoryCommits.emplace_back(directory, qint64(commitIndex));
-        const qint64 authorID = history.authorOf(history.commits[commitIndex]);
-        if (authorID != noID)
-            directoryAuthors.emplace_back(directory, authorID);
-    });
+    history.forEachFileChange(
+        [&](qsizetype commitIndex, qsizetype fileIndex, qint64 additions, qint64 deletions) {
+            const qsizetype directory = directoryOfFile[fileIndex];
+            totals[directory].additions += additions;
+            totals[directory].deletions += deletions;
+            directoryCommits.emplace_back(directory, qint64(commitIndex));
+            const qint64 authorID = history.authorOf(history.commits[commitIndex]);
+            if (authorID != noID)
+                directoryAuthors.emplace_back(directory, authorID);
+        });
     const std::vector<qint64> commits = distinctCounts(directoryCommits, names.size());
     const std::vector<qint64> authors = distinctCounts(directoryAuthors, names.size());
     std::vector<IndexedDirectoryInsight> changed;

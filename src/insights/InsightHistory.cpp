@@ -138,9 +138,9 @@ History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &resul
     {
         // Columns are read through the C interface: one text per row would be 400,000
         // allocations for a status of which only the first letter matters.
-        SQLiteStatement statement
-            = database.statement(QStringLiteral("SELECT commit_id, file_id, status, additions, "
-                                                "deletions, is_binary, old_path FROM commit_files"));
+        SQLiteStatement statement = database.statement(
+            QStringLiteral("SELECT commit_id, file_id, status, additions, "
+                           "deletions, is_binary, old_path FROM commit_files"));
         sqlite3_stmt *row = statement.handle();
         std::vector<bool> binaryFiles;
         QSet<qint64> binaryUnknownFiles; // changes of files no longer in the files table

@@ -128,7 +128,8 @@ TEST(FileOptions, RenamedTwiceThenDeleted)
         QStringList hotspots;
         QStringList coupling;
     } cases[] = {
-        {"as recorded", InsightOptions::asRecorded(),
+        {"as recorded",
+         InsightOptions::asRecorded(),
          {"a.c:2", "b.c:2", "c.c:3", "keep.h:6"},
          {"a.c+keep.h", "b.c+keep.h", "c.c+keep.h"}},
         {"lineage shown", only(true, false, false), {"c.c:7", "keep.h:6"}, {"c.c+keep.h"}},
@@ -203,7 +204,8 @@ TEST(FileOptions, ShebangNamesTheLanguageOfScriptsAtHead)
         {"Other", 4 + 4 + 1},
     };
     for (const auto &row : expected)
-        EXPECT_EQ(churnOf(result, QString::fromLatin1(row.technology)), row.churn) << row.technology;
+        EXPECT_EQ(churnOf(result, QString::fromLatin1(row.technology)), row.churn)
+            << row.technology;
     EXPECT_EQ(churnOf(insights(fixture.synchronized()), QStringLiteral("Other")), 2 + 3 + 8 + 1);
 }
 
@@ -249,8 +251,8 @@ TEST(FileOptions, AsRecordedIsWhatTheQueriesRecord)
 TEST(FileClassifier, ExcludesLockVendoredMinifiedAndBuiltFiles)
 {
     const FileClassifier classifier({"configure.ac", "configure", "sub/configure", "man/tool.md",
-                                     "man/tool.1", "man/tool.html", "man/other.1",
-                                     "Makefile.am", "Makefile.in", "lib/Makefile.in"});
+                                     "man/tool.1", "man/tool.html", "man/other.1", "Makefile.am",
+                                     "Makefile.in", "lib/Makefile.in"});
     const struct
     {
         const char *path;
