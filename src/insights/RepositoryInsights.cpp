@@ -1,9 +1,9 @@
 #include "insights/RepositoryInsights.h"
 
-#include "index/RepositoryIndex.h"
 #include "insights/Classifiers.h"
 #include "insights/FileLineage.h"
 #include "insights/InsightAggregates.h"
+#include "index/RepositoryIndex.h"
 
 #include <future>
 
