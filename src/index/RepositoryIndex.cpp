@@ -146,9 +146,22 @@ const char mappedIdentities[] = R"SQL(CREATE TABLE author_identities (
 );
 )SQL";
 
+// What the newest commit says about each path, which the history alone cannot: whether HEAD
+// holds it, what the repository's attributes mark it as (PathFacts flags) and, for a file
+// without an extension, the interpreter its first line names. Rows for HEAD's paths and for
+// every other indexed path that carries a flag; filled in by the synchronisation.
+const char pathFactsStep[] = R"SQL(CREATE TABLE path_facts (
+    path TEXT PRIMARY KEY,
+    at_head INTEGER NOT NULL DEFAULT 0,
+    attributes INTEGER NOT NULL DEFAULT 0,
+    interpreter TEXT
+) WITHOUT ROWID;
+)SQL";
+
 constexpr SchemaStep schemaSteps[] = {
     {1, schema},
     {2, mappedIdentities},
+    {3, pathFactsStep},
     // The history lists read reachable commits newest first, a page at a time, and find an
     // author's commits without reading every commit.
     {4, "CREATE INDEX commits_history_idx ON commits(is_reachable, committer_time, id);\n"

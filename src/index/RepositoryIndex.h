@@ -1,5 +1,6 @@
 #pragma once
 
+#include "index/PathFacts.h"
 #include "index/SQLite.h"
 
 #include <QDateTime>
@@ -174,6 +175,16 @@ public:
      */
     RepositoryIndexSnapshot apply(const RepositoryIndexBatch &batch,
                                   const CommitSource &moreCommits);
+
+    /// @brief Every path the files table knows, in id order.
+    QStringList indexedPaths();
+    /// @brief Replaces path_facts with @p facts in one transaction and records their source.
+    void replacePathFacts(const PathFacts &facts);
+    /// @brief The source of the stored path_facts; empty when they were never read or are to
+    /// be read again.
+    QString pathFactsSource();
+    /// @brief Asks the next synchronisation to read path_facts again.
+    void invalidatePathFacts();
 
     /// @brief The hashes of every stored commit, reachable or not.
     QSet<QString> storedCommitHashes();

@@ -6,6 +6,7 @@
 #include "git/GitService.h"
 #include "index/IndexFileLock.h"
 #include "index/ParallelCommitLog.h"
+#include "index/PathFacts.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -348,13 +349,27 @@ RepositoryIndexer::synchronizeLocked(const QString &repository,
         m_index.setMetadata(state.graph, graphKey);
         m_index.setMetadata(state.tips.join(QLatin1Char('\n')), tipsKey);
     };
+    // What HEAD's tree says about the paths follows HEAD and the paths known: read again when
+    // either changed, or when no facts are stored (an index that just gained the table).
+    const auto refreshPathFacts = [&](bool onlyWhenMissing) {
+        if (m_index.isReadOnly())
+            return;
+        const QString stored = m_index.pathFactsSource();
+        if (onlyWhenMissing && !stored.isEmpty())
+            return;
+        PathFacts facts = readPathFacts(repository, m_index.indexedPaths(), stored);
+        if (facts.source != stored)
+            m_index.replacePathFacts(facts);
+    };
     const auto upToDate = [&] {
         return RepositorySynchronization {0, m_index.snapshot(), true, storedUnreadable,
                                           m_index.takeNotice()};
     };
     if (storedFingerprint && *storedFingerprint == newFingerprint
-        && m_index.metadata(stateKey) == now.state)
+        && m_index.metadata(stateKey) == now.state) {
+        refreshPathFacts(true);
         return upToDate();
+    }
 
     RepositoryIndexBatch batch;
     batch.refs = now.refs;
@@ -379,6 +394,7 @@ RepositoryIndexer::synchronizeLocked(const QString &repository,
             && batch.becameUnreachable.isEmpty() && *storedFingerprint == newFingerprint) {
             // Only a HEAD or another unlisted ref moved, within the stored history.
             rememberState(now);
+            refreshPathFacts(false);
             return upToDate();
         }
     } else {
@@ -404,6 +420,7 @@ RepositoryIndexer::synchronizeLocked(const QString &repository,
         if (storedFingerprint && *storedFingerprint == newFingerprint
             && missingOldestFirst.isEmpty() && !graphChanged) {
             rememberState(now);
+            refreshPathFacts(false);
             return upToDate();
         }
     }
@@ -419,7 +436,12 @@ RepositoryIndexer::synchronizeLocked(const QString &repository,
         rememberState(now);
     };
 
+    // Stale facts are dropped first, so that a run that fails after writing the history leaves
+    // them to be read again.
+    if (!m_index.isReadOnly())
+        m_index.invalidatePathFacts();
     const RepositoryIndexSnapshot snapshot = m_index.apply(batch, importMissing);
+    refreshPathFacts(false);
     return {imported, snapshot, false, storedUnreadable + unreadable, m_index.takeNotice()};
 }
 

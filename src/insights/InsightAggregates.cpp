@@ -152,19 +152,19 @@ std::vector<FileTotals> fileTotals(const History &history)
     std::vector<FileTotals> files(fileCount);
     std::vector<std::pair<qsizetype, qint64>> fileAuthors;
     fileAuthors.reserve(history.fileChanges.size());
-    for (size_t i = 0; i < history.fileChanges.size(); ++i) {
-        const auto [commitIndex, fileIndex] = history.fileChanges[i];
-        const CommitRow &commit = history.commits[commitIndex];
-        FileTotals &file = files[fileIndex];
-        ++file.changes; // one row per commit and file
-        file.additions += history.fileChangeLines[i].first;
-        file.deletions += history.fileChangeLines[i].second;
-        file.firstTime = std::min(file.firstTime, commit.time);
-        file.lastTime = std::max(file.lastTime, commit.time);
-        const qint64 authorID = history.authorOf(commit);
-        if (authorID != noID)
-            fileAuthors.emplace_back(fileIndex, authorID);
-    }
+    history.forEachFileChange(
+        [&](qsizetype commitIndex, qsizetype fileIndex, qint64 additions, qint64 deletions) {
+            const CommitRow &commit = history.commits[commitIndex];
+            FileTotals &file = files[fileIndex];
+            ++file.changes; // one row per commit and file
+            file.additions += additions;
+            file.deletions += deletions;
+            file.firstTime = std::min(file.firstTime, commit.time);
+            file.lastTime = std::max(file.lastTime, commit.time);
+            const qint64 authorID = history.authorOf(commit);
+            if (authorID != noID)
+                fileAuthors.emplace_back(fileIndex, authorID);
+        });
     const std::vector<qint64> authors = distinctCounts(fileAuthors, fileCount);
     for (qsizetype i = 0; i < fileCount; ++i)
         files[i].authors = authors[i];
@@ -177,7 +177,7 @@ QList<IndexedFileInsight> hotspots(const History &history, const std::vector<Fil
     std::vector<IndexedFileInsight> changed;
     for (size_t i = 0; i < files.size(); ++i) {
         const FileTotals &file = files[i];
-        if (file.changes == 0)
+        if (file.changes == 0 || history.isRankedOut(qsizetype(i)))
             continue;
         changed.push_back({history.filePaths[qsizetype(i)], file.changes, file.authors,
                            file.additions, file.deletions, dateFromSeconds(file.firstTime),
@@ -213,16 +213,16 @@ QList<IndexedDirectoryInsight> directories(const History &history)
     std::vector<std::pair<qsizetype, qint64>> directoryAuthors;
     directoryCommits.reserve(history.fileChanges.size());
     directoryAuthors.reserve(history.fileChanges.size());
-    for (size_t i = 0; i < history.fileChanges.size(); ++i) {
-        const auto [commitIndex, fileIndex] = history.fileChanges[i];
-        const qsizetype directory = directoryOfFile[fileIndex];
-        totals[directory].additions += history.fileChangeLines[i].first;
-        totals[directory].deletions += history.fileChangeLines[i].second;
-        directoryCommits.emplace_back(directory, qint64(commitIndex));
-        const qint64 authorID = history.authorOf(history.commits[commitIndex]);
-        if (authorID != noID)
-            directoryAuthors.emplace_back(directory, authorID);
-    }
+    history.forEachFileChange(
+        [&](qsizetype commitIndex, qsizetype fileIndex, qint64 additions, qint64 deletions) {
+            const qsizetype directory = directoryOfFile[fileIndex];
+            totals[directory].additions += additions;
+            totals[directory].deletions += deletions;
+            directoryCommits.emplace_back(directory, qint64(commitIndex));
+            const qint64 authorID = history.authorOf(history.commits[commitIndex]);
+            if (authorID != noID)
+                directoryAuthors.emplace_back(directory, authorID);
+        });
     const std::vector<qint64> commits = distinctCounts(directoryCommits, names.size());
     const std::vector<qint64> authors = distinctCounts(directoryAuthors, names.size());
     std::vector<IndexedDirectoryInsight> changed;
@@ -246,7 +246,9 @@ QList<IndexedTechnologyInsight> technologies(const History &history,
         const FileTotals &file = files[i];
         if (file.changes == 0)
             continue;
-        const QString name = technology(history.filePaths[qsizetype(i)]);
+        const QString name = history.fileTechnologies.isEmpty()
+            ? technology(history.filePaths[qsizetype(i)])
+            : history.fileTechnologies[qsizetype(i)];
         IndexedTechnologyInsight &entry = totals[name];
         entry.name = name;
         entry.files += 1;

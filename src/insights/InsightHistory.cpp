@@ -139,14 +139,15 @@ History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &resul
     {
         // Columns are read through the C interface: one text per row would be 400,000
         // allocations for a status of which only the first letter matters.
-        SQLiteStatement statement
-            = database.statement(QStringLiteral("SELECT commit_id, file_id, status, additions, "
-                                                "deletions, is_binary FROM commit_files"));
+        SQLiteStatement statement = database.statement(
+            QStringLiteral("SELECT commit_id, file_id, status, additions, "
+                           "deletions, is_binary, old_path FROM commit_files"));
         sqlite3_stmt *row = statement.handle();
         std::vector<bool> binaryFiles;
         QSet<qint64> binaryUnknownFiles; // changes of files no longer in the files table
         history.fileChanges.reserve(history.commits.size() * 4);
         history.fileChangeLines.reserve(history.commits.size() * 4);
+        history.fileChangeStatus.reserve(history.commits.size() * 4);
         while (statement.step()) {
             const qsizetype commit = history.commitIndex.find(sqlite3_column_int64(row, 0));
             if (commit < 0)
@@ -176,6 +177,14 @@ History readHistory(SQLiteDatabase &database, RepositoryAnalyticsInsights &resul
             if (file >= 0) {
                 history.fileChanges.emplace_back(commit, file);
                 history.fileChangeLines.emplace_back(additions, deletions);
+                history.fileChangeStatus.push_back(char(letter));
+                if (sqlite3_column_type(row, 6) != SQLITE_NULL) {
+                    history.renameSources.emplace_back(
+                        history.fileChanges.size() - 1,
+                        QString::fromUtf8(
+                            reinterpret_cast<const char *>(sqlite3_column_text(row, 6)),
+                            sqlite3_column_bytes(row, 6)));
+                }
                 if (binary) {
                     if (binaryFiles.empty())
                         binaryFiles.resize(history.fileIDs.size());

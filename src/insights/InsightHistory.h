@@ -114,6 +114,35 @@ struct History
     {
         return commit.byBot ? noID : commit.authorID;
     }
+
+    // What the file options (FileOptions.h) read and leave behind.
+    // The status letter of each change row ('A', 'M', 'D', 'R', ...), parallel to fileChanges,
+    // and the old path of each rename or copy row, by row.
+    std::vector<char> fileChangeStatus;
+    std::vector<std::pair<size_t, QString>> renameSources;
+    // Rows of files kept out of the file rankings (hotspots, coupling) but still counted in the
+    // files' totals, technologies and directories: files deleted at the newest commit.
+    std::vector<std::pair<qsizetype, qsizetype>> rankedOutChanges;
+    std::vector<std::pair<qint64, qint64>> rankedOutChangeLines; // parallel
+    std::vector<bool> rankedOutFiles; // by file index; empty when none is
+    // The technology of each file by file index; empty: today's classifier on its path.
+    QStringList fileTechnologies;
+
+    bool isRankedOut(qsizetype file) const
+    {
+        return !rankedOutFiles.empty() && rankedOutFiles[size_t(file)];
+    }
+    // Calls @p visit(commit index, file index, additions, deletions) for every change row the
+    // files' totals count: fileChanges, then rankedOutChanges.
+    template<typename Visit> void forEachFileChange(Visit &&visit) const
+    {
+        for (size_t i = 0; i < fileChanges.size(); ++i)
+            visit(fileChanges[i].first, fileChanges[i].second, fileChangeLines[i].first,
+                  fileChangeLines[i].second);
+        for (size_t i = 0; i < rankedOutChanges.size(); ++i)
+            visit(rankedOutChanges[i].first, rankedOutChanges[i].second,
+                  rankedOutChangeLines[i].first, rankedOutChangeLines[i].second);
+    }
 };
 
 /// @brief Column @p column's text, or @p fallback when it is NULL.

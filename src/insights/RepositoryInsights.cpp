@@ -1,6 +1,7 @@
 #include "insights/RepositoryInsights.h"
 
 #include "insights/Classifiers.h"
+#include "insights/FileLineage.h"
 #include "insights/InsightAggregates.h"
 #include "insights/InsightPeople.h"
 #include "index/RepositoryIndex.h"
@@ -67,6 +68,7 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database, const InsightOpti
     });
     const People people = applyPeople(history, mapped,
                                       {options.mergeIdentities, options.separateBots});
+    applyFileOptions(database, history, result, options);
     std::future<RepositoryAnalyticsInsights> files = std::async(std::launch::async, [&history] {
         RepositoryAnalyticsInsights summary;
         summary.coChanges
