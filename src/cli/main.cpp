@@ -45,7 +45,9 @@ Commands:
   index    <repo> [--index-dir DIR]  bring the repository's analytics index up to date
   insights <repo> [--index-dir DIR]  synchronise the index, then print the repository's insights
   report   <repo> [--index-dir DIR]  a readable overview for people: contributors, activity,
-                                     hotspots, technologies, risk signals (synchronises the index)
+           [--html FILE]             hotspots, technologies, risk signals (synchronises the index);
+                                     --html writes the whole report as one HTML page to FILE
+                                     (- for standard output)
   scan     [<home>]                  repositories under a home folder (default: your home)
 
 A value that begins with "-" follows "--": everything after "--" is an argument, not an
@@ -93,6 +95,7 @@ void printJson(const Json &json)
 }
 
 const QString formatOption = QStringLiteral("--format");
+const QString htmlOption = QStringLiteral("--html");
 
 // A list command's records as JSON, or as CSV for spreadsheets (--format csv).
 template<typename Record> void printList(const Invocation &in, const QList<Record> &records)
@@ -189,10 +192,11 @@ const QHash<QString, Command> &commands()
                   printJson(cli::insightsCommand(in.repository, in.texts.value(indexDir)));
               }}},
         {QStringLiteral("report"),
-         {.textOptions = {indexDir},
+         {.textOptions = {indexDir, htmlOption},
           .run =
               [indexDir](const Invocation &in) {
-                  cli::reportCommand(in.repository, in.texts.value(indexDir));
+                  cli::reportCommand(in.repository, in.texts.value(indexDir),
+                                     in.texts.value(htmlOption));
               }}},
         {QStringLiteral("index"),
          {.textOptions = {indexDir},
