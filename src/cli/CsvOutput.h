@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/CsvTable.h"
 #include "git/GitRecordFields.h"
 
 #include <QByteArray>
@@ -13,13 +14,8 @@
 
 namespace strataloom::cli {
 
-/**
- * @brief One CSV cell of a text (RFC 4180): quoted when it holds a comma, a quote or a line
- * break, quotes doubled. A text a spreadsheet would take for a formula (it begins with =, +, -,
- * @, a tab or a carriage return) gets a leading apostrophe: a commit subject written by someone
- * else must never run as a formula in the reader's spreadsheet.
- */
-QString csvText(const QString &text);
+// The cell rules are the application's, so that the window's exports read the same.
+using strataloom::csvText;
 
 /// @brief A field's value as a CSV cell: dates as ISO-8601 UTC with seconds, absent values and
 /// invalid dates empty, flags as true/false, lists of texts joined with "; ".

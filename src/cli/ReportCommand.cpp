@@ -1,7 +1,9 @@
 #include "cli/ReportCommand.h"
 
+#include "app/FileExport.h"
 #include "cli/IndexCommands.h"
 #include "git/GitService.h"
+#include "insights/HtmlReport.h"
 #include "insights/InsightPresentation.h"
 
 #include <QHash>
@@ -308,14 +310,19 @@ QString formatReport(const RepositorySummary &summary, const RepositoryAnalytics
 }
 
 void reportCommand(const QString &repository, const QString &indexDirectory,
-                   const InsightOptions &options)
+                   const InsightOptions &options, const QString &htmlFile)
 {
     const RepositorySummary summary = GitService().loadSummary(repository);
     const RepositoryAnalyticsInsights insights
         = synchronizedInsights(repository, indexDirectory, options);
-    const QByteArray text
-        = formatReport(summary, insights, terminalReportStyle(), QDateTime::currentDateTimeUtc())
-              .toUtf8();
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    if (!htmlFile.isEmpty() && htmlFile != QLatin1String("-")) {
+        writeExportFile(htmlFile, htmlReport(summary, insights, now).toUtf8());
+        return;
+    }
+    const QByteArray text = htmlFile.isEmpty()
+        ? formatReport(summary, insights, terminalReportStyle(), now).toUtf8()
+        : htmlReport(summary, insights, now).toUtf8();
     std::fwrite(text.constData(), 1, text.size(), stdout);
 }
 

@@ -28,8 +28,11 @@ ReportStyle terminalReportStyle();
 QString formatReport(const RepositorySummary &summary, const RepositoryAnalyticsInsights &insights,
                      const ReportStyle &style, const QDateTime &now);
 
-/// @brief Synchronises the index like `insights`, then prints the report on standard output.
+/**
+ * @brief Synchronises the index like `insights`, then prints the report on standard output, or
+ * with @p htmlFile writes it as one HTML page there instead ("-": standard output).
+ */
 void reportCommand(const QString &repository, const QString &indexDirectory,
-                   const InsightOptions &options);
+                   const InsightOptions &options, const QString &htmlFile = {});
 
 } // namespace strataloom::cli

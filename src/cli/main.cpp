@@ -51,9 +51,11 @@ Commands:
                                      before: (YYYY-MM-DD), type:, ref:, merges:no
   insights <repo> [--index-dir DIR] [corrections]
                                      synchronise the index, then print the repository's insights
-  report   <repo> [--index-dir DIR] [corrections]
+  report   <repo> [--index-dir DIR] [corrections] [--html FILE]
                                      a readable overview for people: contributors, activity,
-                                     hotspots, technologies, risk signals (synchronises the index)
+                                     hotspots, technologies, risk signals (synchronises the index);
+                                     --html writes the whole report as one HTML page to FILE
+                                     (- for standard output)
   scan     [<home>]                  repositories under a home folder (default: your home)
 
 insights and report read the history as people mean it: one person under several names or
@@ -110,6 +112,7 @@ void printJson(const Json &json)
 }
 
 const QString formatOption = QStringLiteral("--format");
+const QString htmlOption = QStringLiteral("--html");
 
 // A list command's records as JSON, or as CSV for spreadsheets (--format csv).
 template<typename Record> void printList(const Invocation &in, const QList<Record> &records)
@@ -208,12 +211,12 @@ const QHash<QString, Command> &commands()
                                                  cli::insightOptions(in.flags)));
               }}},
         {QStringLiteral("report"),
-         {.textOptions = {indexDir},
+         {.textOptions = {indexDir, htmlOption},
           .flagOptions = cli::insightFlags(),
           .run =
               [indexDir](const Invocation &in) {
                   cli::reportCommand(in.repository, in.texts.value(indexDir),
-                                     cli::insightOptions(in.flags));
+                                     cli::insightOptions(in.flags), in.texts.value(htmlOption));
               }}},
         {QStringLiteral("log"),
          {.countOptions = {QStringLiteral("--offset"), limit},
