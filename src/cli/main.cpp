@@ -1,15 +1,17 @@
 // strataloom-cli: every question the application asks of a repository, answered as JSON.
-#include "git/GitService.h"
 #include "app/ErrorText.h"
 #include "cli/CsvOutput.h"
+#include "cli/GraphCommand.h"
 #include "cli/IndexCommands.h"
-#include "cli/ReportCommand.h"
 #include "cli/JsonOutput.h"
+#include "cli/ReportCommand.h"
 #include "cli/ScanCommand.h"
+#include "git/GitService.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QHash>
+#include <QSet>
 
 #include <csignal>
 #include <cstdio>
@@ -32,6 +34,9 @@ Commands:
   summary  <repo>                    repository summary
   commits  <repo> [--limit N]        latest commits of the current branch (default 300)
   graph    <repo> [--limit N]        commit graph of all refs (default 500)
+           [--from-index [--index-dir DIR]]
+                                     the same, laid out from the index as it stands
+                                     (no synchronisation; run index first)
   search   <repo> <query>            commits whose message matches query
   branches <repo>                    local and remote-tracking branches
   tags     <repo>                    tags, newest first
@@ -71,6 +76,7 @@ struct Invocation
     QStringList arguments;
     QHash<QString, int> numbers;
     QHash<QString, QString> texts;
+    QSet<QString> flags;
 
     int number(const QString &option, int fallback) const
     {
@@ -83,6 +89,7 @@ struct Command
     QStringList argumentNames; ///< positional arguments after the repository
     QStringList numberOptions; ///< accepted --options taking a positive integer
     QStringList textOptions; ///< accepted --options taking any text
+    QStringList flagOptions; ///< accepted --options taking no value
     std::function<void(const Invocation &)> run;
 };
 
@@ -110,6 +117,7 @@ const QHash<QString, Command> &commands()
     const QString limit = QStringLiteral("--limit");
     const QString months = QStringLiteral("--months");
     const QString indexDir = QStringLiteral("--index-dir");
+    const QString fromIndex = QStringLiteral("--from-index");
     static const QHash<QString, Command> table {
         {QStringLiteral("summary"),
          {.run =
@@ -125,9 +133,16 @@ const QHash<QString, Command> &commands()
               }}},
         {QStringLiteral("graph"),
          {.numberOptions = {limit},
+          .textOptions = {indexDir},
+          .flagOptions = {fromIndex},
           .run =
-              [limit](const Invocation &in) {
-                  printJson(toJson(GitService().loadGraph(in.repository, in.number(limit, 500))));
+              [limit, indexDir, fromIndex](const Invocation &in) {
+                  const int rows = in.number(limit, 500);
+                  if (in.flags.contains(fromIndex))
+                      printJson(cli::graphFromIndexCommand(in.repository, in.texts.value(indexDir),
+                                                           rows));
+                  else
+                      printJson(toJson(GitService().loadGraph(in.repository, rows)));
               }}},
         {QStringLiteral("search"),
          {.argumentNames = {QStringLiteral("query")},
@@ -138,13 +153,16 @@ const QHash<QString, Command> &commands()
               }}},
         {QStringLiteral("branches"),
          {.textOptions = {formatOption},
-          .run = [](const Invocation &in) { printList(in, GitService().loadBranches(in.repository)); }}},
+          .run
+          = [](const Invocation &in) { printList(in, GitService().loadBranches(in.repository)); }}},
         {QStringLiteral("tags"),
          {.textOptions = {formatOption},
-          .run = [](const Invocation &in) { printList(in, GitService().loadTags(in.repository)); }}},
+          .run
+          = [](const Invocation &in) { printList(in, GitService().loadTags(in.repository)); }}},
         {QStringLiteral("files"),
          {.textOptions = {formatOption},
-          .run = [](const Invocation &in) { printList(in, GitService().loadFiles(in.repository)); }}},
+          .run
+          = [](const Invocation &in) { printList(in, GitService().loadFiles(in.repository)); }}},
         {QStringLiteral("file"),
          {.argumentNames = {QStringLiteral("path")},
           .run =
@@ -154,7 +172,9 @@ const QHash<QString, Command> &commands()
         {QStringLiteral("authors"),
          {.textOptions = {formatOption},
           .run =
-              [](const Invocation &in) { printList(in, GitService().loadAuthorStats(in.repository)); }}},
+              [](const Invocation &in) {
+                  printList(in, GitService().loadAuthorStats(in.repository));
+              }}},
         {QStringLiteral("author"),
          {.argumentNames = {QStringLiteral("name")},
           .run =
@@ -213,6 +233,10 @@ Invocation parse(const Command &command, const QStringList &words)
         if (word == QLatin1String("--")) {
             positional << words.mid(i + 1);
             break;
+        }
+        if (command.flagOptions.contains(word)) {
+            invocation.flags.insert(word);
+            continue;
         }
         if (word.startsWith(QLatin1String("--"))) {
             const bool isNumber = command.numberOptions.contains(word);
@@ -319,6 +343,11 @@ int main(int argc, char **argv)
         const QString format = invocation.texts.value(formatOption, QStringLiteral("json"));
         if (format != QLatin1String("json") && format != QLatin1String("csv"))
             throw UsageError("--format takes json or csv");
+        // A command that reads git or the index takes an index folder only for the index.
+        if (entry->flagOptions.contains(QStringLiteral("--from-index"))
+            && invocation.texts.contains(QStringLiteral("--index-dir"))
+            && !invocation.flags.contains(QStringLiteral("--from-index")))
+            throw UsageError("--index-dir goes with --from-index");
     } catch (const UsageError &error) {
         std::fprintf(stderr, "strataloom-cli: %s: %s\n", words[0].toUtf8().constData(),
                      error.what());

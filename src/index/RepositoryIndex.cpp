@@ -137,8 +137,16 @@ struct SchemaStep
     const char *sql;
 };
 
+// Version 5: opening a repository reads every reachable commit's hash, dates and author; this
+// index holds exactly those columns, so that reading them skips the messages in the table.
+const char commitGraphIndex[] = R"SQL(
+CREATE INDEX commits_graph_idx
+    ON commits(is_reachable, sha, committer_time, author_time, author_alias_id);
+)SQL";
+
 constexpr SchemaStep schemaSteps[] = {
     {1, schema},
+    {5, commitGraphIndex},
 };
 
 constexpr int schemaVersion = std::end(schemaSteps)[-1].version;
