@@ -78,7 +78,8 @@ TEST(GraphFromIndex, laysOutTheIndexedHistoryAsGitsDateOrderedGraph)
         const CliRun run = cli({"graph", repository.path(), "--from-index", "--index-dir",
                                 indexes.path(), "--limit", limit});
         ASSERT_EQ(run.status, 0) << run.err.toStdString();
-        EXPECT_EQ(lanesOf(cliRows(run.array())), lanesOf(gitRows(repository, limit))) << limit;
+        EXPECT_EQ(lanesOf(cliRows(run.array())), lanesOf(gitRows(repository, limit)))
+            << limit.toStdString();
     }
 
     // The texts of each commit row are those of the graph command.
