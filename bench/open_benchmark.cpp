@@ -1,6 +1,7 @@
 // How long opening a repository takes, against git-extras' `git summary` on the same repository.
 //
-//   cmake --build build --target open_benchmark && build/bench/open_benchmark [REPOSITORY] [--runs N]
+//   cmake --build build --target open_benchmark && build/bench/open_benchmark [REPOSITORY] [--runs
+//   N]
 //
 // REPOSITORY defaults to ../corpora/git (git's own history); when it is absent, a history of
 // 100,000 commits is generated with the shared history generator. Each figure is the median of
@@ -10,13 +11,22 @@
 //     log --max-parents=0, log --reverse), run at once as it ran them;
 //   * summary: GitService::loadSummary() alone;
 //   * overview: RepositorySession::openRepository() until it publishes, i.e. the loaders as the
-//     window runs them.
+//     window runs them, once with no index and once with the repository's index up to date;
+//   * the two loaders an up-to-date index answers, each both ways: the summary and the first
+//     500 rows of the commit graph;
+//   * the lanes of the whole history, laid out from the index as the timeline does in the
+//     background.
+// The index lives under --index-dir DIR (default: the standard index folder, or
+// $STRATALOOM_INDEX_DIR); it is brought up to date first, which takes minutes the first time.
 // Each figure also gives the processor time it took (ours and git's), which a busy machine
 // disturbs less than the wall clock. Targets: summary at most 1.0 s; overview at most
-// 0.4 x git summary.
+// 0.4 x git summary; the whole history's lanes at most 2 s.
+#include "app/IndexedOpen.h"
 #include "app/RepositorySession.h"
 #include "git/GitProcess.h"
 #include "git/GitService.h"
+#include "index/CommitLanes.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -108,9 +118,10 @@ void formerSummaryWalks(const QString &repository)
         run.get();
 }
 
-void openAsTheWindowDoes(const QString &repository)
+void openAsTheWindowDoes(const QString &repository, const QString &indexDirectory)
 {
     RepositorySession session;
+    session.setIndexBaseDirectory(indexDirectory);
     QEventLoop loop;
     bool failed = false;
     QObject::connect(&session, &RepositorySession::published, &loop, &QEventLoop::quit);
@@ -137,6 +148,12 @@ int main(int argc, char **argv)
         runs = std::max(1, arguments.at(runsAt + 1).toInt());
         arguments.remove(runsAt, 2);
     }
+    std::optional<QString> indexDirectory;
+    const qsizetype indexAt = arguments.indexOf(QStringLiteral("--index-dir"));
+    if (indexAt >= 0 && indexAt + 1 < arguments.size()) {
+        indexDirectory = QDir(arguments.at(indexAt + 1)).absolutePath();
+        arguments.remove(indexAt, 2);
+    }
     QString repository = arguments.value(0, QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git"));
 
     QTemporaryDir generated;
@@ -158,12 +175,46 @@ int main(int argc, char **argv)
     }
     repository = QDir(repository).absolutePath();
 
-    std::vector<Timing> extras, former, summary, overview;
+    const QString databasePath = RepositoryIndexLocation::databasePath(
+        GitService().commonDirectory(repository), indexDirectory);
+    // The database sits in a folder of its own below the base folder of all indexes.
+    const QString indexBase = QFileInfo(QFileInfo(databasePath).absolutePath()).absolutePath();
+    {
+        std::printf("bringing the index at %s up to date\n", qPrintable(databasePath));
+        std::fflush(stdout);
+        RepositoryIndex index(databasePath);
+        RepositoryIndexer(index).synchronize(repository);
+    }
+    QTemporaryDir noIndexes;
+
+    std::vector<Timing> extras, former, summary, indexedSummary, overview, indexedOverview, graph,
+        indexedGraph, lanes, lanesAlone;
+    bool answered = true;
     for (int run = 0; run < runs; ++run) {
         extras.push_back(timingOf([&] { gitSummary(repository); }));
         former.push_back(timingOf([&] { formerSummaryWalks(repository); }));
         summary.push_back(timingOf([&] { GitService().loadSummary(repository); }));
-        overview.push_back(timingOf([&] { openAsTheWindowDoes(repository); }));
+        indexedSummary.push_back(timingOf([&] {
+            IndexedOpen indexed(repository, indexBase);
+            GitService().loadSummary(repository, nullptr, indexed.headHistory());
+            answered = answered && indexed.history();
+        }));
+        overview.push_back(timingOf([&] { openAsTheWindowDoes(repository, noIndexes.path()); }));
+        indexedOverview.push_back(timingOf([&] { openAsTheWindowDoes(repository, indexBase); }));
+        graph.push_back(timingOf([&] { GitService().loadGraph(repository, 500); }));
+        indexedGraph.push_back(timingOf([&] { IndexedOpen(repository, indexBase).graph(500); }));
+        std::shared_ptr<const IndexedHistory> history;
+        lanes.push_back(timingOf([&] {
+            history = IndexedOpen(repository, indexBase).history();
+            if (history)
+                CommitLaneLayout(history).layOutAll();
+        }));
+        if (history)
+            lanesAlone.push_back(timingOf([&] { CommitLaneLayout(history).layOutAll(); }));
+    }
+    if (!answered) {
+        std::fprintf(stderr, "the index did not answer: is it up to date?\n");
+        return 1;
     }
 
     const RepositorySummary figures = GitService().loadSummary(repository);
@@ -175,11 +226,21 @@ int main(int argc, char **argv)
     };
     line("git summary (git-extras)", median(extras), "");
     line("former summary walks (4 at once)", median(former), "");
-    line("summary alone", median(summary), "   target <= 1.0 s");
-    line("overview (all loaders, as opened)", median(overview), "");
-    std::printf("RATIO overview / git summary        %7.2f   (cpu %5.2f)   target <= 0.40\n",
+    line("summary alone, no index", median(summary), "");
+    line("summary alone, index up to date", median(indexedSummary), "   target <= 1.0 s");
+    line("overview, no index", median(overview), "");
+    line("overview, index up to date", median(indexedOverview), "");
+    line("graph, 500 commits, git", median(graph), "");
+    line("graph, 500 commits, index", median(indexedGraph), "");
+    line("lanes of the whole history", median(lanes), "   target <= 2.0 s");
+    line("  of which laying out", median(lanesAlone), "");
+    std::printf("RATIO overview / git summary        %7.2f   (cpu %5.2f)   no index\n",
                 median(overview).elapsed / median(extras).elapsed,
                 median(overview).cpu / median(extras).cpu);
+    std::printf("RATIO overview / git summary        %7.2f   (cpu %5.2f)   index up to date; "
+                "target <= 0.40\n",
+                median(indexedOverview).elapsed / median(extras).elapsed,
+                median(indexedOverview).cpu / median(extras).cpu);
     std::printf("RATIO summary / former walks        %7.2f   (cpu %5.2f)\n",
                 median(summary).elapsed / median(former).elapsed,
                 median(summary).cpu / median(former).cpu);

@@ -1,6 +1,7 @@
 #include "app/RepositorySession.h"
 
 #include "app/DesktopActions.h"
+#include "app/IndexedOpen.h"
 
 #include <QPointer>
 #include <QUrl>
@@ -32,7 +33,9 @@ namespace {
  * is the one thrown; the futures of the others are awaited by their destructors before it
  * leaves, so no git process outlives the load.
  */
-template<typename Load> Load loadRepository(const GitService &git, const QString &path)
+template<typename Load>
+Load loadRepository(const GitService &git, const QString &path,
+                    const std::optional<QString> &indexBaseDirectory)
 {
     // The caller's cancellation reaches each loader's thread and the git it waits for.
     const auto start = [isCancelled = ScopedProcessCancellation::current()](auto work) {
@@ -41,10 +44,13 @@ template<typename Load> Load loadRepository(const GitService &git, const QString
             return work();
         });
     };
+    // An index that covers the repository as it is now answers the two loaders that would
+    // otherwise walk the whole history: the summary's walk and the graph.
+    const auto indexed = std::make_shared<IndexedOpen>(path, indexBaseDirectory);
     // The summary's walk over the history also gives the author statistics.
     auto summary = start([=] {
         std::pair<RepositorySummary, QList<AuthorStat>> loaded;
-        loaded.first = git.loadSummary(path, &loaded.second);
+        loaded.first = git.loadSummary(path, &loaded.second, indexed->headHistory());
         return loaded;
     });
     auto commits = start([=] { return git.loadCommits(path, RepositorySession::historyLimit); });
@@ -53,7 +59,11 @@ template<typename Load> Load loadRepository(const GitService &git, const QString
     auto files = start([=] { return git.loadFiles(path); });
     auto activity
         = start([=] { return git.loadActivity(path, RepositorySession::activityMonths); });
-    auto graph = start([=] { return git.loadGraph(path, RepositorySession::graphLimit); });
+    auto graph = start([=] {
+        if (auto rows = indexed->graph(RepositorySession::graphLimit))
+            return *rows;
+        return git.loadGraph(path, RepositorySession::graphLimit);
+    });
 
     Load load;
     std::tie(load.summary, load.authorStats) = summary.get();
@@ -110,10 +120,10 @@ void RepositorySession::openRepository(const QString &location)
     m_loadSuperseded = superseded;
     // A stale load writes nothing, errors included, and leaves isLoading to the newer one.
     m_tasks.run(
-        [git = m_git, path = localPath(location), superseded] {
+        [git = m_git, path = localPath(location), superseded, base = m_indexBaseDirectory] {
             const ScopedProcessCancellation cancellation(
                 [superseded] { return superseded->load(); });
-            return loadRepository<Load>(git, path);
+            return loadRepository<Load>(git, path, base);
         },
         [this](const Load &loaded) {
             publish(loaded);
@@ -140,6 +150,11 @@ void RepositorySession::publish(const Load &load)
     setList(this, m_authorStats, load.authorStats, &RepositorySession::authorStatsChanged);
     setList(this, m_graphCommits, load.graph, &RepositorySession::graphCommitsChanged);
     Q_EMIT published();
+}
+
+void RepositorySession::setIndexBaseDirectory(const QString &directory)
+{
+    m_indexBaseDirectory = directory.isEmpty() ? std::nullopt : std::optional(directory);
 }
 
 void RepositorySession::refresh()

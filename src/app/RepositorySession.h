@@ -21,7 +21,8 @@ class DesktopActions;
  *
  * Newest wins: of overlapping loads (or searches) only the last one started publishes, its
  * errors included, and isLoading ends with it. A failed load keeps what was shown before.
- * Lists are RecordListModel objects that stay the same for the session's life.
+ * Lists are RecordListModel objects that stay the same for the session's life. When the
+ * repository's index is up to date, the summary and the graph are read from it (IndexedOpen).
  */
 class RepositorySession : public QObject
 {
@@ -78,6 +79,8 @@ public:
     RecordListModel *searchResultsModel() const { return m_searchResults; }
 
     void setPendingCheckoutBranch(const std::optional<BranchRecord> &branch);
+    /// @brief Where the indexes that opening may read from live; "" for the standard folder.
+    void setIndexBaseDirectory(const QString &directory);
     void setSearchText(const QString &text);
 
     /// @brief Opens the repository at @p path (a path or a file: URL); failures end in failed().
@@ -138,6 +141,7 @@ private:
     /// @brief Set when a newer load starts: ends the git children of the running one.
     std::shared_ptr<std::atomic_bool> m_loadSuperseded;
     quint64 m_activeSearch = 0;
+    std::optional<QString> m_indexBaseDirectory;
 };
 
 } // namespace strataloom

@@ -1,16 +1,19 @@
 // strataloom-cli: every question the application asks of a repository, answered as JSON.
-#include "git/GitService.h"
 #include "app/ErrorText.h"
 #include "cli/CsvOutput.h"
+#include "cli/GraphCommand.h"
 #include "cli/IndexCommands.h"
 #include "cli/LogCommand.h"
 #include "cli/ReportCommand.h"
 #include "cli/JsonOutput.h"
+#include "cli/ReportCommand.h"
 #include "cli/ScanCommand.h"
+#include "git/GitService.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QHash>
+#include <QSet>
 
 #include <csignal>
 #include <cstdio>
@@ -33,6 +36,9 @@ Commands:
   summary  <repo>                    repository summary
   commits  <repo> [--limit N]        latest commits of the current branch (default 300)
   graph    <repo> [--limit N]        commit graph of all refs (default 500)
+           [--from-index [--index-dir DIR]]
+                                     the same, laid out from the index as it stands
+                                     (no synchronisation; run index first)
   search   <repo> <query>            commits whose message matches query
   branches <repo>                    local and remote-tracking branches
   tags     <repo>                    tags, newest first
@@ -130,6 +136,7 @@ const QHash<QString, Command> &commands()
     const QString limit = QStringLiteral("--limit");
     const QString months = QStringLiteral("--months");
     const QString indexDir = QStringLiteral("--index-dir");
+    const QString fromIndex = QStringLiteral("--from-index");
     static const QHash<QString, Command> table {
         {QStringLiteral("summary"),
          {.run =
@@ -145,9 +152,16 @@ const QHash<QString, Command> &commands()
               }}},
         {QStringLiteral("graph"),
          {.numberOptions = {limit},
+          .textOptions = {indexDir},
+          .flagOptions = {fromIndex},
           .run =
-              [limit](const Invocation &in) {
-                  printJson(toJson(GitService().loadGraph(in.repository, in.number(limit, 500))));
+              [limit, indexDir, fromIndex](const Invocation &in) {
+                  const int rows = in.number(limit, 500);
+                  if (in.flags.contains(fromIndex))
+                      printJson(cli::graphFromIndexCommand(in.repository, in.texts.value(indexDir),
+                                                           rows));
+                  else
+                      printJson(toJson(GitService().loadGraph(in.repository, rows)));
               }}},
         {QStringLiteral("search"),
          {.argumentNames = {QStringLiteral("query")},
@@ -158,13 +172,16 @@ const QHash<QString, Command> &commands()
               }}},
         {QStringLiteral("branches"),
          {.textOptions = {formatOption},
-          .run = [](const Invocation &in) { printList(in, GitService().loadBranches(in.repository)); }}},
+          .run
+          = [](const Invocation &in) { printList(in, GitService().loadBranches(in.repository)); }}},
         {QStringLiteral("tags"),
          {.textOptions = {formatOption},
-          .run = [](const Invocation &in) { printList(in, GitService().loadTags(in.repository)); }}},
+          .run
+          = [](const Invocation &in) { printList(in, GitService().loadTags(in.repository)); }}},
         {QStringLiteral("files"),
          {.textOptions = {formatOption},
-          .run = [](const Invocation &in) { printList(in, GitService().loadFiles(in.repository)); }}},
+          .run
+          = [](const Invocation &in) { printList(in, GitService().loadFiles(in.repository)); }}},
         {QStringLiteral("file"),
          {.argumentNames = {QStringLiteral("path")},
           .run =
@@ -174,7 +191,9 @@ const QHash<QString, Command> &commands()
         {QStringLiteral("authors"),
          {.textOptions = {formatOption},
           .run =
-              [](const Invocation &in) { printList(in, GitService().loadAuthorStats(in.repository)); }}},
+              [](const Invocation &in) {
+                  printList(in, GitService().loadAuthorStats(in.repository));
+              }}},
         {QStringLiteral("author"),
          {.argumentNames = {QStringLiteral("name")},
           .run =
@@ -360,6 +379,11 @@ int main(int argc, char **argv)
         const QString format = invocation.texts.value(formatOption, QStringLiteral("json"));
         if (format != QLatin1String("json") && format != QLatin1String("csv"))
             throw UsageError("--format takes json or csv");
+        // A command that reads git or the index takes an index folder only for the index.
+        if (entry->flagOptions.contains(QStringLiteral("--from-index"))
+            && invocation.texts.contains(QStringLiteral("--index-dir"))
+            && !invocation.flags.contains(QStringLiteral("--from-index")))
+            throw UsageError("--index-dir goes with --from-index");
     } catch (const UsageError &error) {
         std::fprintf(stderr, "strataloom-cli: %s: %s\n", words[0].toUtf8().constData(),
                      error.what());

@@ -195,11 +195,12 @@ QList<GraphCommitRecord> laneGraphRecords(const QString &repository, const Index
     for (const LaneRow &row : rows)
         hashes += history.commits()[size_t(row.commit)].sha.toLatin1() + '\n';
     const QString format = QStringLiteral("--format=%x1e%H%x1f%h%x1f%ar%x1f%s%x1f%an%x1f%d");
-    const ProcessResult result = runGitProcess(
-        repository,
-        {QStringLiteral("log"), QStringLiteral("--no-walk=unsorted"), QStringLiteral("--stdin"),
-         QStringLiteral("--abbrev-commit"), QStringLiteral("--decorate"), format},
-        {}, hashes);
+    const ProcessResult result
+        = runGitProcess(repository,
+                        {QStringLiteral("log"), QStringLiteral("--no-walk=unsorted"),
+                         QStringLiteral("--stdin"), QStringLiteral("--ignore-missing"),
+                         QStringLiteral("--abbrev-commit"), QStringLiteral("--decorate"), format},
+                        {}, hashes);
     if (result.exitStatus != 0)
         throw GitError::commandFailed(result);
     QHash<QString, QStringList> texts;

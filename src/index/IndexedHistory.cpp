@@ -6,6 +6,7 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <queue>
 
 namespace strataloom {
@@ -59,9 +60,29 @@ std::optional<IndexedHistory> IndexedHistory::loadIfCurrent(const QString &datab
     if (!QFileInfo(databasePath).isFile() || RepositoryIndex::damageOf(databasePath))
         return std::nullopt;
     try {
-        const RepositoryIndexer::CoverageStamp now = RepositoryIndexer::currentStamp(repository);
-        SQLiteDatabase database(databasePath);
-        const ReadSnapshot snapshot(database);
+        return read(databasePath, RepositoryIndexer::currentStamp(repository));
+    } catch (const std::exception &) {
+        // Whatever stops the index from answering (git, a locked or odd file), git answers.
+        return std::nullopt;
+    }
+}
+
+std::optional<IndexedHistory> IndexedHistory::load(const QString &databasePath)
+{
+    if (!QFileInfo(databasePath).isFile())
+        return std::nullopt;
+    if (const std::optional<QString> damage = RepositoryIndex::damageOf(databasePath))
+        throw SQLiteError::open(*damage);
+    return read(databasePath, std::nullopt);
+}
+
+std::optional<IndexedHistory>
+IndexedHistory::read(const QString &databasePath,
+                     const std::optional<RepositoryIndexer::CoverageStamp> &required)
+{
+    SQLiteDatabase database(databasePath);
+    const ReadSnapshot snapshot(database);
+    if (required) {
         SQLiteStatement metadata
             = database.statement(QStringLiteral("SELECT value FROM index_metadata WHERE key = ?"));
         const auto stored = RepositoryIndexer::storedStamp([&](const QString &key) {
@@ -69,59 +90,69 @@ std::optional<IndexedHistory> IndexedHistory::loadIfCurrent(const QString &datab
             metadata.bindText(key, 1);
             return metadata.step() ? metadata.columnText(0) : std::nullopt;
         });
-        if (!stored || *stored != now)
+        if (!stored || *stored != *required)
             return std::nullopt;
-
-        IndexedHistory history;
-        QHash<qint64, int> identityOfAlias;
-        SQLiteStatement aliases
-            = database.statement(QStringLiteral("SELECT id, name, email FROM author_aliases"));
-        while (aliases.step()) {
-            identityOfAlias.insert(aliases.columnInt64(0), int(history.m_identities.size()));
-            history.m_identities.append({aliases.columnText(1).value_or(QString()),
-                                         aliases.columnText(2).value_or(QString())});
-        }
-
-        std::vector<qint64> rowIds;
-        SQLiteStatement commits = database.statement(QStringLiteral(
-            "SELECT id, sha, committer_time, author_time, author_alias_id FROM commits "
-            "WHERE is_reachable = 1 ORDER BY id"));
-        while (commits.step()) {
-            Commit commit;
-            rowIds.push_back(commits.columnInt64(0));
-            commit.sha = commits.columnText(1).value_or(QString());
-            commit.committerTime = commits.columnInt64(2);
-            commit.authorTime = commits.columnInt64(3);
-            if (!commits.columnIsNull(4))
-                commit.identity = identityOfAlias.value(commits.columnInt64(4), -1);
-            history.m_commits.push_back(std::move(commit));
-        }
-        history.indexHashes();
-
-        // Both lists come in row order, so the parents are matched to their commits in one pass.
-        SQLiteStatement parents = database.statement(
-            QStringLiteral("SELECT p.commit_id, p.parent_sha FROM commit_parents p "
-                           "JOIN commits c ON c.id = p.commit_id WHERE c.is_reachable = 1 "
-                           "ORDER BY p.commit_id, p.position"));
-        history.m_parents.reserve(history.m_commits.size() + history.m_commits.size() / 8);
-        size_t at = 0;
-        while (parents.step()) {
-            const qint64 rowId = parents.columnInt64(0);
-            while (at < rowIds.size() && rowIds[at] < rowId)
-                ++at;
-            if (at == rowIds.size() || rowIds[at] != rowId)
-                continue;
-            Commit &commit = history.m_commits[at];
-            if (commit.parentCount == 0)
-                commit.firstParent = int(history.m_parents.size());
-            ++commit.parentCount;
-            history.m_parents.push_back(history.find(parents.columnText(1).value_or(QString())));
-        }
-        return history;
-    } catch (const std::exception &) {
-        // Whatever stops the index from answering (git, a locked or odd file), git answers.
-        return std::nullopt;
     }
+
+    IndexedHistory history;
+    QHash<qint64, int> identityOfAlias;
+    SQLiteStatement aliases
+        = database.statement(QStringLiteral("SELECT id, name, email FROM author_aliases"));
+    while (aliases.step()) {
+        identityOfAlias.insert(aliases.columnInt64(0), int(history.m_identities.size()));
+        history.m_identities.append(
+            {aliases.columnText(1).value_or(QString()), aliases.columnText(2).value_or(QString())});
+    }
+
+    // Plain scans in storage order: a filter or an order the storage does not have would make
+    // SQLite sort a temporary copy of the whole table.
+    QHash<qint64, int> indexOfRow;
+    SQLiteStatement commits = database.statement(
+        QStringLiteral("SELECT id, sha, committer_time, author_time, author_alias_id, is_reachable "
+                       "FROM commits"));
+    while (commits.step()) {
+        if (commits.columnInt64(5) == 0)
+            continue;
+        Commit commit;
+        indexOfRow.insert(commits.columnInt64(0), int(history.m_commits.size()));
+        commit.sha = commits.columnText(1).value_or(QString());
+        commit.committerTime = commits.columnInt64(2);
+        commit.authorTime = commits.columnInt64(3);
+        if (!commits.columnIsNull(4))
+            commit.identity = identityOfAlias.value(commits.columnInt64(4), -1);
+        history.m_commits.push_back(std::move(commit));
+    }
+    history.indexHashes();
+
+    // The parents of the reachable commits, then grouped by commit in git's order.
+    struct ParentRow
+    {
+        int commit;
+        int position;
+        int parent;
+    };
+    std::vector<ParentRow> rows;
+    rows.reserve(history.m_commits.size() + history.m_commits.size() / 8);
+    SQLiteStatement parents = database.statement(
+        QStringLiteral("SELECT commit_id, position, parent_sha FROM commit_parents"));
+    while (parents.step()) {
+        const int commit = indexOfRow.value(parents.columnInt64(0), -1);
+        if (commit < 0)
+            continue;
+        rows.push_back({commit, int(parents.columnInt64(1)),
+                        history.find(parents.columnText(2).value_or(QString()))});
+    }
+    std::sort(rows.begin(), rows.end(), [](const ParentRow &a, const ParentRow &b) {
+        return a.commit != b.commit ? a.commit < b.commit : a.position < b.position;
+    });
+    history.m_parents.reserve(rows.size());
+    for (const ParentRow &row : rows) {
+        Commit &commit = history.m_commits[size_t(row.commit)];
+        if (commit.parentCount++ == 0)
+            commit.firstParent = int(history.m_parents.size());
+        history.m_parents.push_back(row.parent);
+    }
+    return history;
 }
 
 std::optional<QList<HeadWalkCommit>> IndexedHistory::headWalk(const QString &head,

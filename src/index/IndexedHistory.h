@@ -1,6 +1,7 @@
 #pragma once
 
 #include "git/GitService.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QHash>
 #include <QList>
@@ -48,6 +49,13 @@ public:
     static std::optional<IndexedHistory> loadIfCurrent(const QString &databasePath,
                                                        const QString &repository);
 
+    /**
+     * @brief The history held by the index file at @p databasePath as it stands, however far
+     * behind the repository it is; nothing when there is no such file. Never creates or changes
+     * the file. Throws SQLiteError when it is no readable index.
+     */
+    static std::optional<IndexedHistory> load(const QString &databasePath);
+
     const std::vector<Commit> &commits() const { return m_commits; }
     const QList<Identity> &identities() const { return m_identities; }
     /// @brief Parents as indexes into commits(), in git's order; -1 for a parent not held.
@@ -71,6 +79,10 @@ public:
 private:
     IndexedHistory() = default;
     void indexHashes();
+    /// @brief Reads the tables; with @p required, only when the index's stamp equals it.
+    static std::optional<IndexedHistory>
+    read(const QString &databasePath,
+         const std::optional<RepositoryIndexer::CoverageStamp> &required);
 
     std::vector<Commit> m_commits;
     std::vector<int> m_parents;

@@ -158,6 +158,13 @@ const char pathFactsStep[] = R"SQL(CREATE TABLE path_facts (
 ) WITHOUT ROWID;
 )SQL";
 
+// Version 5: opening a repository reads every reachable commit's hash, dates and author; this
+// index holds exactly those columns, so that reading them skips the messages in the table.
+const char commitGraphIndex[] = R"SQL(
+CREATE INDEX commits_graph_idx
+    ON commits(is_reachable, sha, committer_time, author_time, author_alias_id);
+)SQL";
+
 constexpr SchemaStep schemaSteps[] = {
     {1, schema},
     {2, mappedIdentities},
@@ -166,6 +173,7 @@ constexpr SchemaStep schemaSteps[] = {
     // author's commits without reading every commit.
     {4, "CREATE INDEX commits_history_idx ON commits(is_reachable, committer_time, id);\n"
         "CREATE INDEX commits_author_alias_idx ON commits(author_alias_id);"},
+    {5, commitGraphIndex},
 };
 
 constexpr int schemaVersion = std::end(schemaSteps)[-1].version;

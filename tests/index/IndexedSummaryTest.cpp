@@ -147,10 +147,12 @@ TEST_P(IndexedSummary, equalsTheSummaryOfGitsWalk)
     EXPECT_EQ(indexAuthors, gitAuthors);
 }
 
-TEST_P(IndexedSummary, walksInGitsOrderWithMailmappedNames)
+class IndexedWalk : public testing::TestWithParam<SummaryCase>
 {
-    if (!GetParam().indexAnswers)
-        GTEST_SKIP() << "the index does not answer for this history";
+};
+
+TEST_P(IndexedWalk, followsGitsOrderWithMailmappedNames)
+{
     TestRepository repository;
     GetParam().build(repository);
     QTemporaryDir indexDirectory;
@@ -183,6 +185,19 @@ TEST_P(IndexedSummary, walksInGitsOrderWithMailmappedNames)
 }
 
 INSTANTIATE_TEST_SUITE_P(Histories, IndexedSummary, testing::ValuesIn(summaryCases),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+std::vector<SummaryCase> answeredCases()
+{
+    std::vector<SummaryCase> answered;
+    for (const SummaryCase &summaryCase : summaryCases) {
+        if (summaryCase.indexAnswers)
+            answered.push_back(summaryCase);
+    }
+    return answered;
+}
+
+INSTANTIATE_TEST_SUITE_P(Histories, IndexedWalk, testing::ValuesIn(answeredCases()),
                          [](const auto &info) { return std::string(info.param.name); });
 
 } // namespace
