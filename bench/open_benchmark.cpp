@@ -203,7 +203,7 @@ int main(int argc, char **argv)
         indexedOverview.push_back(timingOf([&] { openAsTheWindowDoes(repository, indexBase); }));
         graph.push_back(timingOf([&] { GitService().loadGraph(repository, 500); }));
         indexedGraph.push_back(timingOf([&] { IndexedOpen(repository, indexBase).graph(500); }));
-        std::shared_ptr<const IndexedHistory> history;
+        std::shared_ptr<const IndexedGraph> history;
         lanes.push_back(timingOf([&] {
             history = IndexedOpen(repository, indexBase).history();
             if (history)

@@ -10,7 +10,7 @@ IndexedOpen::IndexedOpen(QString repository, std::optional<QString> baseDirector
     , m_baseDirectory(std::move(baseDirectory))
 { }
 
-std::shared_ptr<const IndexedHistory> IndexedOpen::history()
+std::shared_ptr<const IndexedGraph> IndexedOpen::history()
 {
     std::lock_guard lock(m_mutex);
     if (m_loaded)
@@ -19,8 +19,8 @@ std::shared_ptr<const IndexedHistory> IndexedOpen::history()
     try {
         const QString database = RepositoryIndexLocation::databasePath(
             GitService().commonDirectory(m_repository), m_baseDirectory);
-        if (auto loaded = IndexedHistory::loadIfCurrent(database, m_repository))
-            m_history = std::make_shared<const IndexedHistory>(std::move(*loaded));
+        if (auto loaded = IndexedGraph::loadIfCurrent(database, m_repository))
+            m_history = std::make_shared<const IndexedGraph>(std::move(*loaded));
     } catch (const std::exception &) {
         // No index to answer from (no data folder, not a repository): git answers, and says why
         // when it cannot.
@@ -31,7 +31,7 @@ std::shared_ptr<const IndexedHistory> IndexedOpen::history()
 HeadHistorySource IndexedOpen::headHistory()
 {
     return [this](const QString &head) -> std::optional<QList<HeadWalkCommit>> {
-        const std::shared_ptr<const IndexedHistory> indexed = history();
+        const std::shared_ptr<const IndexedGraph> indexed = history();
         if (!indexed)
             return std::nullopt;
         return indexed->headWalk(head, m_repository);
@@ -40,7 +40,7 @@ HeadHistorySource IndexedOpen::headHistory()
 
 std::optional<QList<GraphCommitRecord>> IndexedOpen::graph(int limit)
 {
-    std::shared_ptr<const IndexedHistory> indexed = history();
+    std::shared_ptr<const IndexedGraph> indexed = history();
     if (!indexed)
         return std::nullopt;
     CommitLaneLayout layout(indexed);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "git/GitService.h"
-#include "index/IndexedHistory.h"
+#include "index/IndexedGraph.h"
 
 #include <QList>
 #include <QString>
@@ -27,7 +27,7 @@ public:
     explicit IndexedOpen(QString repository, std::optional<QString> baseDirectory = std::nullopt);
 
     /// @brief The history of the repository's up-to-date index, or null when there is none.
-    std::shared_ptr<const IndexedHistory> history();
+    std::shared_ptr<const IndexedGraph> history();
     /// @brief For GitService::loadSummary(): HEAD's walk from the index when it can answer.
     HeadHistorySource headHistory();
     /// @brief The first @p limit commits of the commit graph, from the index; nothing when
@@ -39,7 +39,7 @@ private:
     std::optional<QString> m_baseDirectory;
     std::mutex m_mutex;
     bool m_loaded = false;
-    std::shared_ptr<const IndexedHistory> m_history;
+    std::shared_ptr<const IndexedGraph> m_history;
 };
 
 } // namespace strataloom

@@ -13,14 +13,14 @@ Json graphFromIndexCommand(const QString &repository, const QString &indexDirect
     const QString database = RepositoryIndexLocation::databasePath(
         GitService().commonDirectory(repository),
         indexDirectory.isEmpty() ? std::nullopt : std::optional<QString>(indexDirectory));
-    std::optional<IndexedHistory> history = IndexedHistory::load(database);
+    std::optional<IndexedGraph> history = IndexedGraph::load(database);
     if (!history) {
         throw std::runtime_error(
             QStringLiteral("%1 has no index yet; build it with: strataloom-cli index %1")
                 .arg(repository)
                 .toStdString());
     }
-    const auto shared = std::make_shared<const IndexedHistory>(std::move(*history));
+    const auto shared = std::make_shared<const IndexedGraph>(std::move(*history));
     CommitLaneLayout layout(shared);
     return toJson(laneGraphRecords(repository, *shared, layout.rows(0, limit)));
 }

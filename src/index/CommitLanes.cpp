@@ -8,10 +8,10 @@
 
 namespace strataloom {
 
-CommitLaneLayout::CommitLaneLayout(std::shared_ptr<const IndexedHistory> history)
+CommitLaneLayout::CommitLaneLayout(std::shared_ptr<const IndexedGraph> history)
     : m_history(std::move(history))
 {
-    const std::vector<IndexedHistory::Commit> &commits = m_history->commits();
+    const std::vector<IndexedGraph::Commit> &commits = m_history->commits();
     const std::vector<int> &parents = m_history->parentIndexes();
     const size_t count = commits.size();
 
@@ -49,7 +49,7 @@ CommitLaneLayout::CommitLaneLayout(std::shared_ptr<const IndexedHistory> history
         const int commit = ready.top().commit;
         ready.pop();
         m_order.push_back(commit);
-        const IndexedHistory::Commit &shown = commits[size_t(commit)];
+        const IndexedGraph::Commit &shown = commits[size_t(commit)];
         for (int p = 0; p < shown.parentCount; ++p) {
             const int parent = parents[size_t(shown.firstParent + p)];
             if (parent >= 0 && --children[size_t(parent)] == 0)
@@ -63,7 +63,7 @@ CommitLaneLayout::CommitLaneLayout(std::shared_ptr<const IndexedHistory> history
 LaneRow CommitLaneLayout::advance(std::vector<int> &lanes, int row)
 {
     const int commit = m_order[size_t(row)];
-    const IndexedHistory::Commit &shown = m_history->commits()[size_t(commit)];
+    const IndexedGraph::Commit &shown = m_history->commits()[size_t(commit)];
     const std::vector<int> &parents = m_history->parentIndexes();
 
     LaneRow result;
@@ -184,7 +184,7 @@ QStringList laneRowText(const LaneRow &row)
     return lines;
 }
 
-QList<GraphCommitRecord> laneGraphRecords(const QString &repository, const IndexedHistory &history,
+QList<GraphCommitRecord> laneGraphRecords(const QString &repository, const IndexedGraph &history,
                                           const QList<LaneRow> &rows)
 {
     QList<GraphCommitRecord> records;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "git/GitRecords.h"
-#include "index/IndexedHistory.h"
+#include "index/IndexedGraph.h"
 
 #include <QList>
 #include <QString>
@@ -49,9 +49,9 @@ class CommitLaneLayout
 public:
     static constexpr int checkpointRows = 256;
 
-    explicit CommitLaneLayout(std::shared_ptr<const IndexedHistory> history);
+    explicit CommitLaneLayout(std::shared_ptr<const IndexedGraph> history);
 
-    const IndexedHistory &history() const { return *m_history; }
+    const IndexedGraph &history() const { return *m_history; }
     int rowCount() const { return int(m_order.size()); }
     /// @brief The commit shown in @p row (an index into history().commits()).
     int commitAt(int row) const { return m_order[size_t(row)]; }
@@ -66,7 +66,7 @@ private:
     LaneRow advance(std::vector<int> &lanes, int row);
     std::vector<int> lanesAt(int row);
 
-    std::shared_ptr<const IndexedHistory> m_history;
+    std::shared_ptr<const IndexedGraph> m_history;
     std::vector<int> m_order;
     std::mutex m_mutex;
     std::vector<std::vector<int>> m_checkpoints; ///< the lanes at row i * checkpointRows
@@ -84,7 +84,7 @@ QStringList laneRowText(const LaneRow &row);
  * date, subject, author and decorations git prints for it, then its connector lines (ids
  * "connector-<line number>-<drawing>"). Throws GitError.
  */
-QList<GraphCommitRecord> laneGraphRecords(const QString &repository, const IndexedHistory &history,
+QList<GraphCommitRecord> laneGraphRecords(const QString &repository, const IndexedGraph &history,
                                           const QList<LaneRow> &rows);
 
 } // namespace strataloom

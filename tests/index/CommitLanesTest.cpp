@@ -5,7 +5,7 @@
 #include "index/CommitLanes.h"
 #include "HistoryScript.h"
 #include "TestRepository.h"
-#include "index/IndexedHistory.h"
+#include "index/IndexedGraph.h"
 #include "index/RepositoryIndexer.h"
 
 #include <QTemporaryDir>
@@ -59,7 +59,7 @@ struct IndexedFixture
 {
     TestRepository repository;
     QTemporaryDir indexDirectory;
-    std::shared_ptr<const IndexedHistory> history;
+    std::shared_ptr<const IndexedGraph> history;
 
     explicit IndexedFixture(const std::function<void(TestRepository &)> &build)
     {
@@ -69,9 +69,9 @@ struct IndexedFixture
             RepositoryIndex index(database);
             RepositoryIndexer(index).synchronize(repository.path());
         }
-        auto loaded = IndexedHistory::loadIfCurrent(database, repository.path());
+        auto loaded = IndexedGraph::loadIfCurrent(database, repository.path());
         if (loaded)
-            history = std::make_shared<const IndexedHistory>(std::move(*loaded));
+            history = std::make_shared<const IndexedGraph>(std::move(*loaded));
     }
 };
 
@@ -152,7 +152,7 @@ TEST_P(CommitLanes, leadEveryCommitToEachOfItsParents)
         [](TestRepository &repository) { writeHistory(repository, GetParam().commits); });
     ASSERT_TRUE(fixture.history);
     CommitLaneLayout layout(fixture.history);
-    const IndexedHistory &history = *fixture.history;
+    const IndexedGraph &history = *fixture.history;
 
     // Follow the lines: each lane waits for the commit its line leads to, and that commit must
     // turn up in that lane. Two lines meeting must wait for the same commit.
@@ -164,7 +164,7 @@ TEST_P(CommitLanes, leadEveryCommitToEachOfItsParents)
         else
             awaited << row.commit;
         ASSERT_EQ(row.laneCount, awaited.size());
-        const IndexedHistory::Commit &commit = history.commits()[size_t(row.commit)];
+        const IndexedGraph::Commit &commit = history.commits()[size_t(row.commit)];
         QList<int> parentLines;
         QHash<int, int> next;
         for (const auto &[from, to] : row.edges) {

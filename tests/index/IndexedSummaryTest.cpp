@@ -4,7 +4,7 @@
 #include "HistoryScript.h"
 #include "TestRepository.h"
 #include "git/GitService.h"
-#include "index/IndexedHistory.h"
+#include "index/IndexedGraph.h"
 #include "index/RepositoryIndexer.h"
 
 #include <QTemporaryDir>
@@ -133,7 +133,7 @@ TEST_P(IndexedSummary, equalsTheSummaryOfGitsWalk)
     bool answered = false;
     const HeadHistorySource fromIndex = [&](const QString &head) {
         std::optional<QList<HeadWalkCommit>> walk;
-        if (const auto history = IndexedHistory::loadIfCurrent(database, repository.path()))
+        if (const auto history = IndexedGraph::loadIfCurrent(database, repository.path()))
             walk = history->headWalk(head, repository.path());
         answered = walk.has_value();
         return walk;
@@ -161,7 +161,7 @@ TEST_P(IndexedWalk, followsGitsOrderWithMailmappedNames)
         RepositoryIndex index(database);
         RepositoryIndexer(index).synchronize(repository.path());
     }
-    const auto history = IndexedHistory::loadIfCurrent(database, repository.path());
+    const auto history = IndexedGraph::loadIfCurrent(database, repository.path());
     ASSERT_TRUE(history);
     const auto walk
         = history->headWalk(repository.git({"rev-parse", "HEAD"}).trimmed(), repository.path());

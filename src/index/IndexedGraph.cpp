@@ -1,4 +1,4 @@
-#include "index/IndexedHistory.h"
+#include "index/IndexedGraph.h"
 
 #include "git/GitProcess.h"
 #include "index/RepositoryIndexer.h"
@@ -38,7 +38,7 @@ private:
 
 } // namespace
 
-IndexedHistory::IndexedHistory(std::vector<Commit> commits, std::vector<int> parentIndexes,
+IndexedGraph::IndexedGraph(std::vector<Commit> commits, std::vector<int> parentIndexes,
                                QList<Identity> identities)
     : m_commits(std::move(commits))
     , m_parents(std::move(parentIndexes))
@@ -47,14 +47,14 @@ IndexedHistory::IndexedHistory(std::vector<Commit> commits, std::vector<int> par
     indexHashes();
 }
 
-void IndexedHistory::indexHashes()
+void IndexedGraph::indexHashes()
 {
     m_bySha.reserve(qsizetype(m_commits.size()));
     for (size_t i = 0; i < m_commits.size(); ++i)
         m_bySha.insert(m_commits[i].sha, int(i));
 }
 
-std::optional<IndexedHistory> IndexedHistory::loadIfCurrent(const QString &databasePath,
+std::optional<IndexedGraph> IndexedGraph::loadIfCurrent(const QString &databasePath,
                                                             const QString &repository)
 {
     if (!QFileInfo(databasePath).isFile() || RepositoryIndex::damageOf(databasePath))
@@ -67,7 +67,7 @@ std::optional<IndexedHistory> IndexedHistory::loadIfCurrent(const QString &datab
     }
 }
 
-std::optional<IndexedHistory> IndexedHistory::load(const QString &databasePath)
+std::optional<IndexedGraph> IndexedGraph::load(const QString &databasePath)
 {
     if (!QFileInfo(databasePath).isFile())
         return std::nullopt;
@@ -76,8 +76,8 @@ std::optional<IndexedHistory> IndexedHistory::load(const QString &databasePath)
     return read(databasePath, std::nullopt);
 }
 
-std::optional<IndexedHistory>
-IndexedHistory::read(const QString &databasePath,
+std::optional<IndexedGraph>
+IndexedGraph::read(const QString &databasePath,
                      const std::optional<RepositoryIndexer::CoverageStamp> &required)
 {
     SQLiteDatabase database(databasePath);
@@ -94,7 +94,7 @@ IndexedHistory::read(const QString &databasePath,
             return std::nullopt;
     }
 
-    IndexedHistory history;
+    IndexedGraph history;
     QHash<qint64, int> identityOfAlias;
     SQLiteStatement aliases
         = database.statement(QStringLiteral("SELECT id, name, email FROM author_aliases"));
@@ -155,7 +155,7 @@ IndexedHistory::read(const QString &databasePath,
     return history;
 }
 
-std::optional<QList<HeadWalkCommit>> IndexedHistory::headWalk(const QString &head,
+std::optional<QList<HeadWalkCommit>> IndexedGraph::headWalk(const QString &head,
                                                               const QString &repository) const
 {
     const int start = find(head);

@@ -17,7 +17,7 @@ namespace strataloom {
  * their parents, held in memory: what opening a repository and drawing its commit graph need
  * from the index, read in one pass.
  */
-class IndexedHistory
+class IndexedGraph
 {
 public:
     struct Commit
@@ -46,7 +46,7 @@ public:
      * writing it: the data read is the last one written in full. Runs git for the repository's
      * refs; throws nothing.
      */
-    static std::optional<IndexedHistory> loadIfCurrent(const QString &databasePath,
+    static std::optional<IndexedGraph> loadIfCurrent(const QString &databasePath,
                                                        const QString &repository);
 
     /**
@@ -54,7 +54,7 @@ public:
      * behind the repository it is; nothing when there is no such file. Never creates or changes
      * the file. Throws SQLiteError when it is no readable index.
      */
-    static std::optional<IndexedHistory> load(const QString &databasePath);
+    static std::optional<IndexedGraph> load(const QString &databasePath);
 
     const std::vector<Commit> &commits() const { return m_commits; }
     const QList<Identity> &identities() const { return m_identities; }
@@ -73,14 +73,14 @@ public:
                                                   const QString &repository) const;
 
     /// @brief A history of the given commits, for callers that have them in memory already.
-    IndexedHistory(std::vector<Commit> commits, std::vector<int> parentIndexes,
+    IndexedGraph(std::vector<Commit> commits, std::vector<int> parentIndexes,
                    QList<Identity> identities);
 
 private:
-    IndexedHistory() = default;
+    IndexedGraph() = default;
     void indexHashes();
     /// @brief Reads the tables; with @p required, only when the index's stamp equals it.
-    static std::optional<IndexedHistory>
+    static std::optional<IndexedGraph>
     read(const QString &databasePath,
          const std::optional<RepositoryIndexer::CoverageStamp> &required);
 
