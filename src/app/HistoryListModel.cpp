@@ -2,6 +2,8 @@
 
 #include "index/SQLite.h"
 
+#include <QScopedValueRollback>
+
 namespace strataloom {
 
 /// @brief One query's connection and its resolved terms; the terms go first.
@@ -120,13 +122,15 @@ void HistoryListModel::show(const Answer &answer)
 
 bool HistoryListModel::canFetchMore(const QModelIndex &parent) const
 {
-    return !parent.isValid() && m_source && !m_exhausted && !m_loading;
+    return !parent.isValid() && m_source && !m_exhausted && !m_loading && !m_fetching;
 }
 
 void HistoryListModel::fetchMore(const QModelIndex &parent)
 {
     if (!canFetchMore(parent))
         return;
+    // Views may ask for more while the rows are being inserted; those rows come first.
+    const QScopedValueRollback fetching(m_fetching, true);
     try {
         const HistoryPage page = m_source->history->pageAfter(m_cursor, pageSize);
         m_exhausted = page.commits.size() < pageSize;

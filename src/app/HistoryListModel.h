@@ -88,6 +88,7 @@ private:
     std::shared_ptr<Source> m_source;
     std::optional<HistoryCursor> m_cursor;
     bool m_exhausted = true;
+    bool m_fetching = false;
     bool m_loading = false;
     qint64 m_total = 0;
     QString m_error;
