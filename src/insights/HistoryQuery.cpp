@@ -105,10 +105,8 @@ private:
                                                    "in quotes")
                                         .arg(word.value, keyList()),
                                     start, m_at - start);
-        if (word.value.size() > 1 && word.value.endsWith(u'*')) {
+        if (word.value.size() > 1 && word.value.endsWith(u'*'))
             word.value.chop(1);
-            word.prefix = true;
-        }
         return finished(word, start);
     }
 

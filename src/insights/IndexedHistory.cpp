@@ -140,7 +140,7 @@ void IndexedHistory::add(const HistoryQueryTerm &term)
 {
     switch (term.kind) {
     case Kind::Word:
-        m_words.append(ftsString(term.value) + (term.prefix ? QStringLiteral("*") : QString()));
+        m_words.append(ftsString(term.value) + QLatin1Char('*'));
         break;
     case Kind::Phrase:
         m_words.append(ftsString(term.value));

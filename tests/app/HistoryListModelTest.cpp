@@ -69,10 +69,11 @@ private Q_SLOTS:
             int position;
         };
         const Case cases[] = {
-            // "Author 3" wrote changes 3, 10, 17 and 24; change 1 is the only one that says 1.
+            // "Author 3" wrote changes 3, 10, 17 and 24; "Author 1" 1, 8, 15, 22 and 29.
             {QStringLiteral("author:author3@example.com"), 4, {}, -1},
             {QStringLiteral("author:\"Author 3\" change"), 4, {}, -1},
-            {QStringLiteral("1 author:author1"), 1, {}, -1},
+            {QStringLiteral("\"change 1\" author:author1"), 1, {}, -1},
+            {QStringLiteral("2 author:author1"), 2, {}, -1},
             {QStringLiteral("path:src/file5.txt"), 1, {}, -1},
             {QStringLiteral("change color:red"), -1, QStringLiteral("unknown key \"color:\""), 7},
             {QStringLiteral("change \"open"), -1, QStringLiteral("unclosed quote"), 7},

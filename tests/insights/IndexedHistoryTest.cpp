@@ -170,16 +170,16 @@ TEST_F(IndexedHistoryTest, EveryTermAloneAndCombinedAnswersAsGitDoes)
         {"ref:v1.0", {QStringLiteral("v1.0")}, false},
         {"ref:refs/heads/main", {QStringLiteral("main")}, false},
         {"frobnicate", {ignoreCase, QStringLiteral("--grep=frobnicate")}},
-        {"widget*", {ignoreCase, QStringLiteral("--grep=widget")}},
+        {"widget", {ignoreCase, QStringLiteral("--grep=widget")}},
         {"\"crash on resize\"", {ignoreCase, QStringLiteral("--grep=crash on resize")}},
         {"stages less", {ignoreCase, QStringLiteral("--all-match"), QStringLiteral("--grep=stages"),
                           QStringLiteral("--grep=less")}},
         {"author:ada path:src/ after:2024-01-02",
          {noMerges, ignoreCase, fixed, QStringLiteral("--author=ada"),
           QStringLiteral("--after=2024-01-02 00:00:00"), dashes, QStringLiteral("src/")}},
-        {"widget* author:zoe merges:no",
+        {"widg author:zoe merges:no",
          {noMerges, ignoreCase, QStringLiteral("--all-match"), QStringLiteral("--author=zoe"),
-          QStringLiteral("--grep=widget")}},
+          QStringLiteral("--grep=widg")}},
         {"ref:topic path:docs/ before:2024-01-06",
          {QStringLiteral("--before=2024-01-06 00:00:00"), QStringLiteral("topic"), dashes,
           QStringLiteral("docs/")},
@@ -213,9 +213,9 @@ TEST_F(IndexedHistoryTest, TermsGitCannotAskAnswerFromTheIndex)
           QStringLiteral("Initial layout")}},
         // Letter case of any script, in names as in e-mails.
         {"author:ÜNLÜ", {QStringLiteral("Widget pipeline tweaks"), QStringLiteral("docs: explain widgets")}},
-        // A word is a whole word; a trailing * makes it a prefix.
-        {"widget", {QStringLiteral("Widget pipeline tweaks")}},
-        {"widge", {}},
+        // A word matches the words it begins, not those it is inside of; a phrase whole words.
+        {"idget", {}},
+        {"\"explain widget\"", {}},
         // The full-text engine's operators are plain words here.
         {"NOT OR", {}},
     };

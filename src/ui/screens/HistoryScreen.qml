@@ -85,9 +85,10 @@ Item {
             objectName: "historyNote"
             Layout.fillWidth: true
             error: screen.fromIndex ? screen.history.error : ""
-            notice: !screen.fromIndex && screen.appModel && screen.appModel.session.repository
-                    ? "Showing the latest " + screen.loadedCount + " commits; the full history appears when indexing finishes"
-                    : ""
+            notice: screen.fromIndex || !screen.appModel || !screen.appModel.session.repository ? ""
+                    : screen.appModel.analytics.analyticsIndexState.isFailed
+                    ? "Showing the latest " + screen.loadedCount + " commits; the full history needs the index, which could not be built"
+                    : "Showing the latest " + screen.loadedCount + " commits; the full history appears when indexing finishes"
         }
 
         ListSurface {

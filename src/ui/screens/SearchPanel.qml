@@ -33,6 +33,10 @@ ColumnLayout {
             appModel.session.performSearch()
     }
 
+    // A search made with git carries over to the index once it is ready.
+    onFromIndexChanged: if (fromIndex && appModel.session.searchText !== "" && indexed.query === "")
+                            indexed.query = appModel.session.searchText
+
     spacing: Theme.padding
 
     Timer {
