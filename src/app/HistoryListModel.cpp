@@ -35,6 +35,7 @@ HistoryListModel::HistoryListModel(QObject *parent)
         setError(message);
         setLoading(false);
     })
+    , m_bodyRole(roleNames().key("body", -1))
 { }
 
 HistoryListModel::~HistoryListModel() = default;
@@ -88,6 +89,7 @@ void HistoryListModel::reload()
             source->database = std::make_unique<SQLiteDatabase>(path);
             try {
                 source->history = std::make_unique<IndexedHistory>(*source->database, parsed);
+                source->history->setReadsBodies(false);
             } catch (const HistoryQueryError &error) {
                 answer.error = error;
                 return answer;
@@ -118,6 +120,18 @@ void HistoryListModel::show(const Answer &answer)
     setTotal(answer.total);
     setError({});
     setLoading(false);
+}
+
+QVariant HistoryListModel::data(const QModelIndex &index, int role) const
+{
+    if (role != m_bodyRole || !m_source
+        || !checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return RecordList::data(index, role);
+    try {
+        return m_source->history->body(records().at(index.row()).id);
+    } catch (const SQLiteError &) {
+        return QString();
+    }
 }
 
 bool HistoryListModel::canFetchMore(const QModelIndex &parent) const

@@ -68,8 +68,9 @@ QString messageBody(const QString &message)
     return message.mid(start, end - start);
 }
 
+// %1: the body column, or '' where the rows leave it out.
 const QString selectColumns = QStringLiteral(
-    "SELECT c.id, c.sha, aa.name, aa.email, c.author_time, c.subject, c.body, c.committer_time,\n"
+    "SELECT c.id, c.sha, aa.name, aa.email, c.author_time, c.subject, %1, c.committer_time,\n"
     "    (SELECT COALESCE(SUM(cf.additions), 0) FROM commit_files cf WHERE cf.commit_id = c.id),\n"
     "    (SELECT COALESCE(SUM(cf.deletions), 0) FROM commit_files cf WHERE cf.commit_id = c.id),\n"
     "    (SELECT COUNT(*) FROM commit_files cf WHERE cf.commit_id = c.id)\n"
@@ -316,6 +317,14 @@ void IndexedHistory::bindAll(SQLiteStatement &statement) const
     }
 }
 
+QString IndexedHistory::body(const QString &sha)
+{
+    SQLiteStatement statement
+        = m_database.statement(QStringLiteral("SELECT body FROM commits WHERE sha = ?"));
+    statement.bindText(sha, 1);
+    return statement.step() ? messageBody(statement.columnText(0).value_or(QString())) : QString();
+}
+
 qint64 IndexedHistory::count()
 {
     SQLiteStatement statement = m_database.statement(
@@ -346,7 +355,8 @@ HistoryPage IndexedHistory::rows(const QString &extraCondition, const QList<Valu
     if (!extraCondition.isEmpty())
         conditions.append(extraCondition);
     SQLiteStatement statement = m_database.statement(
-        selectColumns + QStringLiteral("WHERE ") + conditions.join(QStringLiteral(" AND "))
+        selectColumns.arg(m_readsBodies ? QStringLiteral("c.body") : QStringLiteral("''"))
+            + QStringLiteral("WHERE ") + conditions.join(QStringLiteral(" AND "))
         + QStringLiteral("\nORDER BY c.committer_time DESC, c.id DESC LIMIT ?%1 OFFSET ?%2")
               .arg(m_values.size() + extraValues.size() + 1)
               .arg(m_values.size() + extraValues.size() + 2));

@@ -115,11 +115,22 @@ private Q_SLOTS:
 
         // Reloading the same repository keeps its history listed while the index catches up.
         availability.clear();
-        second.commit(QStringLiteral("One more"));
+        second.commit(QStringLiteral("One more\n\nWith a body."));
         harness.session().refresh();
         QVERIFY(settle(harness.model()));
         QVERIFY(availability.isEmpty());
         QCOMPARE(history.total(), 8);
+        // Rows hold no bodies; a row handed out has its body, read when asked for.
+        const QStringList subjects = [&] {
+            QStringList list;
+            for (const CommitRecord &commit : history.records())
+                list << commit.subject;
+            return list;
+        }();
+        const int added = int(subjects.indexOf(QStringLiteral("One more")));
+        QVERIFY(added >= 0);
+        QCOMPARE(history.get(added).value(QStringLiteral("body")).toString(),
+                 QStringLiteral("With a body."));
     }
 };
 

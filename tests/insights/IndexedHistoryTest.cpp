@@ -312,6 +312,17 @@ TEST_F(IndexedHistoryTest, RowsCarryWhatGitsHistoryListShows)
     EXPECT_EQ(row.additions, 3);
     EXPECT_EQ(row.deletions, 0);
     EXPECT_EQ(row.filesChanged, 1);
+
+    // Rows without bodies, as a long list keeps them, give each body when asked.
+    index.read([&](SQLiteDatabase &database) {
+        IndexedHistory history(database, HistoryQuery::parse(QStringLiteral("frobnicate")));
+        history.setReadsBodies(false);
+        const QList<CommitRecord> bare = history.page(0, 0);
+        ASSERT_EQ(bare.size(), 1);
+        EXPECT_EQ(bare.first().body, QString());
+        EXPECT_EQ(history.body(row.id), row.body);
+        EXPECT_EQ(history.body(rows.first().id.left(39)), QString());
+    });
 }
 
 } // namespace
