@@ -209,17 +209,20 @@ void IndexedHistory::addPath(const QString &typed)
     const auto [low, high] = folderRange(path);
     const QString lo = bindingPlaceholder(low);
     const QString hi = bindingPlaceholder(high);
-    const QString exact = folderOnly ? QStringLiteral("NULL") : bindingPlaceholder(path);
+    const QString exact = folderOnly ? QString() : bindingPlaceholder(path);
     const auto under = [&](const QString &column) {
-        return QStringLiteral("((%1 >= %2 AND %1 < %3) OR %1 = %4)").arg(column, lo, hi, exact);
+        const QString range = QStringLiteral("(%1 >= %2 AND %1 < %3)").arg(column, lo, hi);
+        return folderOnly ? range : QStringLiteral("(%1 OR %2 = %3)").arg(range, column, exact);
     };
+    // The renames away are looked for only among files that now live elsewhere: the changes
+    // of the others are all matched by their own path already.
     QString condition
         = QStringLiteral("c.id IN (SELECT cf.commit_id FROM commit_files cf WHERE "
                          "cf.file_id IN (SELECT id FROM files WHERE %1) OR (cf.file_id IN "
-                         "(SELECT file_id FROM file_paths WHERE %2) AND cf.status LIKE 'R%' AND "
-                         "%3))")
-              .arg(under(QStringLiteral("current_path")), under(QStringLiteral("path")),
-                   under(QStringLiteral("cf.old_path")));
+                         "(SELECT fp.file_id FROM file_paths fp JOIN files f ON f.id = fp.file_id "
+                         "WHERE %2 AND NOT %3) AND cf.status LIKE 'R%' AND %4))")
+              .arg(under(QStringLiteral("current_path")), under(QStringLiteral("fp.path")),
+                   under(QStringLiteral("f.current_path")), under(QStringLiteral("cf.old_path")));
 
     if (!folderOnly) {
         // A file's earlier names: each rename to a name links to the name before it, for the
