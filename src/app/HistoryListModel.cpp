@@ -31,10 +31,11 @@ struct HistoryListModel::Answer
 
 HistoryListModel::HistoryListModel(QObject *parent)
     : RecordList("subject", parent)
-    , m_tasks(this, [this](const QString &message) {
-        setError(message);
-        setLoading(false);
-    })
+    , m_tasks(this,
+              [this](const QString &message) {
+                  setError(message);
+                  setLoading(false);
+              })
     , m_bodyRole(roleNames().key("body", -1))
 { }
 

@@ -27,9 +27,9 @@ void commitTypeFunction(sqlite3_context *context, int, sqlite3_value **arguments
 
 void registerFunctions(SQLiteDatabase &database)
 {
-    const int result = sqlite3_create_function_v2(
-        database.handle(), "strataloom_commit_type", 1, SQLITE_UTF16 | SQLITE_DETERMINISTIC,
-        nullptr, commitTypeFunction, nullptr, nullptr, nullptr);
+    const int result = sqlite3_create_function_v2(database.handle(), "strataloom_commit_type", 1,
+                                                  SQLITE_UTF16 | SQLITE_DETERMINISTIC, nullptr,
+                                                  commitTypeFunction, nullptr, nullptr, nullptr);
     if (result != SQLITE_OK)
         throw SQLiteError::execute(QString::fromUtf8(sqlite3_errmsg(database.handle())),
                                    QStringLiteral("strataloom_commit_type"));
@@ -100,9 +100,9 @@ IndexedHistory::IndexedHistory(SQLiteDatabase &database, const HistoryQuery &que
     for (const HistoryQueryTerm &term : query.terms())
         add(term);
     if (!m_words.isEmpty()) {
-        const QString match = bindingPlaceholder(QStringLiteral("{subject body} : (")
-                                                 + m_words.join(QStringLiteral(" AND "))
-                                                 + QLatin1Char(')'));
+        const QString match
+            = bindingPlaceholder(QStringLiteral("{subject body} : (")
+                                 + m_words.join(QStringLiteral(" AND ")) + QLatin1Char(')'));
         m_conditions.append(
             searchRowsAreCommitIDs()
                 ? QStringLiteral("c.id IN (SELECT rowid FROM commit_search WHERE commit_search "
@@ -120,9 +120,9 @@ bool IndexedHistory::searchRowsAreCommitIDs()
     // table loses rows: their numbers agree unless a stored commit was ever written again,
     // which added a search row but no commit and leaves the search's last number ahead.
     // Reading the hash of each matching search row instead costs its whole message.
-    SQLiteStatement last = m_database.statement(
-        QStringLiteral("SELECT (SELECT MAX(rowid) FROM commit_search) IS "
-                       "(SELECT MAX(id) FROM commits)"));
+    SQLiteStatement last
+        = m_database.statement(QStringLiteral("SELECT (SELECT MAX(rowid) FROM commit_search) IS "
+                                              "(SELECT MAX(id) FROM commits)"));
     return last.step() && last.columnInt64(0) == 1;
 }
 
@@ -176,7 +176,7 @@ void IndexedHistory::add(const HistoryQueryTerm &term)
         break;
     case Kind::Merges:
         m_conditions.append(term.value == QLatin1String("no") ? QStringLiteral("c.is_merge = 0")
-                                                               : QStringLiteral("c.is_merge = 1"));
+                                                              : QStringLiteral("c.is_merge = 1"));
         break;
     }
 }
@@ -264,8 +264,8 @@ void IndexedHistory::addPath(const QString &typed)
             QStringList ids;
             for (const qint64 id : std::as_const(earlier))
                 ids.append(QString::number(id));
-            condition = QStringLiteral("(%1 OR c.id IN (%2))")
-                            .arg(condition, ids.join(QLatin1Char(',')));
+            condition
+                = QStringLiteral("(%1 OR c.id IN (%2))").arg(condition, ids.join(QLatin1Char(',')));
         }
     }
     m_conditions.append(condition);
@@ -290,8 +290,7 @@ void IndexedHistory::addRef(const HistoryQueryTerm &term)
     const qint64 tip = target.columnInt64(0);
 
     const QString table = QStringLiteral("history_ref_%1").arg(++temporaryTableNumber);
-    m_database.execute(
-        QStringLiteral("CREATE TEMP TABLE %1(id INTEGER PRIMARY KEY)").arg(table));
+    m_database.execute(QStringLiteral("CREATE TEMP TABLE %1(id INTEGER PRIMARY KEY)").arg(table));
     m_temporaryTables.append(table);
     SQLiteStatement fill = m_database.statement(
         QStringLiteral("INSERT INTO temp.%1(id) "
@@ -330,9 +329,9 @@ QString IndexedHistory::body(const QString &sha)
 
 qint64 IndexedHistory::count()
 {
-    SQLiteStatement statement = m_database.statement(
-        QStringLiteral("SELECT COUNT(*) FROM commits c WHERE ")
-        + m_conditions.join(QStringLiteral(" AND ")));
+    SQLiteStatement statement
+        = m_database.statement(QStringLiteral("SELECT COUNT(*) FROM commits c WHERE ")
+                               + m_conditions.join(QStringLiteral(" AND ")));
     bindAll(statement);
     return statement.step() ? statement.columnInt64(0) : 0;
 }
@@ -359,7 +358,7 @@ HistoryPage IndexedHistory::rows(const QString &extraCondition, const QList<Valu
         conditions.append(extraCondition);
     SQLiteStatement statement = m_database.statement(
         selectColumns.arg(m_readsBodies ? QStringLiteral("c.body") : QStringLiteral("''"))
-            + QStringLiteral("WHERE ") + conditions.join(QStringLiteral(" AND "))
+        + QStringLiteral("WHERE ") + conditions.join(QStringLiteral(" AND "))
         + QStringLiteral("\nORDER BY c.committer_time DESC, c.id DESC LIMIT ?%1 OFFSET ?%2")
               .arg(m_values.size() + extraValues.size() + 1)
               .arg(m_values.size() + extraValues.size() + 2));

@@ -81,8 +81,8 @@ private:
     bool searchRowsAreCommitIDs();
     QString bindingPlaceholder(const Value &value);
     void bindAll(SQLiteStatement &statement) const;
-    HistoryPage rows(const QString &extraCondition, const QList<Value> &extraValues,
-                     qint64 limit, qint64 offset);
+    HistoryPage rows(const QString &extraCondition, const QList<Value> &extraValues, qint64 limit,
+                     qint64 offset);
 
     SQLiteDatabase &m_database;
     QStringList m_conditions;

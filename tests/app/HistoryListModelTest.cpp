@@ -46,8 +46,9 @@ private Q_SLOTS:
         while (history.canFetchMore({}))
             history.fetchMore({});
         QCOMPARE(ids(history),
-                 repository.git({QStringLiteral("log"), QStringLiteral("--all"),
-                                 QStringLiteral("--format=%H")})
+                 repository
+                     .git({QStringLiteral("log"), QStringLiteral("--all"),
+                           QStringLiteral("--format=%H")})
                      .split(QLatin1Char('\n'), Qt::SkipEmptyParts));
     }
 

@@ -11,8 +11,8 @@ namespace {
 // A term as "Kind=value", with the instant after a date.
 QString describe(const HistoryQueryTerm &term)
 {
-    static const char *const names[] = {"Word",   "Phrase", "Author", "Path", "After",
-                                        "Before", "Type",   "Ref",    "Merges"};
+    static const char *const names[]
+        = {"Word", "Phrase", "Author", "Path", "After", "Before", "Type", "Ref", "Merges"};
     QString text = QString::fromLatin1(names[int(term.kind)]);
     text += QLatin1Char('=') + term.value;
     if (term.kind == HistoryQueryTerm::Kind::After || term.kind == HistoryQueryTerm::Kind::Before)

@@ -1,9 +1,9 @@
 // The query language answered from an index, checked against git's own answers where git has
 // one, on a history with branches, a merge, a tag and a file renamed twice.
 
-#include "index/RepositoryIndexer.h"
 #include "insights/IndexedHistory.h"
 #include "TestRepository.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QTemporaryDir>
 
@@ -97,16 +97,13 @@ protected:
         repo.setDate(QStringLiteral("2024-01-%1T12:00:00Z").arg(number, 2, 10, QLatin1Char('0')));
     }
 
-    void synchronize()
-    {
-        RepositoryIndexer(index).synchronize(repo.path());
-    }
+    void synchronize() { RepositoryIndexer(index).synchronize(repo.path()); }
 
     /// Subjects of git log's answer for @p arguments, newest first.
     QStringList gitSubjects(const QStringList &arguments)
     {
-        return repo.git(QStringList {QStringLiteral("log"), QStringLiteral("--format=%s")}
-                        + arguments)
+        return repo
+            .git(QStringList {QStringLiteral("log"), QStringLiteral("--format=%s")} + arguments)
             .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     }
 
@@ -172,8 +169,9 @@ TEST_F(IndexedHistoryTest, EveryTermAloneAndCombinedAnswersAsGitDoes)
         {"frobnicate", {ignoreCase, QStringLiteral("--grep=frobnicate")}},
         {"widget", {ignoreCase, QStringLiteral("--grep=widget")}},
         {"\"crash on resize\"", {ignoreCase, QStringLiteral("--grep=crash on resize")}},
-        {"stages less", {ignoreCase, QStringLiteral("--all-match"), QStringLiteral("--grep=stages"),
-                          QStringLiteral("--grep=less")}},
+        {"stages less",
+         {ignoreCase, QStringLiteral("--all-match"), QStringLiteral("--grep=stages"),
+          QStringLiteral("--grep=less")}},
         {"author:ada path:src/ after:2024-01-02",
          {noMerges, ignoreCase, fixed, QStringLiteral("--author=ada"),
           QStringLiteral("--after=2024-01-02 00:00:00"), dashes, QStringLiteral("src/")}},
@@ -187,9 +185,9 @@ TEST_F(IndexedHistoryTest, EveryTermAloneAndCombinedAnswersAsGitDoes)
     };
     for (const GitCase &test : cases) {
         SCOPED_TRACE(test.query);
-        const QStringList expected = gitSubjects(
-            (test.allRefs ? QStringList {QStringLiteral("--all")} : QStringList {})
-            + test.gitArguments);
+        const QStringList expected
+            = gitSubjects((test.allRefs ? QStringList {QStringLiteral("--all")} : QStringList {})
+                          + test.gitArguments);
         EXPECT_EQ(answer(QString::fromUtf8(test.query)), expected);
     }
 }
@@ -203,7 +201,8 @@ struct ExpectedCase
 TEST_F(IndexedHistoryTest, TermsGitCannotAskAnswerFromTheIndex)
 {
     const ExpectedCase cases[] = {
-        {"type:fix", {QStringLiteral("fix: lib edge case"), QStringLiteral("fix(ui): crash on resize")}},
+        {"type:fix",
+         {QStringLiteral("fix: lib edge case"), QStringLiteral("fix(ui): crash on resize")}},
         {"type:docs", {QStringLiteral("docs: explain widgets")}},
         {"type:feat author:ada", {}},
         // A file's commits under its earlier names as well; git's plain -- b.txt has only the
@@ -212,7 +211,8 @@ TEST_F(IndexedHistoryTest, TermsGitCannotAskAnswerFromTheIndex)
          {QStringLiteral("Move b into lib"), QStringLiteral("Rename a to b"),
           QStringLiteral("Initial layout")}},
         // Letter case of any script, in names as in e-mails.
-        {"author:ÜNLÜ", {QStringLiteral("Widget pipeline tweaks"), QStringLiteral("docs: explain widgets")}},
+        {"author:ÜNLÜ",
+         {QStringLiteral("Widget pipeline tweaks"), QStringLiteral("docs: explain widgets")}},
         // A word matches the words it begins, not those it is inside of; a phrase whole words.
         {"idget", {}},
         {"\"explain widget\"", {}},
@@ -235,8 +235,9 @@ TEST_F(IndexedHistoryTest, AFileFollowsItsEarlierNamesAsGitFollowDoes)
                            QStringLiteral("Rename a to b"), QStringLiteral("Initial layout")}));
     EXPECT_EQ(answer(QStringLiteral("path:lib/c.txt")), expected);
     // A folder is no file: it lists what happened under it, not under earlier names.
-    EXPECT_EQ(answer(QStringLiteral("path:lib/")),
-              QStringList({QStringLiteral("fix: lib edge case"), QStringLiteral("Move b into lib")}));
+    EXPECT_EQ(
+        answer(QStringLiteral("path:lib/")),
+        QStringList({QStringLiteral("fix: lib edge case"), QStringLiteral("Move b into lib")}));
 }
 
 TEST_F(IndexedHistoryTest, WordsMatchWhenSearchRowsAreNumberedApartFromCommits)
