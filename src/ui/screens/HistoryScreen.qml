@@ -102,8 +102,6 @@ Item {
                 clip: true
                 model: screen.rows
                 boundsBehavior: Flickable.StopAtBounds
-                // Rows of a fixed height: the scroll bar stays true to the whole history.
-                reuseItems: true
                 ScrollBar.vertical: ScrollBar { }
                 delegate: CommitRow {
                     selected: !!screen.appModel.selection.selectedCommit && screen.appModel.selection.selectedCommit.id === commitId

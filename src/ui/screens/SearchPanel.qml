@@ -76,7 +76,6 @@ ColumnLayout {
             model: panel.fromIndex ? (panel.indexed.query.trim() !== "" ? panel.indexed : null)
                                    : panel.appModel ? panel.appModel.session.searchResults : null
             boundsBehavior: Flickable.StopAtBounds
-            reuseItems: true
             ScrollBar.vertical: ScrollBar { }
             delegate: CommitRow {
                 showsCounts: false
