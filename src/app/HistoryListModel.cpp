@@ -2,6 +2,8 @@
 
 #include "index/SQLite.h"
 
+#include <QScopedValueRollback>
+
 namespace strataloom {
 
 /// @brief One query's connection and its resolved terms; the terms go first.
@@ -29,10 +31,12 @@ struct HistoryListModel::Answer
 
 HistoryListModel::HistoryListModel(QObject *parent)
     : RecordList("subject", parent)
-    , m_tasks(this, [this](const QString &message) {
-        setError(message);
-        setLoading(false);
-    })
+    , m_tasks(this,
+              [this](const QString &message) {
+                  setError(message);
+                  setLoading(false);
+              })
+    , m_bodyRole(roleNames().key("body", -1))
 { }
 
 HistoryListModel::~HistoryListModel() = default;
@@ -86,6 +90,7 @@ void HistoryListModel::reload()
             source->database = std::make_unique<SQLiteDatabase>(path);
             try {
                 source->history = std::make_unique<IndexedHistory>(*source->database, parsed);
+                source->history->setReadsBodies(false);
             } catch (const HistoryQueryError &error) {
                 answer.error = error;
                 return answer;
@@ -118,15 +123,29 @@ void HistoryListModel::show(const Answer &answer)
     setLoading(false);
 }
 
+QVariant HistoryListModel::data(const QModelIndex &index, int role) const
+{
+    if (role != m_bodyRole || !m_source
+        || !checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return RecordList::data(index, role);
+    try {
+        return m_source->history->body(records().at(index.row()).id);
+    } catch (const SQLiteError &) {
+        return QString();
+    }
+}
+
 bool HistoryListModel::canFetchMore(const QModelIndex &parent) const
 {
-    return !parent.isValid() && m_source && !m_exhausted && !m_loading;
+    return !parent.isValid() && m_source && !m_exhausted && !m_loading && !m_fetching;
 }
 
 void HistoryListModel::fetchMore(const QModelIndex &parent)
 {
     if (!canFetchMore(parent))
         return;
+    // Views may ask for more while the rows are being inserted; those rows come first.
+    const QScopedValueRollback fetching(m_fetching, true);
     try {
         const HistoryPage page = m_source->history->pageAfter(m_cursor, pageSize);
         m_exhausted = page.commits.size() < pageSize;

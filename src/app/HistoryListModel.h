@@ -62,6 +62,8 @@ public:
     /// @brief Runs the query again, for example after the index took in new commits.
     Q_INVOKABLE void reload();
 
+    /// @brief The body role is read from the index when asked for: rows hold no bodies.
+    QVariant data(const QModelIndex &index, int role) const override;
     bool canFetchMore(const QModelIndex &parent) const override;
     void fetchMore(const QModelIndex &parent) override;
 
@@ -88,11 +90,13 @@ private:
     std::shared_ptr<Source> m_source;
     std::optional<HistoryCursor> m_cursor;
     bool m_exhausted = true;
+    bool m_fetching = false;
     bool m_loading = false;
     qint64 m_total = 0;
     QString m_error;
     int m_errorPosition = -1;
     int m_errorLength = -1;
+    int m_bodyRole = -1;
     quint64 m_generation = 0;
 };
 

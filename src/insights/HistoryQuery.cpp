@@ -39,8 +39,8 @@ QString keyList()
  */
 std::optional<qint64> parseInstant(const QString &text)
 {
-    static const QRegularExpression pattern(QStringLiteral(
-        R"(^(\d{4})-(\d{2})-(\d{2})(?:[T ](\d{2}):(\d{2})(?::(\d{2}))?)?$)"));
+    static const QRegularExpression pattern(
+        QStringLiteral(R"(^(\d{4})-(\d{2})-(\d{2})(?:[T ](\d{2}):(\d{2})(?::(\d{2}))?)?$)"));
     const QRegularExpressionMatch match = pattern.match(text);
     if (!match.hasMatch())
         return std::nullopt;
@@ -105,10 +105,8 @@ private:
                                                    "in quotes")
                                         .arg(word.value, keyList()),
                                     start, m_at - start);
-        if (word.value.size() > 1 && word.value.endsWith(u'*')) {
+        if (word.value.size() > 1 && word.value.endsWith(u'*'))
             word.value.chop(1);
-            word.prefix = true;
-        }
         return finished(word, start);
     }
 
@@ -201,12 +199,9 @@ private:
 
 } // namespace
 
-HistoryQueryError::HistoryQueryError(const QString &message, qsizetype position,
-                                     qsizetype length)
-    : std::runtime_error(QStringLiteral("%1 (at character %2)")
-                             .arg(message)
-                             .arg(position + 1)
-                             .toStdString())
+HistoryQueryError::HistoryQueryError(const QString &message, qsizetype position, qsizetype length)
+    : std::runtime_error(
+        QStringLiteral("%1 (at character %2)").arg(message).arg(position + 1).toStdString())
     , m_message(message)
     , m_position(position)
     , m_length(length)

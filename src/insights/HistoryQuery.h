@@ -32,7 +32,7 @@ private:
 struct HistoryQueryTerm
 {
     enum class Kind {
-        Word, ///< a word of the message; a trailing "*" makes it a prefix
+        Word, ///< the beginning of a word of the message
         Phrase, ///< quoted words of the message, in that order
         Author, ///< part of the author's name or e-mail, letter case ignored
         Path, ///< a file (with its earlier names) or a folder
@@ -45,7 +45,6 @@ struct HistoryQueryTerm
 
     Kind kind = Kind::Word;
     QString value; ///< as typed, quotes removed; for Merges "no" or "only"
-    bool prefix = false; ///< Word only: match words that begin with value
     qint64 seconds = 0; ///< After and Before: the instant, seconds since 1970
     qsizetype position = 0; ///< where the term starts in the query text
     qsizetype length = 0;
@@ -56,8 +55,10 @@ struct HistoryQueryTerm
 /**
  * @brief The one query language of the History filter, Search and `strataloom-cli log`.
  *
- * Terms are separated by blanks and all must hold. A bare word matches a word of the commit
- * message (subject or body, letter case ignored), `"several words"` those words in that order.
+ * Terms are separated by blanks and all must hold. A bare word matches the words of the commit
+ * message (subject or body, letter case ignored) that begin with it, so that a list searched as
+ * the user types finds "alpha" at "alp" (a trailing `*`, as other search boxes take it, changes
+ * nothing); `"several words"` matches those whole words in that order.
  * `key:value` terms (a value with blanks goes in quotes: `author:"Ada Lovelace"`):
  *   - author: part of the author's name or e-mail, letter case ignored;
  *   - path: a file or a folder (`src/` or `src`); a file also matches the commits made to it

@@ -27,9 +27,9 @@ void commitTypeFunction(sqlite3_context *context, int, sqlite3_value **arguments
 
 void registerFunctions(SQLiteDatabase &database)
 {
-    const int result = sqlite3_create_function_v2(
-        database.handle(), "strataloom_commit_type", 1, SQLITE_UTF16 | SQLITE_DETERMINISTIC,
-        nullptr, commitTypeFunction, nullptr, nullptr, nullptr);
+    const int result = sqlite3_create_function_v2(database.handle(), "strataloom_commit_type", 1,
+                                                  SQLITE_UTF16 | SQLITE_DETERMINISTIC, nullptr,
+                                                  commitTypeFunction, nullptr, nullptr, nullptr);
     if (result != SQLITE_OK)
         throw SQLiteError::execute(QString::fromUtf8(sqlite3_errmsg(database.handle())),
                                    QStringLiteral("strataloom_commit_type"));
@@ -68,8 +68,9 @@ QString messageBody(const QString &message)
     return message.mid(start, end - start);
 }
 
+// %1: the body column, or '' where the rows leave it out.
 const QString selectColumns = QStringLiteral(
-    "SELECT c.id, c.sha, aa.name, aa.email, c.author_time, c.subject, c.body, c.committer_time,\n"
+    "SELECT c.id, c.sha, aa.name, aa.email, c.author_time, c.subject, %1, c.committer_time,\n"
     "    (SELECT COALESCE(SUM(cf.additions), 0) FROM commit_files cf WHERE cf.commit_id = c.id),\n"
     "    (SELECT COALESCE(SUM(cf.deletions), 0) FROM commit_files cf WHERE cf.commit_id = c.id),\n"
     "    (SELECT COUNT(*) FROM commit_files cf WHERE cf.commit_id = c.id)\n"
@@ -99,9 +100,9 @@ IndexedHistory::IndexedHistory(SQLiteDatabase &database, const HistoryQuery &que
     for (const HistoryQueryTerm &term : query.terms())
         add(term);
     if (!m_words.isEmpty()) {
-        const QString match = bindingPlaceholder(QStringLiteral("{subject body} : (")
-                                                 + m_words.join(QStringLiteral(" AND "))
-                                                 + QLatin1Char(')'));
+        const QString match
+            = bindingPlaceholder(QStringLiteral("{subject body} : (")
+                                 + m_words.join(QStringLiteral(" AND ")) + QLatin1Char(')'));
         m_conditions.append(
             searchRowsAreCommitIDs()
                 ? QStringLiteral("c.id IN (SELECT rowid FROM commit_search WHERE commit_search "
@@ -119,9 +120,9 @@ bool IndexedHistory::searchRowsAreCommitIDs()
     // table loses rows: their numbers agree unless a stored commit was ever written again,
     // which added a search row but no commit and leaves the search's last number ahead.
     // Reading the hash of each matching search row instead costs its whole message.
-    SQLiteStatement last = m_database.statement(
-        QStringLiteral("SELECT (SELECT MAX(rowid) FROM commit_search) IS "
-                       "(SELECT MAX(id) FROM commits)"));
+    SQLiteStatement last
+        = m_database.statement(QStringLiteral("SELECT (SELECT MAX(rowid) FROM commit_search) IS "
+                                              "(SELECT MAX(id) FROM commits)"));
     return last.step() && last.columnInt64(0) == 1;
 }
 
@@ -140,7 +141,7 @@ void IndexedHistory::add(const HistoryQueryTerm &term)
 {
     switch (term.kind) {
     case Kind::Word:
-        m_words.append(ftsString(term.value) + (term.prefix ? QStringLiteral("*") : QString()));
+        m_words.append(ftsString(term.value) + QLatin1Char('*'));
         break;
     case Kind::Phrase:
         m_words.append(ftsString(term.value));
@@ -175,7 +176,7 @@ void IndexedHistory::add(const HistoryQueryTerm &term)
         break;
     case Kind::Merges:
         m_conditions.append(term.value == QLatin1String("no") ? QStringLiteral("c.is_merge = 0")
-                                                               : QStringLiteral("c.is_merge = 1"));
+                                                              : QStringLiteral("c.is_merge = 1"));
         break;
     }
 }
@@ -208,17 +209,20 @@ void IndexedHistory::addPath(const QString &typed)
     const auto [low, high] = folderRange(path);
     const QString lo = bindingPlaceholder(low);
     const QString hi = bindingPlaceholder(high);
-    const QString exact = folderOnly ? QStringLiteral("NULL") : bindingPlaceholder(path);
+    const QString exact = folderOnly ? QString() : bindingPlaceholder(path);
     const auto under = [&](const QString &column) {
-        return QStringLiteral("((%1 >= %2 AND %1 < %3) OR %1 = %4)").arg(column, lo, hi, exact);
+        const QString range = QStringLiteral("(%1 >= %2 AND %1 < %3)").arg(column, lo, hi);
+        return folderOnly ? range : QStringLiteral("(%1 OR %2 = %3)").arg(range, column, exact);
     };
+    // The renames away are looked for only among files that now live elsewhere: the changes
+    // of the others are all matched by their own path already.
     QString condition
         = QStringLiteral("c.id IN (SELECT cf.commit_id FROM commit_files cf WHERE "
                          "cf.file_id IN (SELECT id FROM files WHERE %1) OR (cf.file_id IN "
-                         "(SELECT file_id FROM file_paths WHERE %2) AND cf.status LIKE 'R%' AND "
-                         "%3))")
-              .arg(under(QStringLiteral("current_path")), under(QStringLiteral("path")),
-                   under(QStringLiteral("cf.old_path")));
+                         "(SELECT fp.file_id FROM file_paths fp JOIN files f ON f.id = fp.file_id "
+                         "WHERE %2 AND NOT %3) AND cf.status LIKE 'R%' AND %4))")
+              .arg(under(QStringLiteral("current_path")), under(QStringLiteral("fp.path")),
+                   under(QStringLiteral("f.current_path")), under(QStringLiteral("cf.old_path")));
 
     if (!folderOnly) {
         // A file's earlier names: each rename to a name links to the name before it, for the
@@ -260,8 +264,8 @@ void IndexedHistory::addPath(const QString &typed)
             QStringList ids;
             for (const qint64 id : std::as_const(earlier))
                 ids.append(QString::number(id));
-            condition = QStringLiteral("(%1 OR c.id IN (%2))")
-                            .arg(condition, ids.join(QLatin1Char(',')));
+            condition
+                = QStringLiteral("(%1 OR c.id IN (%2))").arg(condition, ids.join(QLatin1Char(',')));
         }
     }
     m_conditions.append(condition);
@@ -286,8 +290,7 @@ void IndexedHistory::addRef(const HistoryQueryTerm &term)
     const qint64 tip = target.columnInt64(0);
 
     const QString table = QStringLiteral("history_ref_%1").arg(++temporaryTableNumber);
-    m_database.execute(
-        QStringLiteral("CREATE TEMP TABLE %1(id INTEGER PRIMARY KEY)").arg(table));
+    m_database.execute(QStringLiteral("CREATE TEMP TABLE %1(id INTEGER PRIMARY KEY)").arg(table));
     m_temporaryTables.append(table);
     SQLiteStatement fill = m_database.statement(
         QStringLiteral("INSERT INTO temp.%1(id) "
@@ -316,11 +319,19 @@ void IndexedHistory::bindAll(SQLiteStatement &statement) const
     }
 }
 
+QString IndexedHistory::body(const QString &sha)
+{
+    SQLiteStatement statement
+        = m_database.statement(QStringLiteral("SELECT body FROM commits WHERE sha = ?"));
+    statement.bindText(sha, 1);
+    return statement.step() ? messageBody(statement.columnText(0).value_or(QString())) : QString();
+}
+
 qint64 IndexedHistory::count()
 {
-    SQLiteStatement statement = m_database.statement(
-        QStringLiteral("SELECT COUNT(*) FROM commits c WHERE ")
-        + m_conditions.join(QStringLiteral(" AND ")));
+    SQLiteStatement statement
+        = m_database.statement(QStringLiteral("SELECT COUNT(*) FROM commits c WHERE ")
+                               + m_conditions.join(QStringLiteral(" AND ")));
     bindAll(statement);
     return statement.step() ? statement.columnInt64(0) : 0;
 }
@@ -346,7 +357,8 @@ HistoryPage IndexedHistory::rows(const QString &extraCondition, const QList<Valu
     if (!extraCondition.isEmpty())
         conditions.append(extraCondition);
     SQLiteStatement statement = m_database.statement(
-        selectColumns + QStringLiteral("WHERE ") + conditions.join(QStringLiteral(" AND "))
+        selectColumns.arg(m_readsBodies ? QStringLiteral("c.body") : QStringLiteral("''"))
+        + QStringLiteral("WHERE ") + conditions.join(QStringLiteral(" AND "))
         + QStringLiteral("\nORDER BY c.committer_time DESC, c.id DESC LIMIT ?%1 OFFSET ?%2")
               .arg(m_values.size() + extraValues.size() + 1)
               .arg(m_values.size() + extraValues.size() + 2));

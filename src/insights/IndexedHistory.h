@@ -54,6 +54,15 @@ public:
     IndexedHistory(const IndexedHistory &) = delete;
     IndexedHistory &operator=(const IndexedHistory &) = delete;
 
+    /**
+     * @brief False: rows leave the body empty, for body() to give when it is asked for. A long
+     * list then holds a fraction of the memory, and its pages read no message text (the
+     * longest part of a commit's row) from the file.
+     */
+    void setReadsBodies(bool reads) { m_readsBodies = reads; }
+    /// @brief The body of the commit @p sha as the rows give it; empty when it has none.
+    QString body(const QString &sha);
+
     /// @brief How many commits match.
     qint64 count();
     /// @brief The matching commits from @p offset on, at most @p limit of them (all when
@@ -72,14 +81,15 @@ private:
     bool searchRowsAreCommitIDs();
     QString bindingPlaceholder(const Value &value);
     void bindAll(SQLiteStatement &statement) const;
-    HistoryPage rows(const QString &extraCondition, const QList<Value> &extraValues,
-                     qint64 limit, qint64 offset);
+    HistoryPage rows(const QString &extraCondition, const QList<Value> &extraValues, qint64 limit,
+                     qint64 offset);
 
     SQLiteDatabase &m_database;
     QStringList m_conditions;
     QList<Value> m_values;
     QStringList m_temporaryTables;
     QStringList m_words; ///< full-text terms, in the search engine's syntax
+    bool m_readsBodies = true;
 };
 
 } // namespace strataloom

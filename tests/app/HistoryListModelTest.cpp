@@ -46,8 +46,9 @@ private Q_SLOTS:
         while (history.canFetchMore({}))
             history.fetchMore({});
         QCOMPARE(ids(history),
-                 repository.git({QStringLiteral("log"), QStringLiteral("--all"),
-                                 QStringLiteral("--format=%H")})
+                 repository
+                     .git({QStringLiteral("log"), QStringLiteral("--all"),
+                           QStringLiteral("--format=%H")})
                      .split(QLatin1Char('\n'), Qt::SkipEmptyParts));
     }
 
@@ -69,10 +70,11 @@ private Q_SLOTS:
             int position;
         };
         const Case cases[] = {
-            // "Author 3" wrote changes 3, 10, 17 and 24; change 1 is the only one that says 1.
+            // "Author 3" wrote changes 3, 10, 17 and 24; "Author 1" 1, 8, 15, 22 and 29.
             {QStringLiteral("author:author3@example.com"), 4, {}, -1},
             {QStringLiteral("author:\"Author 3\" change"), 4, {}, -1},
-            {QStringLiteral("1 author:author1"), 1, {}, -1},
+            {QStringLiteral("\"change 1\" author:author1"), 1, {}, -1},
+            {QStringLiteral("2 author:author1"), 2, {}, -1},
             {QStringLiteral("path:src/file5.txt"), 1, {}, -1},
             {QStringLiteral("change color:red"), -1, QStringLiteral("unknown key \"color:\""), 7},
             {QStringLiteral("change \"open"), -1, QStringLiteral("unclosed quote"), 7},
@@ -114,11 +116,22 @@ private Q_SLOTS:
 
         // Reloading the same repository keeps its history listed while the index catches up.
         availability.clear();
-        second.commit(QStringLiteral("One more"));
+        second.commit(QStringLiteral("One more\n\nWith a body."));
         harness.session().refresh();
         QVERIFY(settle(harness.model()));
         QVERIFY(availability.isEmpty());
         QCOMPARE(history.total(), 8);
+        // Rows hold no bodies; a row handed out has its body, read when asked for.
+        const QStringList subjects = [&] {
+            QStringList list;
+            for (const CommitRecord &commit : history.records())
+                list << commit.subject;
+            return list;
+        }();
+        const int added = int(subjects.indexOf(QStringLiteral("One more")));
+        QVERIFY(added >= 0);
+        QCOMPARE(history.get(added).value(QStringLiteral("body")).toString(),
+                 QStringLiteral("With a body."));
     }
 };
 

@@ -54,10 +54,10 @@ TEST_F(LogCommandTest, AMissingIndexSaysToRunIndex)
 
 TEST_F(LogCommandTest, ReadsTheIndexAsItStandsNewestFirstPaged)
 {
-    ASSERT_EQ(cli({QStringLiteral("index"), repo.path(), QStringLiteral("--index-dir"),
-                   indexes.path()})
-                  .status,
-              0);
+    ASSERT_EQ(
+        cli({QStringLiteral("index"), repo.path(), QStringLiteral("--index-dir"), indexes.path()})
+            .status,
+        0);
     // Not synchronised by log: this commit stays out until the next `index`.
     repo.commit(QStringLiteral("Change after indexing"));
     const QStringList all = repo.git({QStringLiteral("rev-list"), QStringLiteral("HEAD~1")})
@@ -92,10 +92,10 @@ TEST_F(LogCommandTest, ReadsTheIndexAsItStandsNewestFirstPaged)
 
 TEST_F(LogCommandTest, BadInputIsRefusedWithItsReason)
 {
-    ASSERT_EQ(cli({QStringLiteral("index"), repo.path(), QStringLiteral("--index-dir"),
-                   indexes.path()})
-                  .status,
-              0);
+    ASSERT_EQ(
+        cli({QStringLiteral("index"), repo.path(), QStringLiteral("--index-dir"), indexes.path()})
+            .status,
+        0);
     struct Case
     {
         QStringList options;
@@ -103,7 +103,8 @@ TEST_F(LogCommandTest, BadInputIsRefusedWithItsReason)
         const char *says;
     };
     const Case cases[] = {
-        {{QStringLiteral("--query"), QStringLiteral("number colour:red")}, 1,
+        {{QStringLiteral("--query"), QStringLiteral("number colour:red")},
+         1,
          "unknown key \"colour:\"; the keys are"},
         {{QStringLiteral("--query"), QStringLiteral("ref:gone")}, 1, "unknown ref \"gone\""},
         {{QStringLiteral("--query"), QStringLiteral("after:2024-13-01")}, 1, "(at character 7)"},

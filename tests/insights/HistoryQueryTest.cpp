@@ -8,14 +8,12 @@ using namespace strataloom;
 
 namespace {
 
-// A term as "Kind=value", with "*" after a prefix word and the instant after a date.
+// A term as "Kind=value", with the instant after a date.
 QString describe(const HistoryQueryTerm &term)
 {
-    static const char *const names[] = {"Word",   "Phrase", "Author", "Path", "After",
-                                        "Before", "Type",   "Ref",    "Merges"};
+    static const char *const names[]
+        = {"Word", "Phrase", "Author", "Path", "After", "Before", "Type", "Ref", "Merges"};
     QString text = QString::fromLatin1(names[int(term.kind)]);
-    if (term.prefix)
-        text += QLatin1Char('*');
     text += QLatin1Char('=') + term.value;
     if (term.kind == HistoryQueryTerm::Kind::After || term.kind == HistoryQueryTerm::Kind::Before)
         text += QLatin1Char('@') + QString::number(term.seconds);
@@ -43,7 +41,7 @@ TEST(HistoryQueryTest, ReadsEveryKindOfTerm)
         {"", ""},
         {"   ", ""},
         {"fix crash", "Word=fix | Word=crash"},
-        {"refact* *", "Word*=refact | Word=*"},
+        {"refact* *", "Word=refact | Word=*"},
         {"\"crash on resize\" now", "Phrase=crash on resize | Word=now"},
         {"author:\"Ada Lovelace\" path:src/", "Author=Ada Lovelace | Path=src/"},
         {"AUTHOR:ada Type:FIX merges:NO", "Author=ada | Type=fix | Merges=no"},

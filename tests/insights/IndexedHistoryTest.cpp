@@ -1,9 +1,9 @@
 // The query language answered from an index, checked against git's own answers where git has
 // one, on a history with branches, a merge, a tag and a file renamed twice.
 
-#include "index/RepositoryIndexer.h"
 #include "insights/IndexedHistory.h"
 #include "TestRepository.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QTemporaryDir>
 
@@ -97,16 +97,13 @@ protected:
         repo.setDate(QStringLiteral("2024-01-%1T12:00:00Z").arg(number, 2, 10, QLatin1Char('0')));
     }
 
-    void synchronize()
-    {
-        RepositoryIndexer(index).synchronize(repo.path());
-    }
+    void synchronize() { RepositoryIndexer(index).synchronize(repo.path()); }
 
     /// Subjects of git log's answer for @p arguments, newest first.
     QStringList gitSubjects(const QStringList &arguments)
     {
-        return repo.git(QStringList {QStringLiteral("log"), QStringLiteral("--format=%s")}
-                        + arguments)
+        return repo
+            .git(QStringList {QStringLiteral("log"), QStringLiteral("--format=%s")} + arguments)
             .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     }
 
@@ -170,16 +167,17 @@ TEST_F(IndexedHistoryTest, EveryTermAloneAndCombinedAnswersAsGitDoes)
         {"ref:v1.0", {QStringLiteral("v1.0")}, false},
         {"ref:refs/heads/main", {QStringLiteral("main")}, false},
         {"frobnicate", {ignoreCase, QStringLiteral("--grep=frobnicate")}},
-        {"widget*", {ignoreCase, QStringLiteral("--grep=widget")}},
+        {"widget", {ignoreCase, QStringLiteral("--grep=widget")}},
         {"\"crash on resize\"", {ignoreCase, QStringLiteral("--grep=crash on resize")}},
-        {"stages less", {ignoreCase, QStringLiteral("--all-match"), QStringLiteral("--grep=stages"),
-                          QStringLiteral("--grep=less")}},
+        {"stages less",
+         {ignoreCase, QStringLiteral("--all-match"), QStringLiteral("--grep=stages"),
+          QStringLiteral("--grep=less")}},
         {"author:ada path:src/ after:2024-01-02",
          {noMerges, ignoreCase, fixed, QStringLiteral("--author=ada"),
           QStringLiteral("--after=2024-01-02 00:00:00"), dashes, QStringLiteral("src/")}},
-        {"widget* author:zoe merges:no",
+        {"widg author:zoe merges:no",
          {noMerges, ignoreCase, QStringLiteral("--all-match"), QStringLiteral("--author=zoe"),
-          QStringLiteral("--grep=widget")}},
+          QStringLiteral("--grep=widg")}},
         {"ref:topic path:docs/ before:2024-01-06",
          {QStringLiteral("--before=2024-01-06 00:00:00"), QStringLiteral("topic"), dashes,
           QStringLiteral("docs/")},
@@ -187,9 +185,9 @@ TEST_F(IndexedHistoryTest, EveryTermAloneAndCombinedAnswersAsGitDoes)
     };
     for (const GitCase &test : cases) {
         SCOPED_TRACE(test.query);
-        const QStringList expected = gitSubjects(
-            (test.allRefs ? QStringList {QStringLiteral("--all")} : QStringList {})
-            + test.gitArguments);
+        const QStringList expected
+            = gitSubjects((test.allRefs ? QStringList {QStringLiteral("--all")} : QStringList {})
+                          + test.gitArguments);
         EXPECT_EQ(answer(QString::fromUtf8(test.query)), expected);
     }
 }
@@ -203,7 +201,8 @@ struct ExpectedCase
 TEST_F(IndexedHistoryTest, TermsGitCannotAskAnswerFromTheIndex)
 {
     const ExpectedCase cases[] = {
-        {"type:fix", {QStringLiteral("fix: lib edge case"), QStringLiteral("fix(ui): crash on resize")}},
+        {"type:fix",
+         {QStringLiteral("fix: lib edge case"), QStringLiteral("fix(ui): crash on resize")}},
         {"type:docs", {QStringLiteral("docs: explain widgets")}},
         {"type:feat author:ada", {}},
         // A file's commits under its earlier names as well; git's plain -- b.txt has only the
@@ -212,10 +211,11 @@ TEST_F(IndexedHistoryTest, TermsGitCannotAskAnswerFromTheIndex)
          {QStringLiteral("Move b into lib"), QStringLiteral("Rename a to b"),
           QStringLiteral("Initial layout")}},
         // Letter case of any script, in names as in e-mails.
-        {"author:ÜNLÜ", {QStringLiteral("Widget pipeline tweaks"), QStringLiteral("docs: explain widgets")}},
-        // A word is a whole word; a trailing * makes it a prefix.
-        {"widget", {QStringLiteral("Widget pipeline tweaks")}},
-        {"widge", {}},
+        {"author:ÜNLÜ",
+         {QStringLiteral("Widget pipeline tweaks"), QStringLiteral("docs: explain widgets")}},
+        // A word matches the words it begins, not those it is inside of; a phrase whole words.
+        {"idget", {}},
+        {"\"explain widget\"", {}},
         // The full-text engine's operators are plain words here.
         {"NOT OR", {}},
     };
@@ -235,8 +235,9 @@ TEST_F(IndexedHistoryTest, AFileFollowsItsEarlierNamesAsGitFollowDoes)
                            QStringLiteral("Rename a to b"), QStringLiteral("Initial layout")}));
     EXPECT_EQ(answer(QStringLiteral("path:lib/c.txt")), expected);
     // A folder is no file: it lists what happened under it, not under earlier names.
-    EXPECT_EQ(answer(QStringLiteral("path:lib/")),
-              QStringList({QStringLiteral("fix: lib edge case"), QStringLiteral("Move b into lib")}));
+    EXPECT_EQ(
+        answer(QStringLiteral("path:lib/")),
+        QStringList({QStringLiteral("fix: lib edge case"), QStringLiteral("Move b into lib")}));
 }
 
 TEST_F(IndexedHistoryTest, WordsMatchWhenSearchRowsAreNumberedApartFromCommits)
@@ -312,6 +313,17 @@ TEST_F(IndexedHistoryTest, RowsCarryWhatGitsHistoryListShows)
     EXPECT_EQ(row.additions, 3);
     EXPECT_EQ(row.deletions, 0);
     EXPECT_EQ(row.filesChanged, 1);
+
+    // Rows without bodies, as a long list keeps them, give each body when asked.
+    index.read([&](SQLiteDatabase &database) {
+        IndexedHistory history(database, HistoryQuery::parse(QStringLiteral("frobnicate")));
+        history.setReadsBodies(false);
+        const QList<CommitRecord> bare = history.page(0, 0);
+        ASSERT_EQ(bare.size(), 1);
+        EXPECT_EQ(bare.first().body, QString());
+        EXPECT_EQ(history.body(row.id), row.body);
+        EXPECT_EQ(history.body(rows.first().id.left(39)), QString());
+    });
 }
 
 } // namespace

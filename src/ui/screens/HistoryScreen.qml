@@ -85,9 +85,10 @@ Item {
             objectName: "historyNote"
             Layout.fillWidth: true
             error: screen.fromIndex ? screen.history.error : ""
-            notice: !screen.fromIndex && screen.appModel && screen.appModel.session.repository
-                    ? "Showing the latest " + screen.loadedCount + " commits; the full history appears when indexing finishes"
-                    : ""
+            notice: screen.fromIndex || !screen.appModel || !screen.appModel.session.repository ? ""
+                    : screen.appModel.analytics.analyticsIndexState.isFailed
+                    ? "Showing the latest " + screen.loadedCount + " commits; the full history needs the index, which could not be built"
+                    : "Showing the latest " + screen.loadedCount + " commits; the full history appears when indexing finishes"
         }
 
         ListSurface {
@@ -101,8 +102,6 @@ Item {
                 clip: true
                 model: screen.rows
                 boundsBehavior: Flickable.StopAtBounds
-                // Rows of a fixed height: the scroll bar stays true to the whole history.
-                reuseItems: true
                 ScrollBar.vertical: ScrollBar { }
                 delegate: CommitRow {
                     selected: !!screen.appModel.selection.selectedCommit && screen.appModel.selection.selectedCommit.id === commitId

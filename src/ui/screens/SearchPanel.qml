@@ -33,6 +33,10 @@ ColumnLayout {
             appModel.session.performSearch()
     }
 
+    // A search made with git carries over to the index once it is ready.
+    onFromIndexChanged: if (fromIndex && appModel.session.searchText !== "" && indexed.query === "")
+                            indexed.query = appModel.session.searchText
+
     spacing: Theme.padding
 
     Timer {
@@ -72,7 +76,6 @@ ColumnLayout {
             model: panel.fromIndex ? (panel.indexed.query.trim() !== "" ? panel.indexed : null)
                                    : panel.appModel ? panel.appModel.session.searchResults : null
             boundsBehavior: Flickable.StopAtBounds
-            reuseItems: true
             ScrollBar.vertical: ScrollBar { }
             delegate: CommitRow {
                 showsCounts: false

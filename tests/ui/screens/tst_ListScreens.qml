@@ -28,8 +28,12 @@ UiTestCase {
         const subjects = [["Fix crash on start", "Ada Lovelace"], ["Add parser", "Grace Hopper"],
                           ["FIX typo in readme", "Ada Lovelace"], ["Refactor prefix handling", "Grace Hopper"],
                           ["Write docs", "Fixie Bot"], ["Tidy build", "Grace Hopper"]]
+        // git's window, before an index is ready: this history is never indexed.
+        const indexes = fixtures.setIndexDirectory("/dev/null/no-index")
         const model = openModel(history(subjects.map(([message, author], i) => (
             { files: { ["file" + i + ".txt"]: "line " + i + "\n" }, message: message, author: author }))))
+        tryVerify(() => model.analytics.analyticsIndexState.isFailed, 20000)
+        fixtures.setIndexDirectory(indexes)
         const screen = screenOf(historyScreen, model)
         return { model: model, screen: screen, list: findChild(screen, "historyList") }
     }
