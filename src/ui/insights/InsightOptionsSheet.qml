@@ -65,7 +65,11 @@ Popup {
             Layout.fillWidth: true
             text: "As recorded"
             checked: !!sheet.options.asRecorded
-            onToggled: sheet.analytics.setInsightOption("asRecorded", checked)
+            // A click sets `checked` and so ends its binding: the options decide again.
+            onToggled: {
+                sheet.analytics.setInsightOption("asRecorded", checked)
+                checked = Qt.binding(() => !!sheet.options.asRecorded)
+            }
         }
         Label {
             Layout.fillWidth: true
@@ -89,7 +93,10 @@ Popup {
                     Layout.fillWidth: true
                     text: row.modelData.title
                     checked: !!sheet.options[row.modelData.key]
-                    onToggled: sheet.analytics.setInsightOption(row.modelData.key, checked)
+                    onToggled: {
+                        sheet.analytics.setInsightOption(row.modelData.key, checked)
+                        checked = Qt.binding(() => !!sheet.options[row.modelData.key])
+                    }
                 }
                 Label {
                     Layout.fillWidth: true
