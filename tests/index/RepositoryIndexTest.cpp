@@ -96,7 +96,7 @@ TEST_F(RepositoryIndexTest, SchemaAndMetadataSurviveReopening)
     EXPECT_EQ(rows(reopened,
                    "SELECT * FROM pragma_user_version, pragma_journal_mode, "
                    "pragma_foreign_keys, pragma_synchronous"),
-              QStringList {"1|wal|1|1"});
+              QStringList {"3|wal|1|1"});
 }
 
 TEST_F(RepositoryIndexTest,
