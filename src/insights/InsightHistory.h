@@ -109,7 +109,7 @@ struct History
     // The canonical author of a commit: through its alias, absent without one.
     qint64 authorOf(const CommitRow &commit) const { return commit.authorID; }
 
-    // What the file options (FileOptions.h) read and leave behind.
+    // What the file options (FileLineage.h) read and leave behind.
     // The status letter of each change row ('A', 'M', 'D', 'R', ...), parallel to fileChanges,
     // and the old path of each rename or copy row, by row.
     std::vector<char> fileChangeStatus;
