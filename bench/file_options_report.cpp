@@ -9,6 +9,7 @@
 //   --index-dir  where the index lives (default /tmp/file-options-index); brought up to date first
 //   --runs N     time each reading N times and report the fastest (default 3)
 
+#include "git/GitService.h"
 #include "index/RepositoryIndex.h"
 #include "index/RepositoryIndexer.h"
 #include "insights/RepositoryInsights.h"
@@ -89,7 +90,9 @@ int main(int argc, char **argv)
     const int runs
         = std::max(1, argument(arguments, QStringLiteral("--runs"), QStringLiteral("3")).toInt());
 
-    RepositoryIndex index(RepositoryIndexLocation::databasePath(repository, indexDir));
+    // The same file as strataloom-cli's with the same --index-dir.
+    RepositoryIndex index(RepositoryIndexLocation::databasePath(
+        GitService().commonDirectory(repository), indexDir));
     RepositoryIndexer(index).synchronize(repository);
 
     InsightOptions files = InsightOptions::asRecorded();

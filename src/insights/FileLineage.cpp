@@ -80,22 +80,33 @@ std::vector<bool> followRenames(History &history,
         std::vector<std::vector<size_t>> positionsOfFile(fileCount);
         for (size_t k = 0; k < rowCount; ++k)
             positionsOfFile[size_t(history.fileChanges[order[k]].second)].push_back(k);
+        const std::vector<qsizetype> renamedInto = sourceOfRow;
         std::vector<size_t> positionOfRow(rowCount);
-        for (size_t k = 0; k < rowCount; ++k)
+        std::vector<size_t> commitStart(rowCount); // position of the first row of its commit
+        for (size_t k = 0; k < rowCount; ++k) {
             positionOfRow[order[k]] = k;
+            const bool sameCommit = k > 0
+                && history.fileChanges[order[k]].first == history.fileChanges[order[k - 1]].first;
+            commitStart[k] = sameCommit ? commitStart[k - 1] : k;
+        }
         for (size_t row = 0; row < rowCount; ++row) {
             const qsizetype source = sourceOfRow[row];
             if (source < 0)
                 continue;
             const size_t at = positionOfRow[row];
+            const qsizetype commit = history.fileChanges[row].first;
             const auto &sourceRows = positionsOfFile[size_t(source)];
             qsizetype sourceLater = 0;
-            for (auto it = std::upper_bound(sourceRows.begin(), sourceRows.end(), at);
+            // Changes of the old path in later commits, up to a new file there (added, or
+            // renamed into it: in the same commit, the other half of a swap).
+            for (auto it = std::lower_bound(sourceRows.begin(), sourceRows.end(), commitStart[at]);
                  it != sourceRows.end(); ++it) {
-                const char status = history.fileChangeStatus[order[*it]];
-                if (status == 'A' || status == 'a')
+                const size_t later = order[*it];
+                const char status = history.fileChangeStatus[later];
+                if (status == 'A' || status == 'a' || renamedInto[later] >= 0)
                     break;
-                ++sourceLater;
+                if (history.fileChanges[later].first != commit)
+                    ++sourceLater;
             }
             const auto &targetRows = positionsOfFile[size_t(history.fileChanges[row].second)];
             const auto targetLater = qsizetype(

@@ -115,7 +115,7 @@ struct History
         return commit.byBot ? noID : commit.authorID;
     }
 
-    // What the file options (FileOptions.h) read and leave behind.
+    // What the file options (FileLineage.h) read and leave behind.
     // The status letter of each change row ('A', 'M', 'D', 'R', ...), parallel to fileChanges,
     // and the old path of each rename or copy row, by row.
     std::vector<char> fileChangeStatus;

@@ -20,7 +20,8 @@ struct InsightOptions
     /// Files deleted at the newest commit stay out of hotspots and coupling.
     bool hideDeletedFiles = true;
     /// Generated, vendored and lock files stay out of churn, hotspots, technologies and
-    /// coupling.
+    /// coupling, and files are named by the language table (extension, file name, a script's
+    /// interpreter) rather than by extension alone.
     bool excludeGenerated = true;
     /// Automation accounts stay out of bus factor, ownership and contributor trends.
     bool separateBots = true;

@@ -82,11 +82,11 @@ QMap<QString, QStringList> dumpIndex(RepositoryIndex &index)
     QStringList queries {"SELECT name, kind, target_sha, is_remote FROM refs ORDER BY rowid",
                          "SELECT rowid, sha, subject, body, author, email FROM commit_search "
                          "ORDER BY rowid",
-                         // The refs and mailmap state the indexer remembers is no content of
-                         // the index: the reference import writes none.
+                         // The refs, mailmap and path-facts state the indexer remembers is no
+                         // content of the history: the reference import writes none.
                          "SELECT key, value FROM index_metadata WHERE key NOT IN "
                          "('last_indexed_at', 'reachability_state', 'reachability_graph', "
-                         "'covered_tips', 'identity_state') ORDER BY key",
+                         "'covered_tips', 'identity_state', 'path_facts_source') ORDER BY key",
                          // The daily sums are rewritten day by day as commits come and go, so
                          // their rows are compared by key; where they sit means nothing.
                          "SELECT * FROM daily_activity ORDER BY day",
