@@ -37,6 +37,7 @@ Item {
                 Layout.preferredWidth: Math.min(240, screen.width * 0.4)
                 placeholderText: "Filter commits"
             }
+            CsvExportButton { model: filtered; fileName: "history.csv" }
         }
 
         ListSurface {

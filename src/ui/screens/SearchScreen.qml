@@ -21,6 +21,10 @@ Item {
             title: "Search"
             subtitle: searchPanel.resultCount > 0 ? searchPanel.resultCount + " matching commits"
                                                   : "Search commit messages across all branches"
+            CsvExportButton {
+                model: screen.appModel ? screen.appModel.session.searchResults : null
+                fileName: "search.csv"
+            }
         }
 
         SearchPanel {
