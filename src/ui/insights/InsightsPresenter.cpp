@@ -1,6 +1,7 @@
 #include "ui/insights/InsightsPresenter.h"
 
 #include "app/AppViewModel.h"
+#include "app/RepositorySession.h"
 #include "insights/ChartFigures.h"
 #include "insights/HtmlReport.h"
 #include "insights/InsightPresentation.h"

@@ -100,8 +100,10 @@ Item {
                     text: "Export Report…"
                     enabled: !presenter.reportExport.busy
                     onClicked: {
-                        reportDialog.selectedFile = reportDialog.currentFolder + "/"
-                                + presenter.suggestedReportName()
+                        // Suggest a name in the folder the dialog opens on.
+                        if (String(reportDialog.currentFolder) !== "")
+                            reportDialog.selectedFile = reportDialog.currentFolder + "/"
+                                    + presenter.suggestedReportName()
                         reportDialog.open()
                     }
                 }

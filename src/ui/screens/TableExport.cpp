@@ -28,7 +28,7 @@ QList<CsvColumn> csvColumns(const QVariantList &columns)
 QString rowsSaved(qsizetype rows, const QString &path)
 {
     return QStringLiteral("Saved %1 %2 to %3")
-        .arg(QLocale().toString(rows), rows == 1 ? QStringLiteral("row") : QStringLiteral("rows"),
+        .arg(QLocale().toString(qint64(rows)), rows == 1 ? QStringLiteral("row") : QStringLiteral("rows"),
              QFileInfo(path).fileName());
 }
 
