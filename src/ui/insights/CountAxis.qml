@@ -1,11 +1,14 @@
 import QtQuick
 import QtCharts
 import Strataloom.Style
+import Strataloom.Insights
 
-// A value axis for counts, starting at zero and rounded to nice numbers. Its range and ticks are
-// worked out again from the largest value and the tick count the chart's width allows whenever
-// either changes, so neither new data nor a resize keeps ticks meant for the previous state.
-ValueAxis {
+// A value axis for counts, starting at zero and rounded to nice numbers, its labels compact and
+// in the user's locale ("250K", "1.5M"). Its range and ticks are worked out again from the
+// largest value and the tick count the chart's width allows whenever either changes, so neither
+// new data nor a resize keeps ticks meant for the previous state. The labels are categories
+// placed on the tick values, since a value axis can only print through a printf format.
+CategoryAxis {
     id: axis
 
     /// The largest value drawn.
@@ -22,6 +25,17 @@ ValueAxis {
         applyNiceNumbers()
         if (wholeUnits && max <= 6)
             tickCount = max + 1
+        relabel()
+    }
+
+    function relabel() {
+        for (const label of categoriesLabels.slice())
+            remove(label)
+        const steps = Math.max(tickCount - 1, 1)
+        for (let tick = 0; tick <= steps; ++tick) {
+            const value = min + (max - min) * tick / steps
+            append(ChartNumbers.compact(value), value)
+        }
     }
 
     onLargestChanged: fit()
@@ -29,8 +43,9 @@ ValueAxis {
     onWholeUnitsChanged: fit()
     Component.onCompleted: fit()
 
+    startValue: 0
+    labelsPosition: CategoryAxis.AxisLabelsPositionOnValue
     titleBrush: Theme.secondaryText
-    labelFormat: "%.0f"
     labelsColor: InsightColors.axisLabel
     gridLineColor: InsightColors.grid
     color: InsightColors.axisLine

@@ -5,10 +5,13 @@ import QtCharts
 import Strataloom.Style
 import Strataloom.Insights
 
-// Commits per day over the whole indexed history.
+// Commits over the whole indexed history, one bar per day, week or month as the span suits:
+// thousands of daily bars over decades would read as noise.
 DashboardSection {
     id: section
+    property string bucket: "day"
     title: "Activity over time"
+    subtitle: "Commits per " + bucket
     symbol: "waveform.path.ecg"
     tint: InsightColors.named("blue")
     EmptyNote {
@@ -51,17 +54,20 @@ DashboardSection {
             name: "Commits"
             axisX: activityDates
             axisY: activityCounts
+            color: InsightColors.named("blue")
+            borderColor: InsightColors.named("blue")
+            borderWidth: 0.5
             upperSeries: LineSeries { id: activityLine }
         }
 
         function refill() {
-            const range = section.presenter.fillDailyActivity(activityLine)
-            section.presenter.applyVerticalGradient(activityArea, InsightColors.named("blue"))
+            const range = section.presenter.fillActivityBuckets(activityLine)
             if (range.maxX === undefined)
                 return
+            section.bucket = range.bucket
             activityDates.min = new Date(range.minX)
             activityDates.max = new Date(range.maxX)
-            activityCounts.largest = range.maxY
+            activityCounts.largest = range.maxCommits
             activityCounts.fit()
         }
         Component.onCompleted: refill()

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 import Strataloom.Insights
+import Strataloom.Screens
 
 // Pairs of files that change together in several commits.
 DashboardSection {
@@ -12,6 +13,12 @@ DashboardSection {
     title: "Historical coupling"
     symbol: "link"
     tint: InsightColors.named("indigo")
+    headerExtra: CsvExportButton {
+        text: "CSV…"
+        fileName: "coupling.csv"
+        rows: section.insights ? section.insights.coChanges : []
+        columns: [{ role: "firstPath" }, { role: "secondPath" }, { role: "commits" }]
+    }
     EmptyNote {
         visible: !section.insights || section.insights.coChanges.length === 0
         text: "No file pair repeats in at least two commits"

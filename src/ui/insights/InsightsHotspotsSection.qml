@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 import Strataloom.Insights
+import Strataloom.Screens
 
 // The most often changed files; each opens the file's details.
 DashboardSection {
@@ -12,6 +13,13 @@ DashboardSection {
     title: "History hotspots"
     symbol: "flame.fill"
     tint: InsightColors.named("orange")
+    headerExtra: CsvExportButton {
+        text: "CSV…"
+        fileName: "hotspots.csv"
+        rows: section.insights ? section.insights.hotspots : []
+        columns: [{ role: "path" }, { role: "changes" }, { role: "authors" }, { role: "additions" },
+                  { role: "deletions" }, { role: "firstChangedAt" }, { role: "lastChangedAt" }]
+    }
     EmptyNote {
         visible: !section.insights || section.insights.hotspots.length === 0
         text: "No file history data"

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 import Strataloom.Insights
+import Strataloom.Screens
 
 // The authors with the largest share of commits; each opens the author's details.
 DashboardSection {
@@ -12,6 +13,13 @@ DashboardSection {
     title: "Contributor ownership"
     symbol: "person.3.fill"
     tint: InsightColors.named("pink")
+    headerExtra: CsvExportButton {
+        text: "CSV…"
+        fileName: "contributors.csv"
+        rows: section.insights ? section.insights.topAuthors : []
+        columns: [{ role: "name" }, { role: "commits" }, { role: "additions" }, { role: "deletions" },
+                  { role: "commitShare" }, { role: "firstCommitAt" }, { role: "lastCommitAt" }]
+    }
     EmptyNote {
         visible: !section.insights || section.insights.topAuthors.length === 0
         text: "No contributor data"

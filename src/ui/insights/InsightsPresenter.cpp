@@ -1,9 +1,13 @@
 #include "ui/insights/InsightsPresenter.h"
 
 #include "app/AppViewModel.h"
+#include "app/RepositorySession.h"
+#include "insights/ChartFigures.h"
+#include "insights/HtmlReport.h"
 #include "insights/InsightPresentation.h"
 
 #include <QBrush>
+#include <QFileInfo>
 #include <QLinearGradient>
 #include <QLocale>
 #include <QPen>
@@ -36,7 +40,34 @@ QDateTime periodEnd(const QDateTime &start, const QString &period)
 
 InsightsPresenter::InsightsPresenter(QObject *parent)
     : QObject(parent)
+    , m_reportExport(new TableExport(this))
 { }
+
+void InsightsPresenter::exportReport(const QUrl &file)
+{
+    const std::optional<RepositorySummary> summary
+        = m_model ? m_model->session()->repository() : std::nullopt;
+    if (!summary || !m_insights) {
+        m_reportExport->refuse(QStringLiteral("The report needs an open, indexed repository."));
+        return;
+    }
+    const QString path = TableExport::localPath(file, QStringLiteral("html"));
+    m_reportExport->saveInBackground(
+        [summary = *summary, insights = *m_insights] {
+            return htmlReport(summary, insights, QDateTime::currentDateTimeUtc()).toUtf8();
+        },
+        path, QStringLiteral("Saved the report to %1").arg(QFileInfo(path).fileName()));
+}
+
+QString InsightsPresenter::suggestedReportName() const
+{
+    const std::optional<RepositorySummary> summary
+        = m_model ? m_model->session()->repository() : std::nullopt;
+    const QString name = summary && !summary->name.isEmpty() ? summary->name
+                                                             : QStringLiteral("repository");
+    return QStringLiteral("%1-report-%2.html")
+        .arg(name, QDate::currentDate().toString(Qt::ISODate));
+}
 
 QObject *InsightsPresenter::appModel() const
 {
@@ -170,46 +201,6 @@ const QList<IndexedActivityInsight> *InsightsPresenter::activityOf(const QString
     return &m_insights->dailyActivity;
 }
 
-QVariantMap InsightsPresenter::fillDailyActivity(QObject *line) const
-{
-    auto *series = qobject_cast<QXYSeries *>(line);
-    if (!series)
-        return {};
-    QList<QPointF> points;
-    qint64 maxCommits = 0;
-    if (m_insights) {
-        points.reserve(m_insights->dailyActivity.size() * 3);
-        // Days without commits are not in the list; they are drawn at zero rather than as a
-        // slope between the active days around them.
-        constexpr double day = 86400000.0;
-        for (const IndexedActivityInsight &entry : m_insights->dailyActivity) {
-            if (!entry.date)
-                continue;
-            const double x = double(entry.date->toMSecsSinceEpoch());
-            if (!points.isEmpty() && x - points.constLast().x() > day) {
-                if (x - points.constLast().x() > 2 * day)
-                    points.append(QPointF(points.constLast().x() + day, 0));
-                points.append(QPointF(x - day, 0));
-            }
-            points.append(QPointF(x, double(entry.commits)));
-            maxCommits = std::max(maxCommits, entry.commits);
-        }
-    }
-    series->replace(points);
-    if (points.isEmpty())
-        return {};
-    double minX = points.constFirst().x();
-    double maxX = points.constLast().x();
-    if (maxX <= minX) {
-        // One day only: give it room on both sides.
-        minX -= 86400000.0;
-        maxX += 86400000.0;
-    }
-    return {{QStringLiteral("minX"), minX},
-            {QStringLiteral("maxX"), maxX},
-            {QStringLiteral("maxY"), double(maxCommits)}};
-}
-
 QVariantMap InsightsPresenter::fillPeriodSeries(QObject *bars, QObject *churnLine,
                                                 const QString &period) const
 {
@@ -251,6 +242,41 @@ QVariantMap InsightsPresenter::fillPeriodSeries(QObject *bars, QObject *churnLin
             {QStringLiteral("maxX"), maxX},
             {QStringLiteral("maxCommits"), double(maxCommits)},
             {QStringLiteral("maxChurn"), double(maxChurn)}};
+}
+
+QVariantMap InsightsPresenter::fillActivityBuckets(QObject *bars) const
+{
+    auto *barSeries = qobject_cast<QXYSeries *>(bars);
+    if (!barSeries)
+        return {};
+    const ActivityBucket bucket
+        = m_insights ? activityBucketOf(m_insights->dailyActivity) : ActivityBucket::Day;
+    const QList<IndexedActivityInsight> buckets
+        = m_insights ? bucketedActivity(m_insights->dailyActivity, bucket)
+                     : QList<IndexedActivityInsight>();
+    QList<QPointF> outline;
+    outline.reserve(buckets.size() * 4);
+    qint64 maxCommits = 0;
+    for (const IndexedActivityInsight &entry : buckets) {
+        const QDate first = entry.date->toUTC().date();
+        const double start = double(entry.date->toMSecsSinceEpoch());
+        const double end = double(
+            QDateTime(bucketEnd(first, bucket), QTime(0, 0), Qt::UTC).toMSecsSinceEpoch());
+        const double gap = (end - start) * 0.12;
+        const double commits = double(entry.commits);
+        outline << QPointF(start + gap, 0) << QPointF(start + gap, commits)
+                << QPointF(end - gap, commits) << QPointF(end - gap, 0);
+        maxCommits = std::max(maxCommits, entry.commits);
+    }
+    barSeries->replace(outline);
+    if (outline.isEmpty())
+        return {};
+    const QDate last = buckets.constLast().date->toUTC().date();
+    return {{QStringLiteral("minX"), double(buckets.constFirst().date->toMSecsSinceEpoch())},
+            {QStringLiteral("maxX"),
+             double(QDateTime(bucketEnd(last, bucket), QTime(0, 0), Qt::UTC).toMSecsSinceEpoch())},
+            {QStringLiteral("maxCommits"), double(maxCommits)},
+            {QStringLiteral("bucket"), activityBucketName(bucket)}};
 }
 
 void InsightsPresenter::applyVerticalGradient(QObject *area, const QColor &color) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "insights/InsightRecords.h"
+#include "ui/screens/TableExport.h"
 
 #include <QColor>
 #include <QObject>
@@ -40,6 +41,8 @@ class InsightsPresenter : public QObject
     Q_PROPERTY(QVariantList milestones READ milestones NOTIFY insightsChanged)
     /// Commits per weekday of the author time (UTC), Monday first: {name, commits}.
     Q_PROPERTY(QVariantList weekdayCommits READ weekdayCommits NOTIFY insightsChanged)
+    /// The state of the report export: busy, and what the last one did.
+    Q_PROPERTY(strataloom::TableExport *reportExport READ reportExport CONSTANT)
 
 public:
     explicit InsightsPresenter(QObject *parent = nullptr);
@@ -52,6 +55,15 @@ public:
     QVariantList riskSignals() const { return m_riskSignals; }
     QVariantList milestones() const { return m_milestones; }
     QVariantList weekdayCommits() const { return m_weekdayCommits; }
+    TableExport *reportExport() const { return m_reportExport; }
+
+    /**
+     * @brief Writes the repository's report (overview, statistics and insights as one HTML page)
+     * to @p file in the background; reportExport tells how it went.
+     */
+    Q_INVOKABLE void exportReport(const QUrl &file);
+    /// @brief The file name the save dialog suggests: the repository's name and today's date.
+    Q_INVOKABLE QString suggestedReportName() const;
 
     /// @brief A fraction as a whole percentage ("65%").
     Q_INVOKABLE QString percent(double fraction) const;
@@ -74,17 +86,19 @@ public:
                                       const QVariant &latestCommit) const;
 
     /**
-     * @brief Fills @p line (a line series) with the daily commits, x in milliseconds since 1970.
-     * @return {minX, maxX, maxY} for the axes; empty when there is nothing to draw.
-     */
-    Q_INVOKABLE QVariantMap fillDailyActivity(QObject *line) const;
-    /**
      * @brief Fills @p bars with the outline of one bar of commits per period of @p period
      * ("daily", "monthly", "yearly") and @p churnLine with the churn at each period's middle.
      * @return {minX, maxX, maxCommits, maxChurn}; empty when there is nothing to draw.
      */
     Q_INVOKABLE QVariantMap fillPeriodSeries(QObject *bars, QObject *churnLine,
                                              const QString &period) const;
+    /**
+     * @brief Fills @p bars with the outline of one bar of commits per day, week or month,
+     * whichever suits the history's span (a few dozen to a few hundred bars).
+     * @return {minX, maxX, maxCommits, bucket ("day", "week" or "month")}; empty when there is
+     * nothing to draw.
+     */
+    Q_INVOKABLE QVariantMap fillActivityBuckets(QObject *bars) const;
     /// @brief Gives @p area (an area series) a vertical gradient of @p color, fading downwards.
     Q_INVOKABLE void applyVerticalGradient(QObject *area, const QColor &color) const;
 
@@ -103,6 +117,7 @@ private:
     QVariantList m_riskSignals;
     QVariantList m_milestones;
     QVariantList m_weekdayCommits;
+    TableExport *m_reportExport;
 };
 
 } // namespace strataloom

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Dialogs
 import QtQuick.Layouts
 import Strataloom.Style
 import Strataloom.Insights
@@ -48,6 +49,14 @@ Item {
         RetryIndexButton { appModel: screen.appModel; visible: screen.phase === "failed" }
     }
 
+    FileDialog {
+        id: reportDialog
+        title: "Export Report"
+        fileMode: FileDialog.SaveFile
+        nameFilters: ["HTML files (*.html)", "All files (*)"]
+        onAccepted: presenter.exportReport(selectedFile)
+    }
+
     Flickable {
         id: flick
         objectName: "insightsFlick"
@@ -85,6 +94,41 @@ Item {
                           ? "As recorded" : "Corrections"
                     toolTip: "How the insights read the history"
                     onClicked: optionsSheet.open()
+                }
+            }
+
+            // Sharing what the screen shows: one HTML page with the statistics and insights.
+            RowLayout {
+                Layout.fillWidth: true
+                spacing: Theme.spacing
+                Item { Layout.fillWidth: true }
+                Label {
+                    objectName: "reportExportMessage"
+                    Layout.maximumWidth: 360
+                    visible: text !== ""
+                    text: presenter.reportExport.message
+                    elide: Text.ElideMiddle
+                    font.pixelSize: 12
+                    color: presenter.reportExport.failed ? Theme.danger : Theme.secondaryText
+                }
+                BusyIndicator {
+                    visible: presenter.reportExport.busy
+                    running: visible
+                    implicitWidth: 20
+                    implicitHeight: 20
+                    padding: 0
+                }
+                Button {
+                    objectName: "exportReportButton"
+                    text: "Export Report…"
+                    enabled: !presenter.reportExport.busy
+                    onClicked: {
+                        // Suggest a name in the folder the dialog opens on.
+                        if (String(reportDialog.currentFolder) !== "")
+                            reportDialog.selectedFile = reportDialog.currentFolder + "/"
+                                    + presenter.suggestedReportName()
+                        reportDialog.open()
+                    }
                 }
             }
 

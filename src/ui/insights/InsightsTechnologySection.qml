@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 import Strataloom.Insights
+import Strataloom.Screens
 
 // Changed lines per technology.
 DashboardSection {
@@ -12,6 +13,13 @@ DashboardSection {
     title: "Technology share by churn"
     symbol: "chevron.left.forwardslash.chevron.right"
     tint: InsightColors.named("blue")
+    headerExtra: CsvExportButton {
+        text: "CSV…"
+        fileName: "technologies.csv"
+        rows: section.insights ? section.insights.technologies : []
+        columns: [{ role: "name" }, { role: "files" }, { role: "changes" }, { role: "additions" },
+                  { role: "deletions" }]
+    }
     BarChart {
         objectName: "technologyChart"
         readonly property var rows: section.insights ? section.insights.technologies.slice(0, 10) : []

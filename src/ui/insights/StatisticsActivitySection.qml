@@ -79,7 +79,7 @@ DashboardSection {
         }
         LineSeries {
             id: churnLine
-            name: "Orange line: churn"
+            name: "Churn (lines added and removed)"
             axisX: periodAxis
             axisYRight: churnAxis
             color: InsightColors.named("orange")

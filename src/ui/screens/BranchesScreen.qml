@@ -25,6 +25,10 @@ Item {
             subtitle: screen.appModel && screen.appModel.session.repository
                       ? screen.branchCount + " branches · on " + screen.appModel.session.repository.currentBranch
                       : screen.branchCount + " branches"
+            CsvExportButton {
+                model: screen.appModel ? screen.appModel.session.branches : null
+                fileName: "branches.csv"
+            }
         }
 
         ListSurface {

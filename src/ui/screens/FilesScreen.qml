@@ -39,6 +39,7 @@ Item {
                 Layout.preferredWidth: Math.min(240, screen.width * 0.4)
                 placeholderText: "Find file"
             }
+            CsvExportButton { model: filtered; fileName: "files.csv" }
         }
 
         ListSurface {

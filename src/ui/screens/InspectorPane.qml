@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 import Strataloom.Model
+import Strataloom.Screens
 import "Format.js" as Format
 
 // The side pane with the details of the current selection: a commit with its changed files, a
@@ -109,7 +110,9 @@ Rectangle {
                 Label {
                     Layout.fillWidth: true
                     visible: text !== ""
-                    text: inspector.commit ? String(inspector.commit.body || "").trim() : ""
+                    // Hard-wrapped paragraphs reflow to the pane's width; lists and code keep
+                    // their lines.
+                    text: inspector.commit ? CommitText.reflowed(String(inspector.commit.body || "")) : ""
                     font.pixelSize: Theme.fontBody
                     color: Theme.secondaryText
                     wrapMode: Text.Wrap

@@ -24,6 +24,10 @@ Item {
                       ? Number(searchPanel.resultCount).toLocaleString(Qt.locale(), "f", 0) + " matching commits"
                       : searchPanel.fromIndex ? "Search the whole history: message, author, path, dates, type, ref"
                                               : "Search commit messages across all branches"
+            CsvExportButton {
+                model: screen.appModel ? screen.appModel.session.searchResults : null
+                fileName: "search.csv"
+            }
         }
 
         SearchPanel {

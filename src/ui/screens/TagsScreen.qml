@@ -38,6 +38,7 @@ Item {
                 Layout.preferredWidth: Math.min(240, screen.width * 0.4)
                 placeholderText: "Filter tags"
             }
+            CsvExportButton { model: filtered; fileName: "tags.csv" }
         }
 
         ListSurface {

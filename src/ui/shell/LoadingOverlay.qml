@@ -4,11 +4,15 @@ import QtQuick.Layouts
 import Strataloom.Style
 
 // Shown while a repository is read: a card with a progress indicator above whatever the window
-// showed before, which stays visible (dimmed a little) underneath.
+// showed before, which stays visible (dimmed a little) underneath. Over the welcome screen it
+// covers the content instead: the welcome screen's own centred empty states would otherwise show
+// around the card and compete with it.
 Item {
     id: overlay
 
     property bool active: false
+    /// Hide what is underneath rather than dim it.
+    property bool covering: false
 
     visible: active
     opacity: active ? 1 : 0
@@ -16,7 +20,7 @@ Item {
 
     Rectangle {
         anchors.fill: parent
-        color: Qt.rgba(Theme.window.r, Theme.window.g, Theme.window.b, 0.35)
+        color: Qt.rgba(Theme.window.r, Theme.window.g, Theme.window.b, overlay.covering ? 0.94 : 0.35)
     }
     // Clicks do not reach the content while it is being replaced.
     MouseArea {

@@ -326,6 +326,7 @@ ApplicationWindow {
         objectName: "loadingOverlay"
         anchors.fill: parent
         active: window.appModel.session.isLoading
+        covering: !window.hasRepository
         z: 10
     }
 

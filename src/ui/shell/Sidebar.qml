@@ -13,7 +13,7 @@ Rectangle {
     // Icons of the sections, in the order of the model's sections.
     readonly property var sections: [
         { symbol: "rectangle.grid.2x2" },
-        { symbol: "chart.xyaxis.line" },
+        { symbol: "chart.bar.fill" },
         { symbol: "timeline.selection" },
         { symbol: "clock.arrow.circlepath" },
         { symbol: "arrow.triangle.branch" },
