@@ -59,6 +59,21 @@ QString asUnprivilegedUser(const std::function<QString()> &work)
     return WIFEXITED(status) ? QString::fromUtf8(bytes) : QStringLiteral("<child crashed>");
 }
 
+// A history of twelve commits and an up-to-date index of it.
+struct IndexedHistory
+{
+    TestRepository repository;
+    QTemporaryDir folder;
+    const QString indexPath = folder.filePath("healthy/index.sqlite");
+
+    IndexedHistory()
+    {
+        repository.importHistory(12);
+        RepositoryIndex index(indexPath);
+        RepositoryIndexer(index).synchronize(repository.path());
+    }
+};
+
 } // namespace
 
 TEST(IndexFaults, OddDatesAndRefusedRefsAreIndexedAndReadable)
@@ -153,15 +168,10 @@ TEST(IndexFaults, PartialCloneIsIndexedWithoutFetchingAndCountsUnreadableDiffs)
 
 TEST(IndexFaults, DamagedIndexFileIsMovedAsideAndRebuiltOnce)
 {
-    TestRepository repository;
-    repository.importHistory(12);
-    QTemporaryDir folder;
-    const QString healthyPath = folder.filePath("healthy/index.sqlite");
-    {
-        RepositoryIndex healthy(healthyPath);
-        RepositoryIndexer(healthy).synchronize(repository.path());
-    }
-    const QByteArray healthy = contents(healthyPath);
+    IndexedHistory history;
+    const TestRepository &repository = history.repository;
+    const QTemporaryDir &folder = history.folder;
+    const QByteArray healthy = contents(history.indexPath);
     ASSERT_GT(healthy.size(), 8 * 4096);
 
     const std::pair<const char *, QByteArray> damages[] = {
@@ -200,20 +210,15 @@ TEST(IndexFaults, DamagedIndexFileIsMovedAsideAndRebuiltOnce)
 
 TEST(IndexFaults, ReadOnlyUpToDateIndexIsStillRead)
 {
-    TestRepository repository;
-    repository.importHistory(6);
-    QTemporaryDir folder;
-    const QString path = folder.filePath("index/index.sqlite");
-    {
-        RepositoryIndex index(path);
-        RepositoryIndexer(index).synchronize(repository.path());
-    }
+    IndexedHistory history;
+    const TestRepository &repository = history.repository;
+    const QString path = history.indexPath;
     // The other user may read the repository and the index, and write neither.
     repository.write("safe.gitconfig", "[safe]\n\tdirectory = *\n");
     const auto chmod = [](const QString &file, mode_t mode) {
         EXPECT_EQ(::chmod(QFile::encodeName(file).constData(), mode), 0) << file.toStdString();
     };
-    chmod(folder.path(), 0755);
+    chmod(history.folder.path(), 0755);
     chmod(repository.path(), 0755);
     chmod(QFileInfo(path).path(), 0555);
     chmod(path, 0444);
@@ -229,5 +234,5 @@ TEST(IndexFaults, ReadOnlyUpToDateIndexIsStillRead)
             .arg(insights(index).totalCommits);
     });
     chmod(QFileInfo(path).path(), 0755);
-    EXPECT_EQ(report, "1 1 6");
+    EXPECT_EQ(report, "1 1 12");
 }
