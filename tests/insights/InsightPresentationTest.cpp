@@ -98,7 +98,6 @@ TEST(InsightPresentation, ObservationsAppearFromTheirThresholdOn)
         {{.total = 2, .busFactor = 1}, "Bus factor warning", ""},
         {{.total = 100, .wide = 9}, "", "Broad change sets"},
         {{.total = 100, .wide = 10}, "Broad change sets", ""},
-        {{}, "Mixed commit vocabulary", "Low revert signal"},
     };
     for (const auto &c : cases) {
         const QStringList shown = titles(history(c.figures));

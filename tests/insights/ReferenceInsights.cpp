@@ -12,6 +12,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 namespace strataloom::reference {
@@ -75,22 +76,13 @@ template<typename T, std::size_t N> QList<T> records(SQLiteDatabase &database, c
     });
 }
 
-// Code-point order (the order of UTF-8 bytes, as SQLite's BINARY collation compares), which plain
-// UTF-16 comparison breaks for characters outside the basic plane.
+// Counts sorted by count descending, ties by name in code-point order (the order of UTF-8 bytes,
+// as SQLite's BINARY collation compares; UTF-16 order differs outside the basic plane).
 bool codePointLess(const QString &left, const QString &right)
 {
-    const auto fixed = [](char16_t unit) -> char16_t {
-        if (unit >= 0xD800 && unit <= 0xDFFF)
-            return unit + 0x2000;
-        return unit >= 0xE000 ? unit - 0x800 : unit;
-    };
-    const auto mismatch = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
-    if (mismatch.first == left.end() || mismatch.second == right.end())
-        return left.size() < right.size();
-    return fixed(mismatch.first->unicode()) < fixed(mismatch.second->unicode());
+    return left.toUtf8() < right.toUtf8();
 }
 
-// Counts sorted by count descending, ties by name in code-point order.
 QList<IndexedNamedCount> sortedCounts(const QHash<QString, qint64> &counts, qsizetype limit)
 {
     std::vector<IndexedNamedCount> entries;
@@ -150,19 +142,16 @@ FROM files f JOIN commit_files cf ON cf.file_id = f.id $REACHABLE
 GROUP BY f.id, f.current_path)"),
           [&](Row &row) {
               const QString path = row;
-              const QString name = technology(path);
-              IndexedTechnologyInsight &entry = totals[name];
-              entry.name = name;
-              entry.files += 1;
-              entry.changes += qint64(row);
-              entry.additions += qint64(row);
-              entry.deletions += qint64(row);
+              IndexedTechnologyInsight &entry = totals[technology(path)];
+              entry.name = technology(path);
+              ++entry.files;
+              for (qint64 *field : {&entry.changes, &entry.additions, &entry.deletions})
+                  *field += qint64(row);
               return 0;
           });
     QList<IndexedTechnologyInsight> technologies(totals.cbegin(), totals.cend());
     std::sort(technologies.begin(), technologies.end(), [](const auto &a, const auto &b) {
-        const qint64 churnA = a.additions + a.deletions;
-        const qint64 churnB = b.additions + b.deletions;
+        const qint64 churnA = a.additions + a.deletions, churnB = b.additions + b.deletions;
         return churnA != churnB ? churnA > churnB : codePointLess(a.name, b.name);
     });
     return technologies;
@@ -191,17 +180,13 @@ double contributorTrend(SQLiteDatabase &database, const RepositoryAnalyticsInsig
     const auto middle = qint64(
         (double(r.firstCommitAt->toSecsSinceEpoch()) + double(r.lastCommitAt->toSecsSinceEpoch()))
         / 2);
-    const auto counts = query(database,
-                              QStringLiteral(R"(
+    const QString sql = QStringLiteral(R"(
 SELECT COUNT(DISTINCT CASE WHEN c.author_time < %1 THEN aa.author_id END),
   COUNT(DISTINCT CASE WHEN c.author_time >= %1 THEN aa.author_id END)
 FROM commits c JOIN author_aliases aa ON aa.id = c.author_alias_id
-WHERE c.is_reachable = 1)")
-                                  .arg(middle),
-                              [](Row &row) {
-                                  return std::pair<qint64, qint64> {row, row};
-                              });
-    const auto [before, after] = counts.value(0);
+WHERE c.is_reachable = 1)");
+    const auto [before, after]
+        = records<std::array<qint64, 2>, 2>(database, sql.arg(middle)).value(0);
     if (before < 1)
         return after >= 1 ? 100 : 0;
     return double(after - before) / double(before) * 100;
@@ -224,24 +209,17 @@ LIMIT 15)"));
 
 RepositoryAnalyticsInsights referenceInsights(SQLiteDatabase &database, bool withoutLimits)
 {
-    limitsOff = withoutLimits;
-    const std::unique_ptr<bool, void (*)(bool *)> restore(&limitsOff,
-                                                          [](bool *flag) { *flag = false; });
+    limitsOff = withoutLimits; // until the end, for coChanges() called on its own
     RepositoryAnalyticsInsights result;
     loadSummary(database, result);
-    result.topAuthors = query(database, QStringLiteral(R"(
+    result.topAuthors
+        = query(database, QStringLiteral(R"(
 SELECT a.canonical_name, COUNT(DISTINCT c.id), $LINES, MIN(c.author_time), MAX(c.author_time)
 FROM authors a JOIN author_aliases aa ON aa.author_id = a.id
 JOIN commits c ON c.author_alias_id = aa.id AND c.is_reachable = 1
 LEFT JOIN commit_files cf ON cf.commit_id = c.id GROUP BY a.id, a.canonical_name
 ORDER BY COUNT(DISTINCT c.id) DESC, a.canonical_name COLLATE NOCASE)"),
-                              [&](Row &row) {
-                                  IndexedAuthorInsight author {row, row, row, row, 0.0, row, row};
-                                  if (result.totalCommits > 0)
-                                      author.commitShare
-                                          = double(author.commits) / double(result.totalCommits);
-                                  return author;
-                              });
+                [](Row &row) { return IndexedAuthorInsight {row, row, row, row, 0.0, row, row}; });
     result.hotspots = records<IndexedFileInsight, 7>(database, QStringLiteral(R"(
 SELECT f.current_path, COUNT(DISTINCT c.id), COUNT(DISTINCT aa.author_id), $LINES,
   MIN(c.author_time), MAX(c.author_time)
@@ -274,16 +252,15 @@ LIMIT 15)"));
         if (!result.peakDay || day.commits > result.peakDay->commits)
             result.peakDay = day;
     }
-    const QList<qint64> times
-        = query(database,
-                QStringLiteral(
-                    "SELECT author_time FROM commits WHERE is_reachable = 1 ORDER BY author_time"),
-                [](Row &row) { return qint64(row); });
+    const QList<qint64> times = query(database, QStringLiteral(R"(
+SELECT author_time FROM commits WHERE is_reachable = 1 ORDER BY author_time)"),
+                                      [](Row &row) { return qint64(row); });
     for (qsizetype i = 1; i < times.size(); ++i)
         result.longestGapDays = std::max(result.longestGapDays, (times[i] - times[i - 1]) / 86400);
 
     qint64 covered = 0;
-    for (const IndexedAuthorInsight &author : std::as_const(result.topAuthors)) {
+    for (IndexedAuthorInsight &author : result.topAuthors) {
+        author.commitShare = double(author.commits) / double(result.totalCommits);
         result.oneTimeContributors += author.commits == 1 ? 1 : 0;
         if (result.totalCommits > 2 * covered) {
             covered += author.commits;
@@ -310,7 +287,7 @@ LIMIT 12)"));
     result.branches = query(database, QStringLiteral(R"(
 SELECT r.name, r.is_remote, c.author_time FROM refs r LEFT JOIN commits c ON c.sha = r.target_sha
 WHERE r.kind = 'branch' ORDER BY r.is_remote, r.name COLLATE NOCASE)"),
-                            [&](Row &row) {
+                            [](Row &row) {
                                 return IndexedBranchInsight {row, qint64(row) == 1, row};
                             });
     for (const IndexedBranchInsight &branch : std::as_const(result.branches))
@@ -332,6 +309,7 @@ LIMIT 12)"));
             = double(result.additions + result.deletions) / double(result.totalCommits);
     result.activityTrendPercent = trend(result.dailyActivity, ActivityValue::Commits);
     result.churnTrendPercent = trend(result.dailyActivity, ActivityValue::Churn);
+    limitsOff = false;
     return result;
 }
 
