@@ -61,10 +61,11 @@ UiTestCase {
         const authors = findAll(screen, "authorRow")
         const files = findAll(screen, "hotspotRow")
         compare(authors.map(r => r.modelData.name), ["Ada Lovelace", "Grace Hopper", "Linus Side"])
-        compare(files.map(r => r.modelData.path), ["src/app.cpp", "README.md", "feature/only.txt"])
+        // The side branch's file is not at HEAD: the hotspots leave it out by default.
+        compare(files.map(r => r.modelData.path), ["src/app.cpp", "README.md"])
 
-        // Linus and his file exist only on the side branch: each says why nothing opens.
-        const clicks = [[authors[1], AppViewModel.Statistics], [files[0], AppViewModel.Files], [authors[2]], [files[2]]]
+        // Linus exists only on the side branch: his row says why nothing opens.
+        const clicks = [[authors[1], AppViewModel.Statistics], [files[0], AppViewModel.Files], [authors[2]]]
         for (const [row, section] of clicks) {
             model.errorMessage = ""
             scrollTo(screen, "insightsFlick", row)
