@@ -103,12 +103,12 @@ struct Invocation
 
 struct Command
 {
-    QStringList argumentNames; ///< positional arguments after the repository
-    QStringList numberOptions; ///< accepted --options taking a positive integer
-    QStringList countOptions; ///< accepted --options taking a whole number, 0 included
-    QStringList textOptions; ///< accepted --options taking any text
-    QStringList flagOptions; ///< accepted --options taking no value
-    std::function<void(const Invocation &)> run;
+    QStringList argumentNames{}; ///< positional arguments after the repository
+    QStringList numberOptions{}; ///< accepted --options taking a positive integer
+    QStringList countOptions{}; ///< accepted --options taking a whole number, 0 included
+    QStringList textOptions{}; ///< accepted --options taking any text
+    QStringList flagOptions{}; ///< accepted --options taking no value
+    std::function<void(const Invocation &)> run{};
 };
 
 void printJson(const Json &json)
