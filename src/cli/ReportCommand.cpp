@@ -312,9 +312,13 @@ QString formatReport(const RepositorySummary &summary, const RepositoryAnalytics
 void reportCommand(const QString &repository, const QString &indexDirectory,
                    const InsightOptions &options, const QString &htmlFile)
 {
-    const RepositorySummary summary = GitService().loadSummary(repository);
+    RepositorySummary summary = GitService().loadSummary(repository);
     const RepositoryAnalyticsInsights insights
         = synchronizedInsights(repository, indexDirectory, options);
+    // With identities merged, the header counts people, as the contributor list below it does
+    // (automation accounts included); as recorded it keeps git's count of names and addresses.
+    if (options.mergeIdentities)
+        summary.authorCount = int(insights.topAuthors.size() + insights.bots.size());
     const QDateTime now = QDateTime::currentDateTimeUtc();
     if (!htmlFile.isEmpty() && htmlFile != QLatin1String("-")) {
         writeExportFile(htmlFile, htmlReport(summary, insights, now).toUtf8());
