@@ -98,6 +98,8 @@ RepositoryIndexingResult indexRepository(const QString &repository,
     SynchronizationOptions options;
     options.isCancelled = isCancelled;
     options.progress = progress;
+    if (progress)
+        options.listed = [&progress](qint64 total) { progress(0, total); };
     const RepositorySynchronization synchronization = indexer.synchronize(repository, options);
     // The insight queries take a while on long histories; a run cancelled meanwhile is not worth
     // finishing, since nobody will read its result.

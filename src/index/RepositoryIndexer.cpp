@@ -428,6 +428,8 @@ RepositoryIndexer::synchronizeLocked(const QString &repository,
     qint64 imported = 0;
     qint64 unreadable = 0;
     const auto importMissing = [&](const std::function<void(const IndexedCommit &)> &insert) {
+        if (!missingOldestFirst.isEmpty() && options.listed)
+            options.listed(missingOldestFirst.size());
         if (!missingOldestFirst.isEmpty())
             unreadable = importCommits(repository, missingOldestFirst, insert, options, imported);
         if (unreadable > 0)

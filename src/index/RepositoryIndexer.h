@@ -42,6 +42,10 @@ struct SynchronizationOptions
     std::function<bool()> isCancelled;
     /// @brief Told after each imported commit: how many so far, of how many in all.
     std::function<void(qint64 imported, qint64 total)> progress;
+    /// @brief Told once how many commits a run will import, as soon as they are listed and before
+    /// git reads the first: a big first build shows its size at once rather than after its first
+    /// commit.
+    std::function<void(qint64 total)> listed;
     /// @brief git runs reading the missing commits at the same time; 0 means one per core.
     int importWorkers = 0;
 };
