@@ -14,6 +14,9 @@
 # brings the window to the state and saves it with `save <name>`; SHOTS lists them in order.
 # The window is placed at the origin with -qwindowgeometry; clicks go to the sidebar rows,
 # which stay where they are at any size, and to places computed from the window size.
+# HISTORY=<repository> shows that repository instead of the generated history (a real one, such as
+# a clone of git's own), and INDEX_DIR=<folder> keeps its index between runs, so a big history is
+# indexed once rather than once per run.
 # Needs Xvfb, xdotool and imagemagick (`make deps` installs them).
 set -euo pipefail
 
@@ -75,7 +78,9 @@ make_repository "$repos/nebula-engine"
 make_repository "$repos/tidewater"
 mkdir -p "$work/not-a-repository"
 history=$work/home/projects/fixture
-if [ -f "$make_history" ]; then
+if [ -n "${HISTORY:-}" ]; then
+    history=$(realpath "$HISTORY")
+elif [ -f "$make_history" ]; then
     (cd "$work/home/projects" &&
         python3 "$make_history" fixture --commits 400 --authors 9 --tags 6 --years 3 --seed 3 >/dev/null)
 else
@@ -132,7 +137,7 @@ launch() { # launch <settings: empty|recents|scanned> [arguments...]
         recents) write_settings "$config" "$(recents_json)" "" ;;
         scanned) write_settings "$config" "$(recents_json)" "$(discovered_json)" ;;
     esac
-    XDG_CONFIG_HOME=$config HOME=$work/home STRATALOOM_INDEX_DIR=$work/indexes \
+    XDG_CONFIG_HOME=$config HOME=$work/home STRATALOOM_INDEX_DIR=${INDEX_DIR:-$work/indexes} \
         STRATALOOM_APPEARANCE=$appearance "$app" -qwindowgeometry "${width}x${height}+0+0" "$@" \
         >>"$out/app.log" 2>&1 &
     app_pid=$!
