@@ -227,6 +227,22 @@ shot_quick-search() {
     save quick-search
     key Escape
 }
+# Not in SHOTS by default: a combined query in Search (SEARCH_QUERY) and the insights screen
+# as recorded, beside the default insights shot.
+shot_search-query() {
+    section Search 2
+    click "$(content_x)" 96 0.5 # the search field
+    xdotool type --delay 40 "${SEARCH_QUERY:-fix author:peff path:Documentation/}"
+    key Return
+    sleep 3
+    save search-query
+}
+shot_insights-as-recorded() {
+    section Insights 2
+    click $((width - 420)) 54 1 # the "Corrections" button of the insights header
+    save corrections-sheet
+    key Escape
+}
 shot_insights() { section Insights 2; save_pages insights; }
 shot_statistics() { section Statistics 2; save_pages statistics; quit_app; }
 

@@ -39,25 +39,36 @@ const char usage[] = "Usage: strataloom [REPOSITORY]\n"
                      "\n"
                      "Without a display, strataloom-cli prints the same figures in a terminal.\n";
 
-// The command line is read before the window's application exists, so that --help and
-// --version answer without a display. Returns the exit status when the process should end.
-std::optional<int> readCommandLine(int argc, char *argv[], QString &repository)
+// --help and --version answer before the window's application exists, so they need no display.
+// Returns the exit status when the process should end there.
+std::optional<int> answerWithoutDisplay(int argc, char *argv[])
 {
-    bool optionsEnded = false;
     for (int i = 1; i < argc; ++i) {
-        const QString word = QString::fromLocal8Bit(argv[i]);
-        if (!optionsEnded && (word == QLatin1String("-h") || word == QLatin1String("--help"))) {
+        const QByteArray word(argv[i]);
+        if (word == "--")
+            break;
+        if (word == "-h" || word == "--help") {
             std::fputs(usage, stdout);
             return 0;
         }
-        if (!optionsEnded && (word == QLatin1String("-v") || word == QLatin1String("--version"))) {
+        if (word == "-v" || word == "--version") {
             std::printf("strataloom %s\n", STRATALOOM_VERSION);
             return 0;
         }
+    }
+    return std::nullopt;
+}
+
+// The rest of the command line, once the application has taken out Qt's own options
+// (-platform, -qwindowgeometry, -style, ...): at most one repository, no other option.
+std::optional<int> readRepository(const QStringList &arguments, QString &repository)
+{
+    bool optionsEnded = false;
+    for (const QString &word : arguments.mid(1)) {
         if (!optionsEnded && word == QLatin1String("--")) {
             optionsEnded = true;
         } else if (!optionsEnded && word.startsWith(QLatin1Char('-'))) {
-            std::fprintf(stderr, "strataloom: unknown option %s\n%s", argv[i], usage);
+            std::fprintf(stderr, "strataloom: unknown option %s\n%s", qPrintable(word), usage);
             return 2;
         } else if (repository.isEmpty()) {
             repository = word;
@@ -73,12 +84,14 @@ std::optional<int> readCommandLine(int argc, char *argv[], QString &repository)
 
 int main(int argc, char *argv[])
 {
-    QString repository;
-    if (const std::optional<int> status = readCommandLine(argc, argv, repository))
+    if (const std::optional<int> status = answerWithoutDisplay(argc, argv))
         return *status;
 
     // Charts draw through the widgets module, which needs a QApplication.
     QApplication application(argc, argv);
+    QString repository;
+    if (const std::optional<int> status = readRepository(QApplication::arguments(), repository))
+        return *status;
     QApplication::setOrganizationName(QStringLiteral("Strataloom"));
     QApplication::setApplicationName(QStringLiteral("Strataloom"));
     QApplication::setApplicationVersion(QStringLiteral(STRATALOOM_VERSION));
