@@ -231,7 +231,7 @@ shot_quick-search() {
 # as recorded, beside the default insights shot.
 shot_search-query() {
     section Search 2
-    click "$(content_x)" 96 0.5 # the search field
+    click "$(content_x)" 172 0.5 # the search field
     xdotool type --delay 40 "${SEARCH_QUERY:-fix author:peff path:Documentation/}"
     key Return
     sleep 3
@@ -239,7 +239,7 @@ shot_search-query() {
 }
 shot_insights-as-recorded() {
     section Insights 2
-    click $((width - 420)) 54 1 # the "Corrections" button of the insights header
+    click $((width - 388)) 120 1 # the "Corrections" button of the insights header
     save corrections-sheet
     key Escape
 }

@@ -118,9 +118,11 @@ Item {
                     implicitHeight: 20
                     padding: 0
                 }
-                Button {
+                SymbolButton {
                     objectName: "exportReportButton"
+                    symbol: "doc.text"
                     text: "Export Report…"
+                    toolTip: "One HTML page with these insights and the statistics"
                     enabled: !presenter.reportExport.busy
                     onClicked: {
                         // Suggest a name in the folder the dialog opens on.

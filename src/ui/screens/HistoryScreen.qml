@@ -79,7 +79,7 @@ Item {
                 ToolTip.delay: 800
                 ToolTip.text: "Words of the message, \"a phrase\", author:name, path:folder/ or path:file, after:YYYY-MM-DD, before:YYYY-MM-DD, type:fix, ref:branch, merges:no"
             }
-            CsvExportButton { model: filtered; fileName: "history.csv" }
+            CsvExportButton { model: screen.rows; fileName: "history.csv" }
         }
 
         QueryNote {

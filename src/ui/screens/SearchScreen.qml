@@ -25,7 +25,8 @@ Item {
                       : searchPanel.fromIndex ? "Search the whole history: message, author, path, dates, type, ref"
                                               : "Search commit messages across all branches"
             CsvExportButton {
-                model: screen.appModel ? screen.appModel.session.searchResults : null
+                model: searchPanel.fromIndex ? searchPanel.indexed
+                       : screen.appModel ? screen.appModel.session.searchResults : null
                 fileName: "search.csv"
             }
         }

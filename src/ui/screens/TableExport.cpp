@@ -2,6 +2,10 @@
 
 #include "app/CsvTable.h"
 #include "app/FileExport.h"
+#include "app/HistoryListModel.h"
+#include "app/RecordModels.h"
+#include "index/SQLite.h"
+#include "insights/IndexedHistory.h"
 
 #include <QAbstractItemModel>
 #include <QFileInfo>
@@ -59,6 +63,23 @@ QString TableExport::localPath(const QUrl &file, const QString &suffix)
 
 void TableExport::saveModel(QObject *model, const QVariantList &columns, const QUrl &file)
 {
+    // A list paged from the index holds only the pages scrolled so far: the file gets every
+    // commit its query matches, read again from the index in the background.
+    if (const auto *history = qobject_cast<HistoryListModel *>(model);
+        history && history->isAvailable()) {
+        const QString path = localPath(file, QStringLiteral("csv"));
+        saveInBackground(
+            [database = history->database(), query = history->query(),
+             csvColumnList = csvColumns(columns)] {
+                SQLiteDatabase connection(database);
+                IndexedHistory matching(connection, HistoryQuery::parse(query));
+                CommitListModel rows;
+                rows.setRecords(matching.page(0, 0));
+                return modelToCsv(rows, csvColumnList);
+            },
+            path, rowsSaved(history->total(), path));
+        return;
+    }
     const auto *itemModel = qobject_cast<QAbstractItemModel *>(model);
     if (!itemModel) {
         finish(true, QStringLiteral("There is no table to export."));
