@@ -45,9 +45,12 @@ RowLayout {
         implicitHeight: 20
         padding: 0
     }
-    Button {
+    SymbolButton {
         objectName: "exportCsvButton"
-        text: root.text
+        symbol: "doc.text"
+        // In a narrow window the symbol alone, so that the screen's title keeps its room.
+        text: root.Window.width > 0 && root.Window.width < 1100 ? "" : root.text
+        toolTip: text === "" ? root.text : ""
         flat: true
         enabled: !exporter.busy && root.rowCount > 0
         onClicked: dialog.open()
