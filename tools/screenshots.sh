@@ -227,8 +227,8 @@ shot_quick-search() {
     save quick-search
     key Escape
 }
-# Not in SHOTS by default: a combined query in Search (SEARCH_QUERY) and the insights screen
-# as recorded, beside the default insights shot.
+# Not in SHOTS by default: a combined query in Search (SEARCH_QUERY) and, after `insights`, the
+# insights screen as recorded.
 shot_search-query() {
     section Search 2
     click "$(content_x)" 172 0.5 # the search field
@@ -237,11 +237,17 @@ shot_search-query() {
     sleep 3
     save search-query
 }
-shot_insights-as-recorded() {
+shot_insights-as-recorded() { # after `insights`: the same pages with every correction off
     section Insights 2
-    click $((width - 388)) 120 1 # the "Corrections" button of the insights header
+    xdotool mousemove --sync "$(content_x)" $((height / 2))
+    for _ in $(seq 200); do xdotool click 4; done # back to the top
+    sleep 1
+    click $((width - 388)) 120 2 # the "Corrections" button of the insights header
     save corrections-sheet
+    click $((width / 2 - 165)) 140 2 # its "As recorded" switch
     key Escape
+    sleep 15 # the insights are read again, and the screen rebuilt with them
+    save_pages insights-as-recorded
 }
 shot_insights() { section Insights 2; save_pages insights; }
 shot_statistics() { section Statistics 2; save_pages statistics; quit_app; }
