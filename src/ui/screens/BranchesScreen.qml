@@ -35,12 +35,19 @@ Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
 
+            // Local branches, then remote ones, each latest first: one section of each.
+            RecordFilterModel {
+                id: grouped
+                sourceModel: screen.appModel ? screen.appModel.session.branches : null
+                groupRole: "isRemote"
+            }
+
             ListView {
                 id: list
                 objectName: "branchList"
                 anchors.fill: parent
                 clip: true
-                model: screen.appModel ? screen.appModel.session.branches : null
+                model: grouped
                 boundsBehavior: Flickable.StopAtBounds
                 ScrollBar.vertical: ScrollBar { }
 
@@ -141,7 +148,7 @@ Item {
                         }
                     }
 
-                    onClicked: screen.appModel.session.pendingCheckoutBranch = screen.appModel.session.branches.get(index)
+                    onClicked: screen.appModel.session.pendingCheckoutBranch = grouped.get(index)
                 }
             }
 

@@ -41,6 +41,22 @@ void RecordFilterModel::setFilterRoles(const QStringList &roles)
     refilter();
 }
 
+void RecordFilterModel::setGroupRole(const QString &role)
+{
+    if (role == m_groupRole)
+        return;
+    m_groupRole = role;
+    resolveRoles();
+    Q_EMIT groupRoleChanged();
+}
+
+bool RecordFilterModel::lessThan(const QModelIndex &left, const QModelIndex &right) const
+{
+    // The proxy's sort is stable: rows of one group keep the list's order.
+    return QVariant::compare(left.data(m_groupRoleNumber), right.data(m_groupRoleNumber))
+        == QPartialOrdering::Less;
+}
+
 QVariantMap RecordFilterModel::get(int row) const
 {
     const QModelIndex source = mapToSource(index(row, 0));
@@ -78,14 +94,18 @@ void RecordFilterModel::refilter()
 void RecordFilterModel::resolveRoles()
 {
     m_roles.clear();
-    if (!sourceModel())
-        return;
-    const QHash<int, QByteArray> names = sourceModel()->roleNames();
-    for (const QString &name : std::as_const(m_filterRoles)) {
-        const int role = names.key(name.toUtf8(), -1);
-        if (role >= 0)
-            m_roles << role;
+    m_groupRoleNumber = -1;
+    if (sourceModel()) {
+        const QHash<int, QByteArray> names = sourceModel()->roleNames();
+        for (const QString &name : std::as_const(m_filterRoles)) {
+            const int role = names.key(name.toUtf8(), -1);
+            if (role >= 0)
+                m_roles << role;
+        }
+        if (!m_groupRole.isEmpty())
+            m_groupRoleNumber = names.key(m_groupRole.toUtf8(), -1);
     }
+    sort(m_groupRoleNumber >= 0 ? 0 : -1);
 }
 
 } // namespace strataloom
