@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
+import Strataloom.Screens
 import "Format.js" as Format
 
 // Local and remote branches. A click asks to check the branch out: it sets the model's pending
