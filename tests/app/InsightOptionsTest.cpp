@@ -55,12 +55,6 @@ private Q_SLOTS:
         for (const Case &row : cases) {
             QVERIFY2(withInsightOption(row.before, row.name, row.on) == row.after, row.what);
         }
-        QCOMPARE(insightOptionsMap(InsightOptions::asRecorded()).value("asRecorded").toBool(),
-                 true);
-        QCOMPARE(insightOptionsMap(allBut(&InsightOptions::mergeIdentities))
-                     .value("asRecorded")
-                     .toBool(),
-                 false);
     }
 
     void remembersOptionsPerRepository()
@@ -113,10 +107,6 @@ private Q_SLOTS:
         QCOMPARE(reopened.insightOptions(), InsightOptions::asRecorded());
         QVERIFY(settle(reopened));
         QCOMPARE(reopened.analyticsInsights()->topAuthors.size(), 2);
-        reopened.setInsightOption("mergeIdentities", true);
-        QVERIFY(settle(reopened));
-        QCOMPARE(reopened.analyticsInsights()->topAuthors.size(), 1);
-        QCOMPARE(reopened.insightOptionsValue().value("mergeIdentities").toBool(), true);
     }
 };
 

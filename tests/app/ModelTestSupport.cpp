@@ -66,18 +66,16 @@ SignalOrder::SignalOrder(const QList<QObject *> &objects)
 std::unique_ptr<FixtureRepository> projectRepository(const QByteArray &marker)
 {
     auto repository = std::make_unique<FixtureRepository>();
-    repository->write(QStringLiteral("src/main.cpp"), "int main() {}\n");
-    repository->write(QStringLiteral("conflict.txt"), "main " + marker + "\n");
-    repository->write(QStringLiteral("docs/old.md"), "old\n");
-    repository->commit(QStringLiteral("Add alpha feature"));
-    repository->write(QStringLiteral("src/main.cpp"), "int main() { return 0; }\n");
-    repository->commit(QStringLiteral("Fix beta bug"), QStringLiteral("Grace Hopper"),
-                       QStringLiteral("grace@example.com"));
-    repository->git({QStringLiteral("tag"), QStringLiteral("v1.0")});
-    repository->git({QStringLiteral("switch"), QStringLiteral("-q"), QStringLiteral("-c"),
-                     QStringLiteral("feature")});
-    repository->write(QStringLiteral("conflict.txt"), "feature\n");
-    repository->commit(QStringLiteral("Change conflict on feature"));
-    repository->git({QStringLiteral("switch"), QStringLiteral("-q"), QStringLiteral("main")});
+    repository->write("src/main.cpp", "int main() {}\n");
+    repository->write("conflict.txt", "main " + marker + "\n");
+    repository->write("docs/old.md", "old\n");
+    repository->commit("Add alpha feature");
+    repository->write("src/main.cpp", "int main() { return 0; }\n");
+    repository->commit("Fix beta bug", "Grace Hopper", "grace@example.com");
+    repository->git({"tag", "v1.0"});
+    repository->git({"switch", "-q", "-c", "feature"});
+    repository->write("conflict.txt", "feature\n");
+    repository->commit("Change conflict on feature");
+    repository->git({"switch", "-q", "main"});
     return repository;
 }

@@ -41,16 +41,13 @@ struct FixtureRepository : TestRepository
 class RecordingDesktopActions : public strataloom::DesktopActions
 {
 public:
-    void openFile(const QString &path) override { calls << QStringLiteral("openFile ") + path; }
-    void showFolder(const QString &path) override { calls << QStringLiteral("showFolder ") + path; }
-    void openTerminal(const QString &path) override
-    {
-        calls << QStringLiteral("openTerminal ") + path;
-    }
+    void openFile(const QString &path) override { calls << "openFile " + path; }
+    void showFolder(const QString &path) override { calls << "showFolder " + path; }
+    void openTerminal(const QString &path) override { calls << "openTerminal " + path; }
     void chooseFolder(const QString &title,
                       const std::function<void(const QString &)> &chosen) override
     {
-        calls << QStringLiteral("chooseFolder ") + title;
+        calls << "chooseFolder " + title;
         pendingChoice = chosen;
     }
 
@@ -72,7 +69,7 @@ public:
     strataloom::RepositoryCatalog &catalog() { return *m_model->catalog(); }
     strataloom::AnalyticsIndexController &analytics() { return *m_model->analytics(); }
     RecordingDesktopActions &desktop() { return m_desktop; }
-    QString settingsFile() const { return m_settings.filePath(QStringLiteral("settings.ini")); }
+    QString settingsFile() const { return m_settings.filePath("settings.ini"); }
     strataloom::RecentRepositoryStore recentStore() const
     {
         return strataloom::RecentRepositoryStore(settingsFile());

@@ -56,7 +56,7 @@ class RecordModelsTest : public QObject
 private Q_SLOTS:
     void everyListModelShowsAndHandsBackItsRecords()
     {
-        const QString a = QStringLiteral("a"), b = QStringLiteral("b");
+        const QString a = "a", b = "b";
         exercise<CommitListModel>(QList<CommitRecord> {{a, a, a, a, someDate, a, a, 1, 2, 3},
                                                        {b, b, b, b, {}, b, b, 0, 0, 0}},
                                   "subject");
@@ -81,22 +81,20 @@ private Q_SLOTS:
     void computedAndAbsentValues()
     {
         GraphListModel graph;
-        graph.setRecords({{QStringLiteral("a1"), {}, QStringLiteral("a"), {}, {}, {}, {}}, {}});
-        QCOMPARE(graph.get(0).value(QStringLiteral("isConnector")), QVariant(false));
-        QCOMPARE(graph.get(1).value(QStringLiteral("isConnector")), QVariant(true));
+        graph.setRecords({{"a1", {}, "a", {}, {}, {}, {}}, {}});
+        QCOMPARE(graph.get(0).value("isConnector"), QVariant(false));
+        QCOMPARE(graph.get(1).value("isConnector"), QVariant(true));
 
         // Insights reach QML as nested maps and lists: an optional record, a period's churn.
         RepositoryAnalyticsInsights insights;
-        insights.peakDay
-            = IndexedActivityInsight {QStringLiteral("2024-03-01"), someDate, 3, 10, 2};
-        insights.topAuthors = {{QStringLiteral("Ada"), 4, 10, 2, 1.0, someDate, std::nullopt}};
+        insights.peakDay = IndexedActivityInsight {"2024-03-01", someDate, 3, 10, 2};
+        insights.topAuthors = {{"Ada", 4, 10, 2, 1.0, someDate, std::nullopt}};
         const QVariantMap map = toVariantMap(insights);
-        QVERIFY(map.value(QStringLiteral("firstCommitAt")).isNull());
-        QCOMPARE(map.value(QStringLiteral("peakDay")).toMap().value(QStringLiteral("churn")),
-                 QVariant(qint64(12)));
-        const QVariantMap author = map.value(QStringLiteral("topAuthors")).toList()[0].toMap();
-        QCOMPARE(author.value(QStringLiteral("firstCommitAt")).toDateTime(), someDate);
-        QVERIFY(author.value(QStringLiteral("lastCommitAt")).isNull());
+        QVERIFY(map.value("firstCommitAt").isNull());
+        QCOMPARE(map.value("peakDay").toMap().value("churn"), QVariant(qint64(12)));
+        const QVariantMap author = map.value("topAuthors").toList()[0].toMap();
+        QCOMPARE(author.value("firstCommitAt").toDateTime(), someDate);
+        QVERIFY(author.value("lastCommitAt").isNull());
     }
 };
 

@@ -56,7 +56,7 @@ private Q_SLOTS:
         selection.selectCommit(room.session.commits().constFirst());
         QVERIFY(selection.commitChanges().isEmpty());
 
-        selection.selectFile(toVariantMap(room.file(QStringLiteral("src/main.cpp"))));
+        selection.selectFile(toVariantMap(room.file("src/main.cpp")));
         QVERIFY(!selection.selectedFileDetails());
         selection.selectAuthor(room.session.authorStatsModel()->get(0));
         selection.presentDiff(room.session.commitsModel()->get(0));
@@ -64,17 +64,16 @@ private Q_SLOTS:
 
         QCOMPARE(selection.commitChanges().size(), 1);
         QCOMPARE(selection.selectedFileDetails()->commitCount, 2);
-        QCOMPARE(selection.selectedAuthorDetails(),
-                 std::optional(GitService().loadAuthorDetails(room.repository->path(),
-                                                              QStringLiteral("Ada Lovelace"))));
+        QCOMPARE(
+            selection.selectedAuthorDetails(),
+            std::optional(GitService().loadAuthorDetails(room.repository->path(), "Ada Lovelace")));
         QVERIFY(selection.isDiffPresented());
-        QVERIFY(selection.presentedDiff().contains(QStringLiteral("+int main() { return 0; }")));
+        QVERIFY(selection.presentedDiff().contains("+int main() { return 0; }"));
         QCOMPARE(selection.selectedCommit(), std::optional(room.session.commits().constFirst()));
 
-        room.selection.openFile(room.file(QStringLiteral("src/main.cpp")));
+        room.selection.openFile(room.file("src/main.cpp"));
         QCOMPARE(room.desktop.calls,
-                 QStringList {QStringLiteral("openFile ") + room.repository->path()
-                              + QStringLiteral("/src/main.cpp")});
+                 QStringList {"openFile " + room.repository->path() + "/src/main.cpp"});
     }
 
     void failedDetailsEndTheWait_data()
@@ -82,7 +81,7 @@ private Q_SLOTS:
         QTest::addColumn<Choice>("choose");
         QTest::addColumn<QString>("errorProperty");
         QTest::newRow("file") << Choice([](Room &room) {
-            room.selection.selectFile(room.file(QStringLiteral("conflict.txt")));
+            room.selection.selectFile(room.file("conflict.txt"));
         }) << "fileDetailsError";
         QTest::newRow("author") << Choice([](Room &room) {
             room.selection.selectAuthor(room.session.authorStats().constFirst());
@@ -102,7 +101,7 @@ private Q_SLOTS:
         Room room;
         QVERIFY(room.open());
         // Git refuses every read from now on.
-        room.repository->write(QStringLiteral(".git/HEAD"), "garbage\n");
+        room.repository->write(".git/HEAD", "garbage\n");
         QSignalSpy failed(&room.selection, &RepositorySelection::failed);
         const auto error
             = [&] { return room.selection.property(qPrintable(errorProperty)).toString(); };
@@ -129,7 +128,7 @@ private Q_SLOTS:
         QVERIFY(room.open());
         RepositorySelection &selection = room.selection;
         const auto chooseAll = [&] {
-            selection.selectFile(room.file(QStringLiteral("conflict.txt")));
+            selection.selectFile(room.file("conflict.txt"));
             selection.selectAuthor(room.session.authorStats().constFirst());
             selection.selectCommit(room.session.commits().constLast());
         };
@@ -149,8 +148,8 @@ private Q_SLOTS:
         RepositorySession session(&desktop);
         RepositorySelection selection(session, &desktop);
         CommitRecord commit;
-        commit.id = QStringLiteral("abc");
-        const FileRecord file {QStringLiteral("a.txt"), {}, {}, {}};
+        commit.id = "abc";
+        const FileRecord file {"a.txt", {}, {}, {}};
         QSignalSpy loading(&session, &RepositorySession::isLoadingChanged);
         QSignalSpy failed(&session, &RepositorySession::failed);
         QSignalSpy failedDetails(&selection, &RepositorySelection::failed);
@@ -158,14 +157,13 @@ private Q_SLOTS:
         session.refresh();
         session.revealInFinder();
         session.openInTerminal();
-        session.setSearchText(QStringLiteral("x"));
+        session.setSearchText("x");
         session.performSearch();
-        session.setPendingCheckoutBranch(
-            BranchRecord {QStringLiteral("main"), false, false, {}, {}, {}});
+        session.setPendingCheckoutBranch(BranchRecord {"main", false, false, {}, {}, {}});
         session.confirmCheckout();
         selection.selectCommit(commit);
         selection.selectFile(file);
-        selection.selectAuthor(AuthorStat {QStringLiteral("A"), 1});
+        selection.selectAuthor(AuthorStat {"A", 1});
         selection.presentDiff(commit);
         selection.openFile(file);
 

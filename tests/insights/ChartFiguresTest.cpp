@@ -28,21 +28,13 @@ TEST(ChartFigures, CompactNumbersKeepThreeSignificantDigitsInTheLocale)
         QLocale locale;
         QString expected;
     } cases[] = {
-        {0, english, QStringLiteral("0")},
-        {950, english, QStringLiteral("950")},
-        {999.4, english, QStringLiteral("999")},
-        {1000, english, QStringLiteral("1K")},
-        {1500, english, QStringLiteral("1.5K")},
-        {12345, english, QStringLiteral("12.3K")},
-        {250000, english, QStringLiteral("250K")},
-        {999999, english, QStringLiteral("1M")}, // rounds up into the next unit, not "1000K"
-        {1000000, english, QStringLiteral("1M")},
-        {4000000, english, QStringLiteral("4M")},
-        {1250000, english, QStringLiteral("1.25M")},
-        {7298201, english, QStringLiteral("7.3M")},
-        {2500000000.0, english, QStringLiteral("2.5B")},
-        {-1500, english, QStringLiteral("-1.5K")},
-        {1500, german, QStringLiteral("1,5K")},
+        {0, english, "0"},          {950, english, "950"},           {999.4, english, "999"},
+        {1000, english, "1K"},      {1500, english, "1.5K"},         {12345, english, "12.3K"},
+        {250000, english, "250K"},  {999999, english, "1M"}, // rounds up into the next unit, not
+                                                             // "1000K"
+        {1000000, english, "1M"},   {4000000, english, "4M"},        {1250000, english, "1.25M"},
+        {7298201, english, "7.3M"}, {2500000000.0, english, "2.5B"}, {-1500, english, "-1.5K"},
+        {1500, german, "1,5K"},
     };
     for (const auto &[value, locale, expected] : cases)
         EXPECT_EQ(compactNumber(value, locale), expected) << value;
@@ -57,12 +49,12 @@ TEST(ChartFigures, ValueScaleEndsOnARoundTickAboveTheLargestValue)
         double maximum;
         qsizetype tickCount;
     } cases[] = {
-        {40, 5, 40, 5},            // step 10
-        {41, 5, 60, 4},            // step 20
-        {103, 5, 150, 4},          // step 50
-        {7298201, 5, 8000000, 5},  // step 2M
-        {0, 5, 1, 2},              // nothing drawn: a unit axis
-        {3, 5, 3, 4},              // counts never get fractional steps
+        {40, 5, 40, 5}, // step 10
+        {41, 5, 60, 4}, // step 20
+        {103, 5, 150, 4}, // step 50
+        {7298201, 5, 8000000, 5}, // step 2M
+        {0, 5, 1, 2}, // nothing drawn: a unit axis
+        {3, 5, 3, 4}, // counts never get fractional steps
     };
     for (const auto &[largest, ticks, maximum, tickCount] : cases) {
         const ValueScale scale = valueScale(largest, ticks);
@@ -82,9 +74,12 @@ TEST(ChartFigures, BucketFollowsTheSpan)
         int days;
         ActivityBucket expected;
     } cases[] = {
-        {0, ActivityBucket::Day},     {92, ActivityBucket::Day},
-        {93, ActivityBucket::Week},   {3 * 365, ActivityBucket::Week},
-        {3 * 366 + 1, ActivityBucket::Month}, {21 * 365, ActivityBucket::Month},
+        {0, ActivityBucket::Day},
+        {92, ActivityBucket::Day},
+        {93, ActivityBucket::Week},
+        {3 * 365, ActivityBucket::Week},
+        {3 * 366 + 1, ActivityBucket::Month},
+        {21 * 365, ActivityBucket::Month},
     };
     for (const auto &[days, expected] : cases)
         EXPECT_EQ(activityBucketFor(start, start.addDays(days)), expected) << days;
@@ -93,10 +88,9 @@ TEST(ChartFigures, BucketFollowsTheSpan)
 TEST(ChartFigures, BucketsSumTheirDaysFromMondayOrTheFirstOfTheMonth)
 {
     // Sunday 2024-03-03, Monday 2024-03-04, Sunday 2024-03-10, Monday 2024-04-01.
-    const QList<IndexedActivityInsight> daily {day(QDate(2024, 3, 3), 1, 10),
-                                               day(QDate(2024, 3, 4), 2, 20),
-                                               day(QDate(2024, 3, 10), 4, 40),
-                                               day(QDate(2024, 4, 1), 8, 80)};
+    const QList<IndexedActivityInsight> daily {
+        day(QDate(2024, 3, 3), 1, 10), day(QDate(2024, 3, 4), 2, 20),
+        day(QDate(2024, 3, 10), 4, 40), day(QDate(2024, 4, 1), 8, 80)};
     const struct
     {
         ActivityBucket bucket;
@@ -104,13 +98,10 @@ TEST(ChartFigures, BucketsSumTheirDaysFromMondayOrTheFirstOfTheMonth)
         QList<qint64> commits;
     } cases[] = {
         {ActivityBucket::Day,
-         {QStringLiteral("2024-03-03"), QStringLiteral("2024-03-04"), QStringLiteral("2024-03-10"),
-          QStringLiteral("2024-04-01")},
+         {"2024-03-03", "2024-03-04", "2024-03-10", "2024-04-01"},
          {1, 2, 4, 8}},
-        {ActivityBucket::Week,
-         {QStringLiteral("2024-02-26"), QStringLiteral("2024-03-04"), QStringLiteral("2024-04-01")},
-         {1, 6, 8}},
-        {ActivityBucket::Month, {QStringLiteral("2024-03-01"), QStringLiteral("2024-04-01")}, {7, 8}},
+        {ActivityBucket::Week, {"2024-02-26", "2024-03-04", "2024-04-01"}, {1, 6, 8}},
+        {ActivityBucket::Month, {"2024-03-01", "2024-04-01"}, {7, 8}},
     };
     for (const auto &[bucket, labels, commits] : cases) {
         const QList<IndexedActivityInsight> buckets = bucketedActivity(daily, bucket);

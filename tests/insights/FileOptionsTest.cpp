@@ -1,7 +1,7 @@
 // The file options on small repositories indexed by the real synchronisation: lineage through
 // renames, files absent from HEAD, generated, vendored and lock files, the language table.
+#include "HistoryBuilder.h"
 #include "ReferenceInsights.h"
-#include "TestRepository.h"
 #include "index/RepositoryIndex.h"
 #include "index/RepositoryIndexer.h"
 #include "insights/FileClassifier.h"
@@ -9,10 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QTemporaryDir>
-
 #include <algorithm>
-#include <memory>
 
 using namespace strataloom;
 
@@ -28,24 +25,18 @@ QByteArray numbered(int lines, int edited = -1, const char *tag = "x")
     return text;
 }
 
-class IndexedRepository
+struct IndexedRepository
 {
-public:
     TestRepository repository;
+    TemporaryIndex index;
 
     IndexedRepository() { repository.setDateStep(3600); }
 
     RepositoryIndex &synchronized()
     {
-        if (!m_index)
-            m_index = std::make_unique<RepositoryIndex>(m_dir.filePath(QStringLiteral("i.sqlite")));
-        RepositoryIndexer(*m_index).synchronize(repository.path());
-        return *m_index;
+        RepositoryIndexer(*index).synchronize(repository.path());
+        return *index;
     }
-
-private:
-    QTemporaryDir m_dir;
-    std::unique_ptr<RepositoryIndex> m_index;
 };
 
 InsightOptions only(bool followRenames, bool hideDeletedFiles, bool excludeGenerated)
@@ -55,6 +46,17 @@ InsightOptions only(bool followRenames, bool hideDeletedFiles, bool excludeGener
     options.hideDeletedFiles = hideDeletedFiles;
     options.excludeGenerated = excludeGenerated;
     return options;
+}
+
+// The insights as recorded, which the queries as first written define, whatever the history
+// holds: renames, deleted files, attributes, scripts.
+RepositoryAnalyticsInsights recordedInsights(RepositoryIndex &index)
+{
+    const RepositoryAnalyticsInsights recorded = insights(index);
+    EXPECT_EQ(recorded, index.read([](SQLiteDatabase &database) {
+        return reference::referenceInsights(database);
+    }));
+    return recorded;
 }
 
 QStringList hotspotsOf(const RepositoryAnalyticsInsights &result)
@@ -92,17 +94,17 @@ void renamedTwiceThenDeleted(TestRepository &repository)
     int round = 0;
     const auto step = [&](const QString &file, int edited) {
         repository.write(file, numbered(20, edited));
-        repository.write(QStringLiteral("keep.h"), numbered(3, round++ % 3));
+        repository.write("keep.h", numbered(3, round++ % 3));
         repository.commit(QStringLiteral("step %1").arg(round));
     };
-    step(QStringLiteral("a.c"), -1);
-    step(QStringLiteral("a.c"), 1);
-    repository.git({QStringLiteral("mv"), QStringLiteral("a.c"), QStringLiteral("b.c")});
-    step(QStringLiteral("b.c"), 2);
-    step(QStringLiteral("b.c"), 3);
-    repository.git({QStringLiteral("mv"), QStringLiteral("b.c"), QStringLiteral("c.c")});
-    step(QStringLiteral("c.c"), 4);
-    step(QStringLiteral("c.c"), 5);
+    step("a.c", -1);
+    step("a.c", 1);
+    repository.git({"mv", "a.c", "b.c"});
+    step("b.c", 2);
+    step("b.c", 3);
+    repository.git({"mv", "b.c", "c.c"});
+    step("c.c", 4);
+    step("c.c", 5);
 }
 
 } // namespace
@@ -116,10 +118,10 @@ TEST(FileOptions, RenamedTwiceThenDeleted)
     EXPECT_EQ(hotspotsOf(insights(before, only(true, true, false))),
               (QStringList {"c.c:6", "keep.h:6"}));
 
-    fixture.repository.remove(QStringLiteral("c.c"));
-    fixture.repository.commit(QStringLiteral("drop c.c"));
+    fixture.repository.remove("c.c");
+    fixture.repository.commit("drop c.c");
     RepositoryIndex &index = fixture.synchronized();
-    const qint64 recordedChurn = churnOf(insights(index), QStringLiteral("C"));
+    const qint64 recordedChurn = churnOf(recordedInsights(index), "C");
     ASSERT_GT(recordedChurn, 40);
     const struct
     {
@@ -141,7 +143,7 @@ TEST(FileOptions, RenamedTwiceThenDeleted)
         EXPECT_EQ(hotspotsOf(result), row.hotspots) << row.name;
         EXPECT_EQ(couplingOf(result), row.coupling) << row.name;
         // A deleted file still counts in the technologies: its lines were written.
-        EXPECT_EQ(churnOf(result, QStringLiteral("C")), recordedChurn) << row.name;
+        EXPECT_EQ(churnOf(result, "C"), recordedChurn) << row.name;
     }
 }
 
@@ -149,21 +151,21 @@ TEST(FileOptions, AttributesExcludeGeneratedVendoredAndUndiffedFiles)
 {
     IndexedRepository fixture;
     TestRepository &repository = fixture.repository;
-    repository.write(QStringLiteral(".gitattributes"),
+    repository.write(".gitattributes",
                      "gen/** linguist-generated=true\nlib/** linguist-vendored\n*.dat -diff\n"
                      "src/own.c -linguist-generated\n");
-    repository.write(QStringLiteral("gen/parser.c"), numbered(40));
-    repository.write(QStringLiteral("gen/old.c"), numbered(30));
-    repository.write(QStringLiteral("lib/zlib.c"), numbered(50));
-    repository.write(QStringLiteral("data/table.dat"), numbered(60));
-    repository.write(QStringLiteral("src/own.c"), numbered(7));
-    repository.commit(QStringLiteral("start"));
-    repository.remove(QStringLiteral("gen/old.c")); // flagged although HEAD no longer holds it
-    repository.write(QStringLiteral("src/own.c"), numbered(7, 0));
-    repository.commit(QStringLiteral("more"));
+    repository.write("gen/parser.c", numbered(40));
+    repository.write("gen/old.c", numbered(30));
+    repository.write("lib/zlib.c", numbered(50));
+    repository.write("data/table.dat", numbered(60));
+    repository.write("src/own.c", numbered(7));
+    repository.commit("start");
+    repository.remove("gen/old.c"); // flagged although HEAD no longer holds it
+    repository.write("src/own.c", numbered(7, 0));
+    repository.commit("more");
     RepositoryIndex &index = fixture.synchronized();
 
-    const RepositoryAnalyticsInsights recorded = insights(index);
+    const RepositoryAnalyticsInsights recorded = recordedInsights(index);
     const RepositoryAnalyticsInsights excluded = insights(index, only(false, false, true));
     // The -diff file has no line counts (git takes it for binary); it leaves the rankings.
     const qint64 generatedLines = 40 + 30 + 50;
@@ -184,13 +186,13 @@ TEST(FileOptions, ShebangNamesTheLanguageOfScriptsAtHead)
 {
     IndexedRepository fixture;
     TestRepository &repository = fixture.repository;
-    repository.write(QStringLiteral("bin/deploy"), "#!/usr/bin/env python3\nprint(1)\n");
-    repository.write(QStringLiteral("bin/run"), "#! /bin/sh -e\necho 1\necho 2\n");
-    repository.write(QStringLiteral("bin/gone"), "#!/bin/bash\n:\n:\n:\n");
-    repository.write(QStringLiteral("notes"), "just words\n");
-    repository.commit(QStringLiteral("scripts"));
-    repository.remove(QStringLiteral("bin/gone"));
-    repository.commit(QStringLiteral("drop one"));
+    repository.write("bin/deploy", "#!/usr/bin/env python3\nprint(1)\n");
+    repository.write("bin/run", "#! /bin/sh -e\necho 1\necho 2\n");
+    repository.write("bin/gone", "#!/bin/bash\n:\n:\n:\n");
+    repository.write("notes", "just words\n");
+    repository.commit("scripts");
+    repository.remove("bin/gone");
+    repository.commit("drop one");
     const RepositoryAnalyticsInsights result
         = insights(fixture.synchronized(), only(false, false, true));
     const struct
@@ -206,31 +208,7 @@ TEST(FileOptions, ShebangNamesTheLanguageOfScriptsAtHead)
     for (const auto &row : expected)
         EXPECT_EQ(churnOf(result, QString::fromLatin1(row.technology)), row.churn)
             << row.technology;
-    EXPECT_EQ(churnOf(insights(fixture.synchronized()), QStringLiteral("Other")), 2 + 3 + 8 + 1);
-}
-
-TEST(FileOptions, AsRecordedIsWhatTheQueriesRecord)
-{
-    // Renames, a deleted file, attributes, a lock file and a script: none of it may change a
-    // figure read as recorded, which the queries as first written define.
-    IndexedRepository fixture;
-    TestRepository &repository = fixture.repository;
-    renamedTwiceThenDeleted(repository);
-    repository.write(QStringLiteral(".gitattributes"), "gen/* linguist-generated\n");
-    repository.write(QStringLiteral("gen/out.c"), numbered(9));
-    repository.write(QStringLiteral("Cargo.lock"), numbered(8));
-    repository.write(QStringLiteral("run"), "#!/bin/sh\n:\n");
-    repository.commit(QStringLiteral("more kinds"));
-    repository.remove(QStringLiteral("c.c"));
-    repository.commit(QStringLiteral("drop c.c"));
-    RepositoryIndex &index = fixture.synchronized();
-
-    const RepositoryAnalyticsInsights recorded = insights(index);
-    EXPECT_EQ(recorded, insights(index, InsightOptions::asRecorded()));
-    EXPECT_EQ(recorded, index.read([](SQLiteDatabase &database) {
-        return reference::referenceInsights(database);
-    }));
-    EXPECT_NE(recorded.hotspots, insights(index, InsightOptions()).hotspots);
+    EXPECT_EQ(churnOf(recordedInsights(fixture.synchronized()), "Other"), 2 + 3 + 8 + 1);
 }
 
 // The path rules that need no repository: each row a path among the paths of one history.
@@ -239,52 +217,19 @@ TEST(FileClassifier, ExcludesLockVendoredMinifiedAndBuiltFiles)
     const FileClassifier classifier({"configure.ac", "configure", "sub/configure", "man/tool.md",
                                      "man/tool.1", "man/tool.html", "man/other.1", "Makefile.am",
                                      "Makefile.in", "lib/Makefile.in"});
-    const struct
-    {
-        const char *path;
-        bool excluded;
-    } cases[] = {
-        {"package-lock.json", true},
-        {"web/yarn.lock", true},
-        {"pnpm-lock.yaml", true},
-        {"Cargo.lock", true},
-        {"go.sum", true},
-        {"poetry.lock", true},
-        {"Gemfile.lock", true},
-        {"composer.lock", true},
-        {"Pipfile.lock", true},
-        {"ios/Podfile.lock", true},
-        {"mix.lock", true},
-        {"pubspec.lock", true},
-        {"flake.lock", true},
-        {"npm-shrinkwrap.json", true},
-        {"Package.resolved", true},
-        {"vendor/github.com/x/y.go", true},
-        {"src/third_party/zlib/inflate.c", true},
-        {"web/node_modules/left-pad/index.js", true},
-        {"autom4te.cache/output.0", true},
-        {"static/app.min.js", true},
-        {"static/site.min.css", true},
-        {"docs/jquery-3.1.js", true},
-        {"configure", true}, // beside configure.ac
-        {"Makefile.in", true}, // beside Makefile.am
-        {"man/tool.1", true}, // rendered from man/tool.md
-        {"man/tool.html", true},
-        {"config.guess", true},
-        {"package.json", false},
-        {"Cargo.toml", false},
-        {"sub/configure", false}, // no configure.ac beside it
-        {"lib/Makefile.in", false},
-        {"man/other.1", false}, // no source beside it
-        {"src/vendored.c", false},
-        {"po/de.po", false},
-        {"src/main.c", false},
-    };
-    for (const auto &row : cases) {
-        EXPECT_EQ(classifier.isExcluded(QString::fromLatin1(row.path), 0), row.excluded)
-            << row.path;
-    }
-    EXPECT_TRUE(classifier.isExcluded(QStringLiteral("src/main.c"), 1));
+    // One of each rule: a whole name in any case and folder, a folder anywhere in the path, a
+    // suffix, a copied library, a file built from a source beside it.
+    const QString excluded = "package-lock.json ios/Podfile.lock Cargo.lock "
+                             "src/third_party/zlib/inflate.c web/node_modules/left-pad/index.js "
+                             "static/app.min.js docs/jquery-3.1.js configure Makefile.in "
+                             "man/tool.1 man/tool.html";
+    const QString kept = "package.json Cargo.toml src/vendored.c po/de.po src/main.c "
+                         "sub/configure lib/Makefile.in man/other.1";
+    for (const QString &path : excluded.split(' '))
+        EXPECT_TRUE(classifier.isExcluded(path, 0)) << path.toStdString();
+    for (const QString &path : kept.split(' '))
+        EXPECT_FALSE(classifier.isExcluded(path, 0)) << path.toStdString();
+    EXPECT_TRUE(classifier.isExcluded("src/main.c", 1));
 }
 
 TEST(FileClassifier, NamesLanguagesByNameExtensionAndInterpreter)

@@ -35,7 +35,6 @@ UiTestCase {
             { tag: "author", filter: "author:author3", count: 4, mistake: false },
             { tag: "words and author", filter: "change 1 author:author3", count: 2, mistake: false },
             { tag: "unknown key", filter: "change colour:red", count: 0, mistake: true },
-            { tag: "bad date", filter: "after:2020-02-31", count: 0, mistake: true },
         ]
     }
 
