@@ -6,11 +6,14 @@
 
 #include "TestRepository.h"
 #include "git/GitProcess.h"
+#include "index/IndexedGraph.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 
 #include <random>
 
@@ -61,6 +64,43 @@ inline void writeHistory(const TestRepository &repository, const QList<ScriptCom
         qFatal("fast-import failed: %s", result.standardError.constData());
     repository.git({"checkout", "-q", "-f", "main"});
 }
+
+/// @brief Commits written as "name branch day parent..." (days from a fixed date, fractions
+/// allowed), each by one of five authors chosen by the length of its name.
+inline QList<ScriptCommit> scripted(std::initializer_list<const char *> lines)
+{
+    const char *authors[] = {"Ada", "bob", "Bob", "Zed", "\xc3\x89mile"};
+    QList<ScriptCommit> commits;
+    for (const char *line : lines) {
+        const QStringList words = QString::fromLatin1(line).split(QLatin1Char(' '));
+        const qsizetype length = words[0].size();
+        commits << ScriptCommit {words[0],
+                                 words[1],
+                                 1690000000 + qint64(words[2].toDouble() * 86400),
+                                 words.mid(3),
+                                 QString::fromUtf8(authors[length % 5]),
+                                 QStringLiteral("p%1@example.com").arg(length % 3)};
+    }
+    return commits;
+}
+
+/// @brief A repository and an index file beside it, which synchronize() brings up to date.
+struct IndexedRepository
+{
+    TestRepository repository;
+    QTemporaryDir folder;
+    const QString database = folder.filePath(QStringLiteral("index.sqlite"));
+
+    void synchronize() const
+    {
+        strataloom::RepositoryIndex index(database);
+        strataloom::RepositoryIndexer(index).synchronize(repository.path());
+    }
+    std::optional<strataloom::IndexedGraph> graph() const
+    {
+        return strataloom::IndexedGraph::loadIfCurrent(database, repository.path());
+    }
+};
 
 /**
  * @brief A tangled history of @p count commits from a fixed seed: up to a dozen branches at

@@ -14,8 +14,8 @@ using strataloom::runProcess;
 QString runGitIn(const QString &directory, const QStringList &arguments, const QString &date,
                  int *status, QString *errorOutput)
 {
-    const auto result = runProcess(QStringLiteral("/usr/bin/git"),
-                                   testGitArguments(directory, arguments), testGitEnvironment(date));
+    const auto result = runProcess("/usr/bin/git", testGitArguments(directory, arguments),
+                                   testGitEnvironment(date));
     if (status)
         *status = result.exitStatus;
     if (errorOutput)
@@ -31,10 +31,7 @@ TestRepository::TestRepository(bool bare)
     : m_dir(QDir::tempPath() + QStringLiteral("/strataloom-repo-XXXXXX"))
     , m_path(QFileInfo(m_dir.path()).canonicalFilePath())
 {
-    QStringList init {QStringLiteral("init"), QStringLiteral("-q")};
-    if (bare)
-        init << QStringLiteral("--bare");
-    git(init);
+    git(bare ? QStringList {"init", "-q", "--bare"} : QStringList {"init", "-q"});
 }
 
 QString TestRepository::filePath(const QString &relative) const
@@ -75,9 +72,7 @@ QString TestRepository::hashObject(const QByteArray &object, const QString &type
     options.environment = testGitEnvironment(m_date);
     options.input = object;
     const auto result = runProcess(
-        QStringLiteral("/usr/bin/git"),
-        testGitArguments(path(), {QStringLiteral("hash-object"), QStringLiteral("-t"), type,
-                                  QStringLiteral("--stdin"), QStringLiteral("-w")}),
+        "/usr/bin/git", testGitArguments(path(), {"hash-object", "-t", type, "--stdin", "-w"}),
         options);
     if (result.exitStatus != 0)
         failureHandler(QString::fromUtf8(result.standardError));
@@ -88,17 +83,16 @@ QString TestRepository::commit(const QString &message, const QString &author, co
                                const QString &date)
 {
     const QString at = date.isEmpty() ? m_date : date;
-    runGitIn(path(), {QStringLiteral("add"), QStringLiteral("-A")}, at);
+    runGitIn(path(), {"add", "-A"}, at);
     runGitIn(path(),
-             {QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"),
-              QStringLiteral("--no-verify"), QStringLiteral("-m"), message,
+             {"commit", "-q", "--allow-empty", "--no-verify", "-m", message,
               QStringLiteral("--author=%1 <%2>").arg(author, email)},
              at);
     if (m_step != 0) {
         QDateTime next = QDateTime::fromString(m_date, Qt::ISODate).addSecs(m_step);
         m_date = next.toUTC().toString(Qt::ISODate);
     }
-    return git({QStringLiteral("rev-parse"), QStringLiteral("HEAD")}).trimmed();
+    return git({"rev-parse", "HEAD"}).trimmed();
 }
 
 void TestRepository::importHistory(int count)
@@ -119,14 +113,11 @@ void TestRepository::importHistory(int count)
     }
     strataloom::ProcessOptions options;
     options.input = stream;
-    const auto result = runProcess(QStringLiteral("/usr/bin/git"),
-                                   {QStringLiteral("-C"), path(), QStringLiteral("fast-import"),
-                                    QStringLiteral("--quiet")},
-                                   options);
+    const auto result
+        = runProcess("/usr/bin/git", {"-C", path(), "fast-import", "--quiet"}, options);
     if (result.exitStatus != 0)
         failureHandler(QString::fromUtf8(result.standardError));
-    git({QStringLiteral("reset"), QStringLiteral("-q"), QStringLiteral("--hard"),
-         QStringLiteral("main")});
+    git({"reset", "-q", "--hard", "main"});
 }
 
 QString gitErrorOf(const std::function<void()> &call)
