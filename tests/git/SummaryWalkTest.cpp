@@ -77,45 +77,17 @@ RepositorySummary separateCommands(const QString &repository)
 
 void mergesTiesAndMailmap(TestRepository &repository)
 {
-    // Equal counts sort by name bytewise ("Bob" before "alice" before "bob"); one person with
-    // two addresses is two identities but one name; the mailmap joins two names.
-    const struct
-    {
-        const char *date, *name, *email;
-    } commits[] = {
-        {"2023-01-01T00:00:00Z", "alice", "a@example.com"},
-        {"2023-01-02T00:00:00Z", "bob", "b@example.com"},
-        {"2023-01-03T00:00:00Z", "Bob", "b@example.com"},
-        {"2023-02-01T00:00:00Z", "Zed", "z@example.com"},
-        {"2023-02-02T00:00:00Z", "Zed", "zed@work.example"},
-        {"2023-02-03T00:00:00Z", "Robert", "rob@example.com"},
-        {"2023-03-01T00:00:00Z", "\xc3\x89mile", "e@example.com"},
-    };
-    int n = 0;
-    for (const auto &commit : commits) {
-        repository.setDate(commit.date);
-        repository.write("f.txt", QByteArray::number(++n));
-        repository.commit("c", commit.name, commit.email);
-    }
-    repository.git({"checkout", "-q", "-b", "topic", "HEAD~3"});
-    repository.setDate("2023-02-10T00:00:00Z");
-    repository.write("t.txt", "t");
-    repository.commit("topic", "alice", "a@example.com");
-    repository.git({"checkout", "-q", "main"});
-    repository.setDate("2023-05-01T00:00:00Z");
-    repository.git({"merge", "-q", "--no-ff", "-m", "merge", "topic"});
-    repository.write(".mailmap", "Bob <rob@example.com>\n");
-    repository.commit("mailmap", "Bob", "b@example.com");
+    // Equal counts sort by name bytewise ("Bob" before "bob"); one person with two addresses is
+    // two identities but one name; the mailmap joins two names. Merges of merges on main.
+    writeHistory(repository, mergesOfMerges());
+    repository.write(".mailmap", "Bob <p0@example.com>\n");
+    repository.commit("mailmap", "Bob", "b@example.com", "2023-11-01T00:00:00Z");
 }
 
 void detachedBehindTheBranch(TestRepository &repository)
 {
-    repository.setDateStep(86400 * 3);
-    repository.setDate("2023-01-01T00:00:00Z");
-    for (int i = 0; i < 5; ++i) {
-        repository.write("f.txt", QByteArray::number(i));
-        repository.commit("c");
-    }
+    writeHistory(repository,
+                 scripted({"c1 main 0", "c2 main 3 c1", "c3 main 6 c2", "c4 main 9 c3"}));
     repository.git({"checkout", "-q", "--detach", "HEAD~2"});
 }
 

@@ -25,13 +25,9 @@ void PrintTo(const SummaryCase &summaryCase, std::ostream *out)
     *out << summaryCase.name;
 }
 
-const QList<ScriptCommit> mergedBranches
-    = scripted({"m1 main 0", "a1 a 1 m1", "bb2 b 2 a1", "a3 a 40 a1", "aaa4 a 41 a3 bb2",
-                "m5 main 42 m1", "mmmmm6 main 43.5 m5 aaa4", "c7 c 44 m5", "m8 main 90 mmmmm6 c7"});
-
 void writeMergedBranches(TestRepository &repository)
 {
-    writeHistory(repository, mergedBranches);
+    writeHistory(repository, mergesOfMerges());
 }
 
 const SummaryCase summaryCases[] = {
