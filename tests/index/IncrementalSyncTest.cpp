@@ -1,9 +1,10 @@
 // A synchronisation that reads only what changed must leave the index exactly as one that walks
 // the whole history: these tests run both side by side on changing repositories.
 
-#include "index/RepositoryIndexer.h"
 #include "IndexTestSupport.h"
 #include "TestRepository.h"
+#include "git/GitService.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QDir>
 #include <QFile>
@@ -111,11 +112,6 @@ void commitFiles(TestRepository &repository, std::mt19937 &random, int count)
     }
 }
 
-QStringList linesOf(const QString &text)
-{
-    return text.split(u'\n', Qt::SkipEmptyParts);
-}
-
 void baseHistory(TestRepository &repository)
 {
     std::mt19937 random(7);
@@ -138,12 +134,12 @@ TEST(IncrementalSync, MatchesTheWholeWalkAfterRandomChanges)
         QStringList deletedBranches;
         for (int round = 0; round < 6; ++round) {
             SCOPED_TRACE(round);
-            const QStringList commits = linesOf(repository.git({"rev-list", "--all"}));
+            const QStringList commits = nonEmptyLines(repository.git({"rev-list", "--all"}));
             const QString anyCommit = commits[random() % commits.size()];
-            const QStringList branches = linesOf(
+            const QStringList branches = nonEmptyLines(
                 repository.git({"for-each-ref", "--format=%(refname:short)", "refs/heads"}));
             const QString branch = branches[random() % branches.size()];
-            const QStringList tags = linesOf(repository.git({"tag"}));
+            const QStringList tags = nonEmptyLines(repository.git({"tag"}));
             switch (random() % 6) {
             case 0: // new commits on main, sometimes merging another branch
                 commitFiles(repository, random, 1 + random() % 3);
