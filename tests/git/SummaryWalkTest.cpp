@@ -77,11 +77,12 @@ RepositorySummary separateCommands(const QString &repository)
 
 void mergesTiesAndMailmap(TestRepository &repository)
 {
-    // Equal counts sort by name bytewise ("Bob" before "bob"); one person with two addresses is
-    // two identities but one name; the mailmap joins two names. Merges of merges on main.
+    // Merges of merges on main. Equal counts sort by name bytewise ("Zed" before "bob" before
+    // "\u00c9mile"); the mailmap joins "Bob <p2@...>" to Ada Lovelace, one person with two
+    // addresses: two identities but one name.
     writeHistory(repository, mergesOfMerges());
-    repository.write(".mailmap", "Bob <p0@example.com>\n");
-    repository.commit("mailmap", "Bob", "b@example.com", "2023-11-01T00:00:00Z");
+    repository.write(".mailmap", "Ada Lovelace <p2@example.com> Bob <p2@example.com>\n");
+    repository.commit("mailmap", "Ada Lovelace", "ada@example.com", "2023-11-01T00:00:00Z");
 }
 
 void detachedBehindTheBranch(TestRepository &repository)
