@@ -26,13 +26,11 @@ using namespace strataloom;
 namespace {
 
 const QStringList hookNames
-    = QStringLiteral(
-          "applypatch-msg pre-applypatch post-applypatch pre-commit pre-merge-commit "
-          "prepare-commit-msg "
-          "commit-msg post-commit pre-rebase post-checkout post-merge pre-push pre-receive update "
-          "proc-receive post-receive post-update reference-transaction push-to-checkout "
-          "pre-auto-gc "
-          "post-rewrite sendemail-validate fsmonitor-watchman post-index-change")
+    = QString("applypatch-msg pre-applypatch post-applypatch pre-commit pre-merge-commit "
+              "prepare-commit-msg commit-msg post-commit pre-rebase post-checkout post-merge "
+              "pre-push pre-receive update proc-receive post-receive post-update "
+              "reference-transaction push-to-checkout pre-auto-gc post-rewrite sendemail-validate "
+              "fsmonitor-watchman post-index-change")
           .split(' ');
 
 // Programs that append their own name to one log whenever anything starts them, then pass

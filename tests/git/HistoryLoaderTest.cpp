@@ -20,19 +20,14 @@ QStringList graphSubjects(QList<GraphCommitRecord> graph)
     return column(graph, &GraphCommitRecord::subject);
 }
 
-template<typename Record> Record withSubject(const QList<Record> &records, const QString &subject)
+// The first record whose @p field equals @p value (fails the test when there is none).
+template<typename Record, typename Field, typename Value>
+Record find(const QList<Record> &records, Field Record::*field, const Value &value)
 {
     const auto found = std::find_if(records.begin(), records.end(),
-                                    [&](const Record &r) { return r.subject == subject; });
-    EXPECT_NE(found, records.end()) << subject.toStdString();
+                                    [&](const Record &r) { return r.*field == value; });
+    EXPECT_NE(found, records.end()) << Field(value).toStdString();
     return found == records.end() ? Record {} : *found;
-}
-
-std::optional<BranchRecord> findBranch(const QList<BranchRecord> &branches, const QString &name)
-{
-    const auto found = std::find_if(branches.begin(), branches.end(),
-                                    [&](const BranchRecord &b) { return b.name == name; });
-    return found == branches.end() ? std::nullopt : std::optional(*found);
 }
 
 } // namespace
@@ -45,14 +40,12 @@ TEST(HistoryLoader, EmptyRepositoryGivesEmptyListsAndAnUnbornBranchWithoutError)
     repository.git({"add", "staged.txt"});
     const QString path = repository.path();
     GitService git;
-    EXPECT_TRUE(git.loadCommits(path, 300).isEmpty());
-    EXPECT_TRUE(git.loadGraph(path, 500).isEmpty());
-    EXPECT_TRUE(git.searchCommits(path, "staged").isEmpty());
-    EXPECT_TRUE(git.loadBranches(path).isEmpty());
-    EXPECT_TRUE(git.loadTags(path).isEmpty());
-    EXPECT_TRUE(git.loadAuthorStats(path).isEmpty());
-    EXPECT_TRUE(git.loadActivity(path, 12).isEmpty());
-    EXPECT_EQ(git.loadAuthorDetails(path, "Ada").commits, 0);
+    EXPECT_EQ((QList<qsizetype> {
+                  git.loadCommits(path, 300).size(), git.loadGraph(path, 500).size(),
+                  git.searchCommits(path, "staged").size(), git.loadBranches(path).size(),
+                  git.loadTags(path).size(), git.loadAuthorStats(path).size(),
+                  git.loadActivity(path, 12).size(), git.loadAuthorDetails(path, "Ada").commits}),
+              QList<qsizetype>(8, 0));
     EXPECT_EQ(column(git.loadFiles(path), &FileRecord::path), QStringList {"staged.txt"});
     EXPECT_TRUE(gitErrorOf([&] { git.loadFileDetails(path, "staged.txt"); }).startsWith("fatal:"));
 
@@ -244,7 +237,10 @@ TEST_F(Loaders, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLimits
     EXPECT_EQ(graphSubjects(graph).size(), 8);
     EXPECT_EQ(connectorIds, QStringList({"connector-4-|\\  ", "connector-7-|/  "}));
 
-    const GraphCommitRecord merge = withSubject(graph, "Merge branch 'feature/x'");
+    const auto withSubject = [&graph](const char *subject) {
+        return find(graph, &GraphCommitRecord::subject, subject);
+    };
+    const GraphCommitRecord merge = withSubject("Merge branch 'feature/x'");
     EXPECT_EQ(std::make_tuple(merge.graph, merge.author), std::make_tuple("*   ", "Test"))
         << "merges take the configured identity";
     EXPECT_FALSE(graph.at(0).relativeDate.isEmpty());
@@ -255,8 +251,8 @@ TEST_F(Loaders, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLimits
            {"second root", " (other)"},
            {"Tidy up", ""}};
     for (const auto &[subject, decoration] : decorations)
-        EXPECT_EQ(withSubject(graph, subject).decorations, decoration) << subject;
-    EXPECT_EQ(withSubject(graph, "a fix on a side branch").graph, "| * ");
+        EXPECT_EQ(withSubject(subject).decorations, decoration) << subject;
+    EXPECT_EQ(withSubject("a fix on a side branch").graph, "| * ");
 
     // The limit counts commits, not lines: a merge at the end still draws its fork below itself.
     const QList<GraphCommitRecord> four = git.loadGraph(path, 4);
@@ -373,38 +369,35 @@ TEST(RefLoader, RemoteBranchesAreListedAsRemoteAndCheckedOutAsTrackingBranches)
     const auto current = [&] { return work.git({"branch", "--show-current"}).trimmed(); };
     GitService git;
     const QList<BranchRecord> branches = git.loadBranches(work.path());
-    EXPECT_EQ(branches.size(), 6); // main, topic and four remote refs
+    QMap<QString, BranchRecord> byName;
+    QStringList listed;
+    for (const BranchRecord &branch : branches) {
+        byName.insert(branch.name, branch);
+        // git 2.39 shortens refs/remotes/origin/HEAD to origin/HEAD, newer versions to origin.
+        listed << QStringLiteral("%1%2%3").arg(
+            branch.isRemote ? "remote " : "", branch.name == "origin" ? "origin/HEAD" : branch.name,
+            branch.isCurrent ? " *" : "");
+    }
+    listed.sort();
+    EXPECT_EQ(listed,
+              (QStringList {"main *", "remote origin/HEAD", "remote origin/feature",
+                            "remote origin/main", "remote origin/topic", "topic"}));
     // Tips by author date, newest first: feature's tip is the newest commit.
     EXPECT_EQ(branches.first().name, "origin/feature");
-    // git 2.39 shortens refs/remotes/origin/HEAD to origin/HEAD, newer versions to origin.
-    const auto remoteHead = findBranch(branches, "origin/HEAD")
-        ? findBranch(branches, "origin/HEAD")
-        : findBranch(branches, "origin");
-    ASSERT_TRUE(remoteHead.has_value());
-    EXPECT_EQ(remoteHead->lastCommitHash, findBranch(branches, "origin/main")->lastCommitHash);
-    const std::tuple<QString, bool, bool> expected[]
-        = {{"origin/main", true, false},    {"origin/topic", true, false},
-           {"origin/feature", true, false}, {remoteHead->name, true, false},
-           {"main", false, true},           {"topic", false, false}};
-    for (const auto &[name, isRemote, isCurrent] : expected) {
-        const auto branch = findBranch(branches, name);
-        ASSERT_TRUE(branch.has_value()) << name.toStdString();
-        EXPECT_EQ(std::make_pair(branch->isRemote, branch->isCurrent),
-                  std::make_pair(isRemote, isCurrent))
-            << name.toStdString();
-    }
+    EXPECT_EQ(byName.value(byName.contains("origin") ? "origin" : "origin/HEAD").lastCommitHash,
+              byName.value("origin/main").lastCommitHash);
 
-    git.checkout(*findBranch(branches, "topic"), work.path());
+    git.checkout(byName.value("topic"), work.path());
     EXPECT_EQ(current(), "topic");
-    EXPECT_TRUE(findBranch(git.loadBranches(work.path()), "topic")->isCurrent);
+    EXPECT_TRUE(find(git.loadBranches(work.path()), &BranchRecord::name, "topic").isCurrent);
 
     // A remote branch whose local name exists already is refused as git refuses it.
-    EXPECT_EQ(gitErrorOf([&] { git.checkout(*findBranch(branches, "origin/topic"), work.path()); }),
+    EXPECT_EQ(gitErrorOf([&] { git.checkout(byName.value("origin/topic"), work.path()); }),
               "fatal: a branch named 'topic' already exists");
     EXPECT_EQ(current(), "topic");
 
     // Otherwise git makes a local branch of the same short name that tracks it.
-    git.checkout(*findBranch(branches, "origin/feature"), work.path());
+    git.checkout(byName.value("origin/feature"), work.path());
     EXPECT_EQ(current(), "feature");
     EXPECT_EQ(work.git({"rev-parse", "--abbrev-ref", "feature@{upstream}"}).trimmed(),
               "origin/feature");

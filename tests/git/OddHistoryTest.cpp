@@ -80,8 +80,8 @@ TEST(OddHistory, OddDatesAreListedCountedAndDatedOnlyWhereKnown)
             ++days[QString::fromLatin1(rows[i].authorDay)];
     }
 
-    const FileDetails file = git.loadFileDetails(path, QStringLiteral("notes.txt"));
-    const AuthorDetails author = git.loadAuthorDetails(path, QStringLiteral("Odd"));
+    const FileDetails file = git.loadFileDetails(path, "notes.txt");
+    const AuthorDetails author = git.loadAuthorDetails(path, "Odd");
     const RepositorySummary summary = git.loadSummary(path);
     int counted = 0;
     for (const ActivityPoint &point : author.activity)
@@ -91,7 +91,7 @@ TEST(OddHistory, OddDatesAreListedCountedAndDatedOnlyWhereKnown)
     EXPECT_EQ(std::make_tuple(seconds(file.firstCommitDate), seconds(file.lastCommitDate),
                               seconds(summary.latestCommitDate)),
               std::make_tuple(first, last, rows[count - 1].seconds));
-    EXPECT_EQ(author.emails, QStringList {QStringLiteral("odd@example.com")});
+    EXPECT_EQ(author.emails, QStringList {"odd@example.com"});
 
     // Far enough back for every dated commit; the count of months alone must not empty the list.
     QMap<QString, int> activity;
@@ -103,39 +103,35 @@ TEST(OddHistory, OddDatesAreListedCountedAndDatedOnlyWhereKnown)
 TEST(OddHistory, PathsComeOutAsNamedInFilesChangesAndFile)
 {
     TestRepository repository;
-    const QStringList names {
-        QStringLiteral("new\nline.txt"),        QStringLiteral("tab\there.txt"),
-        QStringLiteral("q\"uote.txt"),          QStringLiteral("back\\slash.txt"),
-        QStringLiteral("caf\u00e9 \u2192.txt"), QStringLiteral("plain.txt")};
+    const QStringList names {"new\nline.txt",   "tab\there.txt",        "q\"uote.txt",
+                             "back\\slash.txt", "caf\u00e9 \u2192.txt", "plain.txt"};
     for (qsizetype i = 0; i < names.size(); ++i)
         repository.write(names[i], QByteArray::number(i) + " some text that stays the same\n");
-    const QString addedCommit = repository.commit(QStringLiteral("add"));
-    repository.git({QStringLiteral("mv"), names[1], QStringLiteral("moved\ttab.txt")});
-    const QString moved = repository.commit(QStringLiteral("move"));
+    const QString addedCommit = repository.commit("add");
+    repository.git({"mv", names[1], "moved\ttab.txt"});
+    const QString moved = repository.commit("move");
     GitService git;
     const auto sorted = [](QStringList list) {
         list.sort();
         return list;
     };
     QStringList expectedNow = names;
-    expectedNow.replace(1, QStringLiteral("moved\ttab.txt"));
+    expectedNow.replace(1, "moved\ttab.txt");
     EXPECT_EQ(sorted(column(git.loadFiles(repository.path()), &FileRecord::path)),
               sorted(expectedNow));
     const QList<CommitFileChange> added = git.loadCommitChanges(repository.path(), addedCommit);
     EXPECT_EQ(sorted(column(added, &CommitFileChange::path)), sorted(names));
     EXPECT_EQ(column(added, &CommitFileChange::status), QStringList(names.size(), "A"));
-
     const QList<CommitFileChange> renamed = git.loadCommitChanges(repository.path(), moved);
     ASSERT_EQ(renamed.size(), 1);
-    EXPECT_TRUE(renamed[0].status.startsWith(QLatin1Char('R')));
-    EXPECT_EQ(renamed[0].path, names[1] + QStringLiteral(" \u2192 moved\ttab.txt"));
+    EXPECT_TRUE(renamed[0].status.startsWith('R'));
+    EXPECT_EQ(renamed[0].path, names[1] + " \u2192 moved\ttab.txt");
 
     // The moved file's history follows it back through the rename.
-    for (const QString &name : expectedNow) {
-        const int commits = name == QStringLiteral("moved\ttab.txt") ? 2 : 1;
-        EXPECT_EQ(git.loadFileDetails(repository.path(), name).commitCount, commits)
+    for (const QString &name : expectedNow)
+        EXPECT_EQ(git.loadFileDetails(repository.path(), name).commitCount,
+                  name == "moved\ttab.txt" ? 2 : 1)
             << name.toStdString();
-    }
 }
 
 // Author names and file paths that look like patterns, pathspecs or options are matched as
@@ -148,58 +144,47 @@ TEST(OddHistory, NamesAndPathsAreMatchedLiterally)
         bool isAuthor;
         QString name;
         int commits;
-    } cases[] = {{true, QStringLiteral("dependabot[bot]"), 2},
-                 {true, QStringLiteral("dependabotb"), 1},
-                 {true, QStringLiteral("a.b+c*"), 1},
-                 {true, QStringLiteral("axxbbbc"), 3},
-                 {true, QStringLiteral("-n"), 1},
-                 {false, QStringLiteral("[ab].txt"), 1},
-                 {false, QStringLiteral("a.txt"), 2},
-                 {false, QStringLiteral(":x"), 1},
-                 {false, QStringLiteral(":(glob)**/*.c"), 1},
-                 {false, QStringLiteral("lib/deep.c"), 1},
-                 {false, QStringLiteral("--output=o"), 1},
-                 {false, QStringLiteral("*.c"), 1}};
+    } cases[]
+        = {{true, "dependabot[bot]", 2}, {true, "dependabotb", 1}, {true, "a.b+c*", 1},
+           {true, "axxbbbc", 3},         {true, "-n", 1},          {false, "[ab].txt", 1},
+           {false, "a.txt", 2},          {false, ":x", 1},         {false, ":(glob)**/*.c", 1},
+           {false, "lib/deep.c", 1},     {false, "--output=o", 1}, {false, "*.c", 1}};
     int serial = 0;
     for (const auto &row : cases) {
         for (int i = 0; i < row.commits; ++i) {
             // "./": Qt reads a name that begins with ":" as one of its resources.
-            repository.write(row.isAuthor ? QStringLiteral("f.txt")
-                                          : QStringLiteral("./") + row.name,
+            repository.write(row.isAuthor ? "f.txt" : "./" + row.name,
                              QByteArray::number(++serial));
             repository.commit(QStringLiteral("c%1").arg(serial),
-                              row.isAuthor ? row.name : QStringLiteral("Ada Lovelace"),
+                              row.isAuthor ? row.name : "Ada Lovelace",
                               QStringLiteral("bot%1@example.com").arg(serial));
         }
     }
     GitService git;
-    for (const auto &row : cases) {
+    for (const auto &row : cases)
         EXPECT_EQ(row.isAuthor ? git.loadAuthorDetails(repository.path(), row.name).commits
                                : git.loadFileDetails(repository.path(), row.name).commitCount,
                   row.commits)
             << row.name.toStdString();
-    }
 }
 
 TEST(OddHistory, RefsWithRefusedNamesAreSkippedEverywhere)
 {
-    for (const QString &refused : refusedRefNames()) {
-        SCOPED_TRACE(refused.toStdString());
-        TestRepository repository;
-        repository.write(QStringLiteral("a.txt"), "a\n");
-        const QString commit = repository.commit(QStringLiteral("findable subject"));
-        repository.git({QStringLiteral("tag"), QStringLiteral("v1")});
+    TestRepository repository;
+    repository.write("a.txt", "a\n");
+    const QString commit = repository.commit("findable subject");
+    repository.git({"tag", "v1"});
+    for (const QString &refused : refusedRefNames())
         writeRefFile(repository, refused, commit);
-        GitService git;
+    GitService git;
 
-        const QList<GraphCommitRecord> graph = git.loadGraph(repository.path(), 500);
-        ASSERT_EQ(graph.size(), 1);
-        EXPECT_EQ(graph[0].shortHash, commit.left(graph[0].shortHash.size()));
-        EXPECT_TRUE(graph[0].decorations.contains(QStringLiteral("v1")));
-        EXPECT_EQ(git.searchCommits(repository.path(), QStringLiteral("findable")).size(), 1);
-        EXPECT_EQ(git.loadAuthorDetails(repository.path(), QStringLiteral("Ada")).commits, 1);
-        EXPECT_EQ(column(git.loadBranches(repository.path()), &BranchRecord::name),
-                  QStringList {"main"});
-        EXPECT_EQ(column(git.loadTags(repository.path()), &TagRecord::name), QStringList {"v1"});
-    }
+    const QList<GraphCommitRecord> graph = git.loadGraph(repository.path(), 500);
+    ASSERT_EQ(graph.size(), 1);
+    EXPECT_EQ(graph[0].shortHash, commit.left(graph[0].shortHash.size()));
+    EXPECT_TRUE(graph[0].decorations.contains("v1"));
+    EXPECT_EQ(git.searchCommits(repository.path(), "findable").size(), 1);
+    EXPECT_EQ(git.loadAuthorDetails(repository.path(), "Ada").commits, 1);
+    EXPECT_EQ(column(git.loadBranches(repository.path()), &BranchRecord::name),
+              QStringList {"main"});
+    EXPECT_EQ(column(git.loadTags(repository.path()), &TagRecord::name), QStringList {"v1"});
 }

@@ -1,66 +1,35 @@
 #pragma once
 
-// Histories written commit by commit with git fast-import: any parents, any dates, any branch
-// tips, in one git run. For tests that need exact shapes (octopus merges, several roots, clock
-// skew) and histories of hundreds of commits.
+// Scripted histories for index tests: an indexed repository, and tangled histories of hundreds
+// of commits.
 
 #include "TestRepository.h"
-#include "git/GitProcess.h"
+#include "index/IndexedGraph.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QHash>
 #include <QList>
-#include <QString>
-#include <QStringList>
+#include <QTemporaryDir>
 
 #include <random>
 
-struct ScriptCommit
+/// @brief A repository and an index file beside it, which synchronize() brings up to date.
+struct IndexedRepository
 {
-    QString name; ///< unique within the script; the file it writes and its subject
-    QString branch; ///< the branch it is written on; the branch's last commit is its tip
-    qint64 time = 0; ///< author and committer date, seconds since 1970
-    QStringList parents; ///< names of earlier commits; none for a root
-    QString author = QStringLiteral("Ada");
-    QString email = QStringLiteral("ada@example.com");
-};
+    TestRepository repository;
+    QTemporaryDir folder;
+    const QString database = folder.filePath(QStringLiteral("index.sqlite"));
 
-/// @brief Writes @p commits into @p repository in order and checks out main.
-inline void writeHistory(const TestRepository &repository, const QList<ScriptCommit> &commits)
-{
-    QByteArray script;
-    QHash<QString, int> marks;
-    for (const ScriptCommit &commit : commits) {
-        const int mark = int(marks.size()) + 1;
-        marks.insert(commit.name, mark);
-        // A branch is set to the commit's first parent (or emptied, for a root) before it.
-        script += "reset refs/heads/" + commit.branch.toUtf8() + '\n';
-        if (!commit.parents.isEmpty())
-            script += "from :" + QByteArray::number(marks.value(commit.parents.first())) + '\n';
-        script += '\n';
-        const QByteArray when = QByteArray::number(commit.time) + " +0000";
-        const QByteArray subject = commit.name.toUtf8();
-        script += "commit refs/heads/" + commit.branch.toUtf8()
-            + "\nmark :" + QByteArray::number(mark) + "\nauthor " + commit.author.toUtf8() + " <"
-            + commit.email.toUtf8() + "> " + when + "\ncommitter C <c@example.com> " + when
-            + "\ndata " + QByteArray::number(subject.size()) + '\n' + subject + '\n';
-        if (!commit.parents.isEmpty())
-            script += "from :" + QByteArray::number(marks.value(commit.parents.first())) + '\n';
-        for (qsizetype p = 1; p < commit.parents.size(); ++p)
-            script += "merge :" + QByteArray::number(marks.value(commit.parents[p])) + '\n';
-        script += "M 644 inline " + subject + ".txt\ndata " + QByteArray::number(subject.size())
-            + '\n' + subject + "\n\n";
+    void synchronize() const
+    {
+        strataloom::RepositoryIndex index(database);
+        strataloom::RepositoryIndexer(index).synchronize(repository.path());
     }
-    strataloom::ProcessOptions options;
-    options.input = script;
-    const strataloom::ProcessResult result
-        = strataloom::runProcess(QStringLiteral("/usr/bin/git"),
-                                 {QStringLiteral("-C"), repository.path(),
-                                  QStringLiteral("fast-import"), QStringLiteral("--quiet")},
-                                 options);
-    if (result.exitStatus != 0)
-        qFatal("fast-import failed: %s", result.standardError.constData());
-    repository.git({"checkout", "-q", "-f", "main"});
-}
+    std::optional<strataloom::IndexedGraph> graph() const
+    {
+        return strataloom::IndexedGraph::loadIfCurrent(database, repository.path());
+    }
+};
 
 /**
  * @brief A tangled history of @p count commits from a fixed seed: up to a dozen branches at

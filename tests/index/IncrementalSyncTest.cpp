@@ -1,9 +1,10 @@
 // A synchronisation that reads only what changed must leave the index exactly as one that walks
 // the whole history: these tests run both side by side on changing repositories.
 
-#include "index/RepositoryIndexer.h"
 #include "IndexTestSupport.h"
 #include "TestRepository.h"
+#include "git/GitService.h"
+#include "index/RepositoryIndexer.h"
 
 #include <QDir>
 #include <QFile>
@@ -41,35 +42,21 @@ QStringList contentOf(RepositoryIndex &index)
     return content;
 }
 
-/// The rev-list runs one synchronisation of @p index asks git for, by GIT_TRACE.
+// How a synchronisation walked the history, by the rev-list runs GIT_TRACE shows.
+enum Walk { None, Incremental, Backwards, Whole };
+
 struct TracedRun
 {
     RepositorySynchronization result;
     QStringList revLists;
-
-    bool walkedWholeHistory() const
+    bool whole = false; ///< a walk of the whole history: neither --stdin nor --not
+    bool back = false; ///< a walk back from the old tips: --not
+    bool walked(Walk walk) const
     {
-        return std::any_of(revLists.cbegin(), revLists.cend(), [](const QString &line) {
-            return !line.contains(QLatin1String("--stdin")) && !line.contains(QLatin1String("--not"));
-        });
+        return std::make_tuple(revLists.isEmpty(), whole, back)
+            == std::make_tuple(walk == None, walk == Whole, walk == Backwards);
     }
 };
-
-TracedRun tracedSync(RepositoryIndex &index, const QString &repository)
-{
-    QTemporaryDir folder;
-    const QString trace = folder.filePath("trace");
-    qputenv("GIT_TRACE", trace.toUtf8());
-    TracedRun run {RepositoryIndexer(index).synchronize(repository), {}};
-    qunsetenv("GIT_TRACE");
-    QFile file(trace);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-    for (const QString &line : QString::fromUtf8(file.readAll()).split(u'\n')) {
-        if (line.contains(QLatin1String("built-in: git rev-list")))
-            run.revLists << line;
-    }
-    return run;
-}
 
 /// One index synchronised as a user's would be, one forced to walk the whole history each time.
 struct IndexPair
@@ -80,16 +67,28 @@ struct IndexPair
 
     TracedRun sync(const QString &repository)
     {
-        full.setMetadata(QString(), QStringLiteral("reachability_state"));
-        full.setMetadata(QString(), QStringLiteral("covered_tips"));
+        full.setMetadata(QString(), "reachability_state");
+        full.setMetadata(QString(), "covered_tips");
         const RepositorySynchronization whole = RepositoryIndexer(full).synchronize(repository);
-        TracedRun run = tracedSync(incremental, repository);
-        EXPECT_EQ(run.result.importedCommits, whole.importedCommits);
-        EXPECT_EQ(run.result.snapshot.commits, whole.snapshot.commits);
-        EXPECT_EQ(run.result.wasUpToDate, whole.wasUpToDate);
-        const QStringList expected = contentOf(full);
-        const QStringList actual = contentOf(incremental);
-        EXPECT_EQ(actual, expected);
+        const QString trace = folder.filePath("trace");
+        QFile::remove(trace);
+        qputenv("GIT_TRACE", trace.toUtf8());
+        TracedRun run {RepositoryIndexer(incremental).synchronize(repository), {}};
+        qunsetenv("GIT_TRACE");
+        QFile file(trace);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        for (const QString &line : QString::fromUtf8(file.readAll()).split(u'\n')) {
+            if (!line.contains("built-in: git rev-list"))
+                continue;
+            run.revLists << line;
+            run.whole |= !line.contains("--stdin") && !line.contains("--not");
+            run.back |= line.contains("--not");
+        }
+        EXPECT_EQ(
+            std::make_tuple(run.result.importedCommits, run.result.snapshot.commits,
+                            run.result.wasUpToDate),
+            std::make_tuple(whole.importedCommits, whole.snapshot.commits, whole.wasUpToDate));
+        EXPECT_EQ(contentOf(incremental), contentOf(full));
         return run;
     }
 };
@@ -111,11 +110,6 @@ void commitFiles(TestRepository &repository, std::mt19937 &random, int count)
         const auto &author = authors[random() % 3];
         repository.commit(QStringLiteral("change %1").arg(random()), author[0], author[1]);
     }
-}
-
-QStringList linesOf(const QString &text)
-{
-    return text.split(u'\n', Qt::SkipEmptyParts);
 }
 
 void baseHistory(TestRepository &repository)
@@ -140,12 +134,12 @@ TEST(IncrementalSync, MatchesTheWholeWalkAfterRandomChanges)
         QStringList deletedBranches;
         for (int round = 0; round < 6; ++round) {
             SCOPED_TRACE(round);
-            const QStringList commits = linesOf(repository.git({"rev-list", "--all"}));
+            const QStringList commits = nonEmptyLines(repository.git({"rev-list", "--all"}));
             const QString anyCommit = commits[random() % commits.size()];
-            const QStringList branches = linesOf(
+            const QStringList branches = nonEmptyLines(
                 repository.git({"for-each-ref", "--format=%(refname:short)", "refs/heads"}));
             const QString branch = branches[random() % branches.size()];
-            const QStringList tags = linesOf(repository.git({"tag"}));
+            const QStringList tags = nonEmptyLines(repository.git({"tag"}));
             switch (random() % 6) {
             case 0: // new commits on main, sometimes merging another branch
                 commitFiles(repository, random, 1 + random() % 3);
@@ -184,14 +178,13 @@ TEST(IncrementalSync, MatchesTheWholeWalkAfterRandomChanges)
                                     deletedBranches.takeLast()});
                 break;
             }
-            EXPECT_FALSE(pair.sync(repository.path()).walkedWholeHistory());
+            EXPECT_FALSE(pair.sync(repository.path()).whole);
         }
     }
 }
 
 TEST(IncrementalSync, ReadsOnlyWhatTheChangeNeeds)
 {
-    enum Walk { None, Incremental, Backwards, Whole };
     const struct
     {
         const char *change;
@@ -236,10 +229,6 @@ TEST(IncrementalSync, ReadsOnlyWhatTheChangeNeeds)
         const TracedRun run = pair.sync(repository.path());
         EXPECT_EQ(run.result.importedCommits, row.imported);
         EXPECT_EQ(run.result.wasUpToDate, row.upToDate);
-        EXPECT_EQ(run.revLists.isEmpty(), row.walk == None) << run.revLists.join('\n').toStdString();
-        EXPECT_EQ(run.walkedWholeHistory(), row.walk == Whole);
-        const bool walkedBack = std::any_of(run.revLists.cbegin(), run.revLists.cend(),
-                                            [](const QString &line) { return line.contains("--not"); });
-        EXPECT_EQ(walkedBack, row.walk == Backwards);
+        EXPECT_TRUE(run.walked(row.walk)) << run.revLists.join('\n').toStdString();
     }
 }

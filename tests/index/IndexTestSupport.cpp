@@ -6,6 +6,7 @@
 
 #include <QDateTime>
 #include <QHash>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -19,17 +20,6 @@ QString git(const QString &repository, const QStringList &arguments)
     EXPECT_EQ(result.exitStatus, 0)
         << arguments.join(' ').toStdString() << ": " << result.standardError.toStdString();
     return QString::fromUtf8(result.standardOutput);
-}
-
-QString trimNewlines(QString text)
-{
-    const auto isNewline
-        = [](QChar c) { return QStringView(u"\n\r\v\f\u0085\u2028\u2029").contains(c); };
-    while (!text.isEmpty() && isNewline(text.front()))
-        text.remove(0, 1);
-    while (!text.isEmpty() && isNewline(text.back()))
-        text.chop(1);
-    return text;
 }
 
 // Each change of @p sha from name-status, with the line counts of numstat (two diff-tree runs,
@@ -124,7 +114,9 @@ void referenceSynchronize(RepositoryIndex &index, const QString &repository)
               {"log", "--all", "--reverse",
                "--format=\x1e%H\x1f%P\x1f%an\x1f%ae\x1f%cn\x1f%ce\x1f%at\x1f%ct\x1f%s\x1f%B"});
     for (const QString &piece : log.split(QChar(0x1e))) {
-        const QStringList fields = trimNewlines(piece).split(unit);
+        static const QRegularExpression newlines(
+            QStringLiteral("^[\n\r\v\f\u0085\u2028\u2029]+|[\n\r\v\f\u0085\u2028\u2029]+$"));
+        const QStringList fields = QString(piece).remove(newlines).split(unit);
         if (fields.size() < 10 || !missing.contains(fields[0]))
             continue;
         batch.commits.append({fields[0], fields[1].split(' ', Qt::SkipEmptyParts), fields[2],

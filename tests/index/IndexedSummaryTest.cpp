@@ -2,12 +2,7 @@
 // same values on every history, and git's walk whenever the index cannot answer exactly.
 
 #include "HistoryScript.h"
-#include "TestRepository.h"
 #include "git/GitService.h"
-#include "index/IndexedGraph.h"
-#include "index/RepositoryIndexer.h"
-
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -16,25 +11,6 @@
 using namespace strataloom;
 
 namespace {
-
-QList<ScriptCommit> commitsAt(std::initializer_list<const char *> lines)
-{
-    // "name branch day parent..." per commit, an author of five by the name's length.
-    QList<ScriptCommit> commits;
-    for (const char *line : lines) {
-        const QStringList words = QString::fromLatin1(line).split(QLatin1Char(' '));
-        ScriptCommit commit;
-        commit.name = words[0];
-        commit.branch = words[1];
-        commit.time = 1690000000 + qint64(words[2].toDouble() * 86400);
-        commit.parents = words.mid(3);
-        const char *authors[] = {"Ada", "bob", "Bob", "Zed", "\xc3\x89mile"};
-        commit.author = QString::fromUtf8(authors[commit.name.size() % 5]);
-        commit.email = QStringLiteral("p%1@example.com").arg(commit.name.size() % 3);
-        commits << commit;
-    }
-    return commits;
-}
 
 struct SummaryCase
 {
@@ -49,15 +25,16 @@ void PrintTo(const SummaryCase &summaryCase, std::ostream *out)
     *out << summaryCase.name;
 }
 
-const QList<ScriptCommit> mergedBranches = commitsAt(
-    {"m1 main 0", "a1 a 1 m1", "bb2 b 2 a1", "a3 a 40 a1", "aaa4 a 41 a3 bb2", "m5 main 42 m1",
-     "mmmmm6 main 43.5 m5 aaa4", "c7 c 44 m5", "m8 main 90 mmmmm6 c7"});
+void writeMergedBranches(TestRepository &repository)
+{
+    writeHistory(repository, mergesOfMerges());
+}
 
 const SummaryCase summaryCases[] = {
-    {"mergesOfMerges", [](TestRepository &r) { writeHistory(r, mergedBranches); }, {}, true},
+    {"mergesOfMerges", writeMergedBranches, {}, true},
     {"mailmapJoinsNamesAndAddresses",
      [](TestRepository &r) {
-         writeHistory(r, mergedBranches);
+         writeMergedBranches(r);
          r.write(".mailmap",
                  "Bob <p0@example.com>\nAda Lovelace <ada@example.com> <p1@example.com>\n");
      },
@@ -66,16 +43,16 @@ const SummaryCase summaryCases[] = {
     {"severalRoots",
      [](TestRepository &r) {
          writeHistory(r,
-                      commitsAt({"m1 main 5", "o1 o 1", "o2 o 2 o1", "m3 main 6 m1 o2", "p1 p 3",
-                                 "m5 main 9 m3 p1", "q1 lone 10"}));
+                      scripted({"m1 main 5", "o1 o 1", "o2 o 2 o1", "m3 main 6 m1 o2", "p1 p 3",
+                                "m5 main 9 m3 p1", "q1 lone 10"}));
      },
      {},
      true},
     {"clockSkewOrdersTheWalk",
      [](TestRepository &r) {
          writeHistory(r,
-                      commitsAt({"m1 main 10", "m2 main 1 m1", "f1 f 30 m1", "m3 main 31 m2 f1",
-                                 "g1 g 2 m2", "m4 main 32 m3 g1", "h1 h 20 m4", "m5 main 50 h1"}));
+                      scripted({"m1 main 10", "m2 main 1 m1", "f1 f 30 m1", "m3 main 31 m2 f1",
+                                "g1 g 2 m2", "m4 main 32 m3 g1", "h1 h 20 m4", "m5 main 50 h1"}));
      },
      {},
      true},
@@ -85,28 +62,23 @@ const SummaryCase summaryCases[] = {
      true},
     {"detachedHeadOnABranch",
      [](TestRepository &r) {
-         writeHistory(r, mergedBranches);
+         writeMergedBranches(r);
          r.git({"checkout", "-q", "--detach", "a^1"});
      },
      {},
      true},
     {"detachedHeadOffEveryBranch",
      [](TestRepository &r) {
-         writeHistory(r, mergedBranches);
+         writeMergedBranches(r);
          r.git({"checkout", "-q", "--detach", "c"});
-         r.write("detached.txt", "d");
          r.commit("on no branch", "Zed", "z@example.com");
      },
      {},
      true},
     {"emptyRepository", [](TestRepository &) {}, {}, false},
-    {"indexOneCommitBehind", [](TestRepository &r) { writeHistory(r, mergedBranches); },
-     [](TestRepository &r) {
-         r.write("later.txt", "l");
-         r.commit("later", "Zed", "z@example.com");
-     },
-     false},
-    {"headMovedWithinTheIndexedHistory", [](TestRepository &r) { writeHistory(r, mergedBranches); },
+    {"indexOneCommitBehind", writeMergedBranches,
+     [](TestRepository &r) { r.commit("later", "Zed", "z@example.com"); }, false},
+    {"headMovedWithinTheIndexedHistory", writeMergedBranches,
      [](TestRepository &r) {
          r.git({"checkout", "-q", "c"});
      },
@@ -119,21 +91,17 @@ class IndexedSummary : public testing::TestWithParam<SummaryCase>
 
 TEST_P(IndexedSummary, equalsTheSummaryOfGitsWalk)
 {
-    TestRepository repository;
+    IndexedRepository fixture;
+    TestRepository &repository = fixture.repository;
     GetParam().build(repository);
-    QTemporaryDir indexDirectory;
-    const QString database = indexDirectory.filePath(QStringLiteral("index.sqlite"));
-    {
-        RepositoryIndex index(database);
-        RepositoryIndexer(index).synchronize(repository.path());
-    }
+    fixture.synchronize();
     if (GetParam().after)
         GetParam().after(repository);
 
     bool answered = false;
     const HeadHistorySource fromIndex = [&](const QString &head) {
         std::optional<QList<HeadWalkCommit>> walk;
-        if (const auto history = IndexedGraph::loadIfCurrent(database, repository.path()))
+        if (const auto history = fixture.graph())
             walk = history->headWalk(head, repository.path());
         answered = walk.has_value();
         return walk;
@@ -145,26 +113,12 @@ TEST_P(IndexedSummary, equalsTheSummaryOfGitsWalk)
     EXPECT_EQ(answered, GetParam().indexAnswers);
     EXPECT_EQ(actual, expected);
     EXPECT_EQ(indexAuthors, gitAuthors);
-}
+    if (!answered)
+        return;
 
-class IndexedWalk : public testing::TestWithParam<SummaryCase>
-{
-};
-
-TEST_P(IndexedWalk, followsGitsOrderWithMailmappedNames)
-{
-    TestRepository repository;
-    GetParam().build(repository);
-    QTemporaryDir indexDirectory;
-    const QString database = indexDirectory.filePath(QStringLiteral("index.sqlite"));
-    {
-        RepositoryIndex index(database);
-        RepositoryIndexer(index).synchronize(repository.path());
-    }
-    const auto history = IndexedGraph::loadIfCurrent(database, repository.path());
-    ASSERT_TRUE(history);
-    const auto walk
-        = history->headWalk(repository.git({"rev-parse", "HEAD"}).trimmed(), repository.path());
+    // The walk itself follows git's order, with mailmapped names.
+    const auto walk = fixture.graph()->headWalk(repository.git({"rev-parse", "HEAD"}).trimmed(),
+                                                repository.path());
     ASSERT_TRUE(walk);
     QStringList ours;
     for (const HeadWalkCommit &commit : *walk)
@@ -185,19 +139,6 @@ TEST_P(IndexedWalk, followsGitsOrderWithMailmappedNames)
 }
 
 INSTANTIATE_TEST_SUITE_P(Histories, IndexedSummary, testing::ValuesIn(summaryCases),
-                         [](const auto &info) { return std::string(info.param.name); });
-
-std::vector<SummaryCase> answeredCases()
-{
-    std::vector<SummaryCase> answered;
-    for (const SummaryCase &summaryCase : summaryCases) {
-        if (summaryCase.indexAnswers)
-            answered.push_back(summaryCase);
-    }
-    return answered;
-}
-
-INSTANTIATE_TEST_SUITE_P(Histories, IndexedWalk, testing::ValuesIn(answeredCases()),
                          [](const auto &info) { return std::string(info.param.name); });
 
 } // namespace

@@ -16,15 +16,11 @@ namespace {
 constexpr qint64 day0 = 1700000000; // 2023-11-14T22:13:20Z
 constexpr qint64 oneDay = 86400;
 
-IndexedFileChange change(const QString &path, std::optional<qint64> additions,
-                         std::optional<qint64> deletions, const QString &status = "M")
+// Without line counts: a binary change.
+IndexedFileChange change(const QString &path, std::optional<qint64> additions = {},
+                         std::optional<qint64> deletions = {}, const QString &status = "M")
 {
     return {path, std::nullopt, status, additions, deletions, !additions};
-}
-
-IndexedFileChange binaryChange(const QString &path)
-{
-    return change(path, std::nullopt, std::nullopt);
 }
 
 IndexedCommit commit(const QString &sha, const QStringList &parents, qint64 authorTime,
@@ -36,12 +32,6 @@ IndexedCommit commit(const QString &sha, const QStringList &parents, qint64 auth
     return {sha, parents, author, email, "Committer " + author, "committer@example.com",
             authorTime, authorTime + 60, "Subject of " + sha, "Body of " + sha, changes};
     // clang-format on
-}
-
-IndexedRef ref(const QString &name, const QString &kind, const QString &target,
-               bool isRemote = false, std::optional<QString> objectSHA = std::nullopt)
-{
-    return {name, kind, target, isRemote, objectSHA};
 }
 
 RepositoryIndexBatch batch(const QList<IndexedCommit> &commits, const QStringList &reachable,
@@ -79,7 +69,7 @@ TEST_F(RepositoryIndexTest, SchemaAndMetadataSurviveReopening)
         RepositoryIndex index(databasePath());
         EXPECT_EQ(index.snapshot(), RepositoryIndexSnapshot {});
         written = index.apply(batch({commit("c1", {}, day0, {change("a.txt", 3, 0, "A")})}, {"c1"},
-                                    {ref("main", "branch", "c1")}, "fingerprint"));
+                                    {{"main", "branch", "c1"}}, "fingerprint"));
         EXPECT_EQ(index.metadata("custom"), std::nullopt);
         index.setMetadata("first", "custom");
         index.setMetadata("kept", "custom");
@@ -110,7 +100,7 @@ TEST_F(RepositoryIndexTest,
 
     RepositoryIndex index(databasePath());
     // A time that cannot be written is refused before anything is written.
-    index.apply(batch({}, {}, {ref("main", "branch", "c0")}, "old"));
+    index.apply(batch({}, {}, {{"main", "branch", "c0"}}, "old"));
     for (const double indexedAt : {std::nan(""), 1e30, -HUGE_VAL})
         EXPECT_THROW(index.apply(batch({commit("c1", {}, day0)}, {"c1"}, {}, "new", indexedAt)),
                      std::out_of_range);
@@ -139,7 +129,7 @@ TEST_F(RepositoryIndexTest, ApplyStoresACommitWithEveryRelatedRow)
 
     const RepositoryIndexSnapshot snapshot
         = index.apply(batch({first, commit("root", {}, day0)}, {"c1", "root"},
-                            {ref("main", "branch", "c1")}, "refs-1", double(day0) + 0.25));
+                            {{"main", "branch", "c1"}}, "refs-1", double(day0) + 0.25));
     EXPECT_EQ(snapshot, (RepositoryIndexSnapshot {2, 1, 2, 2, 1, at(double(day0) + 0.25)}));
     EXPECT_EQ(index.snapshot(), snapshot);
     EXPECT_EQ(rows(index,
@@ -186,7 +176,7 @@ TEST_F(RepositoryIndexTest, HistoryRewriteKeepsDroppedCommitsOutOfCountsAndAggre
                commit("c2", {"c1"}, day0 + oneDay, {change("a", 20, 3)}),
                commit("c3", {"c2"}, day0 + oneDay, {change("b", 300, 0, "A")}, "Grace Hopper",
                       "grace@example.com")},
-              {"c0", "c1", "c2", "c3"}, {ref("main", "branch", "c3")}, "before"));
+              {"c0", "c1", "c2", "c3"}, {{"main", "branch", "c3"}}, "before"));
     const QString days
         = "SELECT day, commits, additions, deletions FROM daily_activity ORDER BY day";
     EXPECT_EQ(rows(index, days),
@@ -195,7 +185,7 @@ TEST_F(RepositoryIndexTest, HistoryRewriteKeepsDroppedCommitsOutOfCountsAndAggre
     // c2 and c3 are rewritten into c4.
     const RepositoryIndexSnapshot snapshot
         = index.apply(batch({commit("c4", {"c1"}, day0 + 2 * oneDay, {change("a", 4000, 0)})},
-                            {"c0", "c1", "c4"}, {ref("main", "branch", "c4")}, "after"));
+                            {"c0", "c1", "c4"}, {{"main", "branch", "c4"}}, "after"));
     EXPECT_EQ(rows(index, "SELECT sha, is_reachable FROM commits ORDER BY sha"),
               QStringList({"c0|1", "c1|1", "c2|0", "c3|0", "c4|1"}));
     EXPECT_EQ(snapshot.commits, 3);
@@ -221,11 +211,11 @@ TEST_F(RepositoryIndexTest, OnceBinaryAlwaysBinary)
     // Within one batch: textual, then binary, then textual again; then in a later batch, where
     // nothing of the first is cached.
     index.apply(batch({commit("c1", {}, day0, {change("logo.svg", 4, 0, "A")}),
-                       commit("c2", {"c1"}, day0, {binaryChange("logo.svg")}),
+                       commit("c2", {"c1"}, day0, {change("logo.svg")}),
                        commit("c3", {"c2"}, day0, {change("logo.svg", 2, 1)})},
                       {"c1", "c2", "c3"}, {}, "f"));
     index.apply(batch({commit("c4", {"c3"}, day0, {change("logo.svg", 1, 1)}),
-                       commit("c5", {"c4"}, day0, {binaryChange("icon.png")})},
+                       commit("c5", {"c4"}, day0, {change("icon.png")})},
                       {"c1", "c2", "c3", "c4", "c5"}, {}, "f"));
     EXPECT_EQ(rows(index, "SELECT current_path, is_binary FROM files ORDER BY current_path"),
               QStringList({"icon.png|1", "logo.svg|1"}));
@@ -269,10 +259,12 @@ TEST_F(RepositoryIndexTest, RefsAndTagsAreReplacedWhole)
 {
     RepositoryIndex index(databasePath());
     index.apply(batch({}, {},
-                      {ref("main", "branch", "c1"), ref("origin/main", "branch", "c0", true),
-                       ref("v1.0", "branch", "c2"), ref("light", "tag", "c1"),
-                       ref("v1.0", "tag", "c3", false, "tagobject"),
-                       ref("v2.0", "tag", "c4", false, "tagobject2")},
+                      {{"main", "branch", "c1"},
+                       {"origin/main", "branch", "c0", true},
+                       {"v1.0", "branch", "c2"},
+                       {"light", "tag", "c1"},
+                       {"v1.0", "tag", "c3", false, "tagobject"},
+                       {"v2.0", "tag", "c4", false, "tagobject2"}},
                       "f", 1700000000.99));
     // The tag named like a branch comes later and takes the row.
     EXPECT_EQ(rows(index,
@@ -289,7 +281,7 @@ TEST_F(RepositoryIndexTest, RefsAndTagsAreReplacedWhole)
         QStringList({"light|c1|c1|NULL|", "v1.0|tagobject|c3|NULL|", "v2.0|tagobject2|c4|NULL|"}));
     EXPECT_EQ(index.snapshot().refs, 5);
 
-    index.apply(batch({}, {}, {ref("main", "branch", "c9")}, "g", -0.5));
+    index.apply(batch({}, {}, {{"main", "branch", "c9"}}, "g", -0.5));
     EXPECT_EQ(rows(index, "SELECT name, target_sha, updated_at FROM refs"),
               QStringList({"main|c9|0"}));
     EXPECT_EQ(index.count("tags"), 0);
@@ -323,7 +315,7 @@ TEST_F(RepositoryIndexTest, FailedWriteLeavesTheIndexAsItWas)
     };
     QList<IndexedCommit> commits {
         commit("c1", {"c0"}, day0, {change("new-file", 5, 0, "A")}, "Newcomer", "new@example.com"),
-        commit("c2", {"c1"}, day0, {binaryChange("a")}), commit("bad", {"c2"}, day0)};
+        commit("c2", {"c1"}, day0, {change("a")}), commit("bad", {"c2"}, day0)};
     for (int number = 3; number <= 500; ++number) {
         commits << commit(QStringLiteral("c%1").arg(number), {"c0"}, day0,
                           {change(QStringLiteral("file%1").arg(number), 1, 0)});
@@ -332,8 +324,8 @@ TEST_F(RepositoryIndexTest, FailedWriteLeavesTheIndexAsItWas)
     QStringList reachable {"c0"};
     for (const IndexedCommit &added : commits)
         reachable << added.sha;
-    const RepositoryIndexBatch failing = batch(
-        commits, reachable, {ref("main", "branch", "c3"), ref("v1", "tag", "c1")}, "new", 1.8e9);
+    const RepositoryIndexBatch failing
+        = batch(commits, reachable, {{"main", "branch", "c3"}, {"v1", "tag", "c1"}}, "new", 1.8e9);
 
     for (const auto &obstacle : obstacles) {
         SCOPED_TRACE(obstacle.error);
@@ -344,7 +336,7 @@ TEST_F(RepositoryIndexTest, FailedWriteLeavesTheIndexAsItWas)
         {
             RepositoryIndex index(path);
             before = index.apply(batch({commit("c0", {}, day0, {change("a", 1, 0)})}, {"c0"},
-                                       {ref("main", "branch", "c0")}, "old", 1.7e9));
+                                       {{"main", "branch", "c0"}}, "old", 1.7e9));
             stored = dumpIndex(index);
             obstacle.obstruct(index, path);
             try {
@@ -380,7 +372,7 @@ TEST_F(RepositoryIndexTest, CallsFromSeveralThreadsRunOneAtATime)
             reachable << sha;
             // Each writer keeps only its own commits reachable; the other's get flagged.
             EXPECT_NO_THROW(index.apply(batch({commit(sha, {}, day0 + round, {change(sha, 1, 0)})},
-                                              reachable, {ref(prefix, "branch", sha)}, prefix)));
+                                              reachable, {{prefix, "branch", sha}}, prefix)));
         }
     };
     std::thread first(writer, "a");

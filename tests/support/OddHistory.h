@@ -33,15 +33,14 @@ inline QStringList writeRawDateHistory(TestRepository &repository, const QString
     QStringList commits;
     QString parent;
     for (qsizetype i = 0; i < dates.size(); ++i) {
-        repository.write(QStringLiteral("notes.txt"), QByteArray::number(i) + '\n');
-        repository.git({QStringLiteral("add"), QStringLiteral("notes.txt")});
-        const QString tree = repository.git({QStringLiteral("write-tree")}).trimmed();
-        parent
-            = writeRawCommit(repository, tree, parent, dates[i], QStringLiteral("odd %1").arg(i));
+        repository.write("notes.txt", QByteArray::number(i) + '\n');
+        repository.git({"add", "notes.txt"});
+        parent = writeRawCommit(repository, repository.git({"write-tree"}).trimmed(), parent,
+                                dates[i], QStringLiteral("odd %1").arg(i));
         commits << parent;
-        repository.git({QStringLiteral("branch"), QStringLiteral("b%1").arg(i), parent});
+        repository.git({"branch", QStringLiteral("b%1").arg(i), parent});
     }
-    repository.git({QStringLiteral("update-ref"), QStringLiteral("refs/heads/main"), parent});
+    repository.git({"update-ref", "refs/heads/main", parent});
     return commits;
 }
 
@@ -50,7 +49,7 @@ inline QStringList writeRawDateHistory(TestRepository &repository, const QString
 inline void writeRefFile(const TestRepository &repository, const QString &ref,
                          const QString &commit)
 {
-    const QString file = repository.filePath(QStringLiteral(".git/") + ref);
+    const QString file = repository.filePath(".git/" + ref);
     QDir().mkpath(QFileInfo(file).absolutePath());
     QFile out(file);
     ASSERT_TRUE(out.open(QIODevice::WriteOnly)) << file.toStdString();
@@ -60,7 +59,6 @@ inline void writeRefFile(const TestRepository &repository, const QString &ref,
 /// @brief Ref names that git refuses: a space, a "~", "..", glob characters, outside heads/tags.
 inline QStringList refusedRefNames()
 {
-    return {QStringLiteral("refs/heads/bad name"), QStringLiteral("refs/heads/main~"),
-            QStringLiteral("refs/tags/x..y"), QStringLiteral("refs/heads/star*[x]"),
-            QStringLiteral("refs/notes/a b")};
+    return {"refs/heads/bad name", "refs/heads/main~", "refs/tags/x..y", "refs/heads/star*[x]",
+            "refs/notes/a b"};
 }

@@ -26,12 +26,10 @@ inline void writeScript(const QString &path, const QByteArray &body)
 /// a verifier would be started for it.
 inline void signTip(const TestRepository &repository)
 {
-    QByteArray commit
-        = repository.git({QStringLiteral("cat-file"), QStringLiteral("commit"), QStringLiteral("HEAD")})
-              .toUtf8();
+    QByteArray commit = repository.git({"cat-file", "commit", "HEAD"}).toUtf8();
     commit.insert(commit.indexOf("\n\n") + 1,
                   "gpgsig -----BEGIN PGP SIGNATURE-----\n \n iQEz\n -----END PGP SIGNATURE-----\n");
-    repository.git({QStringLiteral("update-ref"), QStringLiteral("HEAD"), repository.hashObject(commit)});
+    repository.git({"update-ref", "HEAD", repository.hashObject(commit)});
 }
 
 /// @brief The rows of read-only @p queries on the database at @p path, columns joined by "|"

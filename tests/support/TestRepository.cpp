@@ -8,14 +8,30 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 
 using strataloom::runProcess;
+
+namespace {
+
+// Writes the objects and refs of a git fast-import @p stream into @p repository.
+void fastImport(const QString &repository, const QByteArray &stream)
+{
+    strataloom::ProcessOptions options;
+    options.input = stream;
+    const auto result
+        = runProcess("/usr/bin/git", {"-C", repository, "fast-import", "--quiet"}, options);
+    if (result.exitStatus != 0)
+        TestRepository::failureHandler(QString::fromUtf8(result.standardError));
+}
+
+} // namespace
 
 QString runGitIn(const QString &directory, const QStringList &arguments, const QString &date,
                  int *status, QString *errorOutput)
 {
-    const auto result = runProcess(QStringLiteral("/usr/bin/git"),
-                                   testGitArguments(directory, arguments), testGitEnvironment(date));
+    const auto result = runProcess("/usr/bin/git", testGitArguments(directory, arguments),
+                                   testGitEnvironment(date));
     if (status)
         *status = result.exitStatus;
     if (errorOutput)
@@ -31,10 +47,7 @@ TestRepository::TestRepository(bool bare)
     : m_dir(QDir::tempPath() + QStringLiteral("/strataloom-repo-XXXXXX"))
     , m_path(QFileInfo(m_dir.path()).canonicalFilePath())
 {
-    QStringList init {QStringLiteral("init"), QStringLiteral("-q")};
-    if (bare)
-        init << QStringLiteral("--bare");
-    git(init);
+    git(bare ? QStringList {"init", "-q", "--bare"} : QStringList {"init", "-q"});
 }
 
 QString TestRepository::filePath(const QString &relative) const
@@ -75,9 +88,7 @@ QString TestRepository::hashObject(const QByteArray &object, const QString &type
     options.environment = testGitEnvironment(m_date);
     options.input = object;
     const auto result = runProcess(
-        QStringLiteral("/usr/bin/git"),
-        testGitArguments(path(), {QStringLiteral("hash-object"), QStringLiteral("-t"), type,
-                                  QStringLiteral("--stdin"), QStringLiteral("-w")}),
+        "/usr/bin/git", testGitArguments(path(), {"hash-object", "-t", type, "--stdin", "-w"}),
         options);
     if (result.exitStatus != 0)
         failureHandler(QString::fromUtf8(result.standardError));
@@ -88,17 +99,16 @@ QString TestRepository::commit(const QString &message, const QString &author, co
                                const QString &date)
 {
     const QString at = date.isEmpty() ? m_date : date;
-    runGitIn(path(), {QStringLiteral("add"), QStringLiteral("-A")}, at);
+    runGitIn(path(), {"add", "-A"}, at);
     runGitIn(path(),
-             {QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"),
-              QStringLiteral("--no-verify"), QStringLiteral("-m"), message,
+             {"commit", "-q", "--allow-empty", "--no-verify", "-m", message,
               QStringLiteral("--author=%1 <%2>").arg(author, email)},
              at);
     if (m_step != 0) {
         QDateTime next = QDateTime::fromString(m_date, Qt::ISODate).addSecs(m_step);
         m_date = next.toUTC().toString(Qt::ISODate);
     }
-    return git({QStringLiteral("rev-parse"), QStringLiteral("HEAD")}).trimmed();
+    return git({"rev-parse", "HEAD"}).trimmed();
 }
 
 void TestRepository::importHistory(int count)
@@ -117,16 +127,59 @@ void TestRepository::importHistory(int count)
         stream += "M 100644 inline src/file" + QByteArray::number(i % 40) + ".txt\n";
         stream += "data " + QByteArray::number(content.size()) + "\n" + content + "\n";
     }
-    strataloom::ProcessOptions options;
-    options.input = stream;
-    const auto result = runProcess(QStringLiteral("/usr/bin/git"),
-                                   {QStringLiteral("-C"), path(), QStringLiteral("fast-import"),
-                                    QStringLiteral("--quiet")},
-                                   options);
-    if (result.exitStatus != 0)
-        failureHandler(QString::fromUtf8(result.standardError));
-    git({QStringLiteral("reset"), QStringLiteral("-q"), QStringLiteral("--hard"),
-         QStringLiteral("main")});
+    fastImport(path(), stream);
+    git({"reset", "-q", "--hard", "main"});
+}
+
+void writeHistory(const TestRepository &repository, const QList<ScriptCommit> &commits)
+{
+    QByteArray script;
+    QHash<QString, int> marks;
+    for (const ScriptCommit &commit : commits) {
+        const int mark = int(marks.size()) + 1;
+        marks.insert(commit.name, mark);
+        const QByteArray from = commit.parents.isEmpty()
+            ? QByteArray()
+            : "from :" + QByteArray::number(marks.value(commit.parents.first())) + '\n';
+        // A branch is set to the commit's first parent (or emptied, for a root) before it.
+        const QByteArray when = QByteArray::number(commit.time) + " +0000";
+        const QByteArray subject = commit.name.toUtf8();
+        script += "reset refs/heads/" + commit.branch.toUtf8() + '\n' + from
+            + "\ncommit refs/heads/" + commit.branch.toUtf8()
+            + "\nmark :" + QByteArray::number(mark) + "\nauthor " + commit.author.toUtf8() + " <"
+            + commit.email.toUtf8() + "> " + when + "\ncommitter C <c@example.com> " + when
+            + "\ndata " + QByteArray::number(subject.size()) + '\n' + subject + '\n' + from;
+        for (qsizetype p = 1; p < commit.parents.size(); ++p)
+            script += "merge :" + QByteArray::number(marks.value(commit.parents[p])) + '\n';
+        script += "M 644 inline " + subject + ".txt\ndata " + QByteArray::number(subject.size())
+            + '\n' + subject + "\n\n";
+    }
+    fastImport(repository.path(), script);
+    repository.git({"checkout", "-q", "-f", "main"});
+}
+
+QList<ScriptCommit> scripted(std::initializer_list<const char *> lines)
+{
+    const char *authors[] = {"Ada", "bob", "Bob", "Zed", "\xc3\x89mile"};
+    QList<ScriptCommit> commits;
+    for (const char *line : lines) {
+        const QStringList words = QString::fromLatin1(line).split(QLatin1Char(' '));
+        const qsizetype length = words[0].size();
+        commits << ScriptCommit {words[0],
+                                 words[1],
+                                 1690000000 + qint64(words[2].toDouble() * 86400),
+                                 words.mid(3),
+                                 QString::fromUtf8(authors[length % 5]),
+                                 QStringLiteral("p%1@example.com").arg(length % 3)};
+    }
+    return commits;
+}
+
+QList<ScriptCommit> mergesOfMerges()
+{
+    return scripted({"m1 main 0", "a1 a 1 m1", "bb2 b 2 a1", "a3 a 40 a1", "aaa4 a 41 a3 bb2",
+                     "m5 main 42 m1", "mmmmm6 main 43.5 m5 aaa4", "c7 c 44 m5",
+                     "m8 main 90 mmmmm6 c7"});
 }
 
 QString gitErrorOf(const std::function<void()> &call)

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -65,6 +66,30 @@ private:
     QString m_date = QStringLiteral("2024-01-01T10:00:00Z");
     qint64 m_step = 0;
 };
+
+/// @brief One commit of a history written with git fast-import: any parents, any dates, any
+/// branch tips. For exact shapes (octopus merges, several roots, clock skew) and histories of
+/// hundreds of commits, written in one git run.
+struct ScriptCommit
+{
+    QString name; ///< unique within the script; the file it writes and its subject
+    QString branch; ///< the branch it is written on; the branch's last commit is its tip
+    qint64 time = 0; ///< author and committer date, seconds since 1970
+    QStringList parents; ///< names of earlier commits; none for a root
+    QString author = QStringLiteral("Ada");
+    QString email = QStringLiteral("ada@example.com");
+};
+
+/// @brief Writes @p commits into @p repository in order and checks out main.
+void writeHistory(const TestRepository &repository, const QList<ScriptCommit> &commits);
+
+/// @brief Commits written as "name branch day parent..." (days from a fixed date, fractions
+/// allowed), each by one of five authors chosen by the length of its name ("Ada", "bob", "Bob",
+/// "Zed", "\u00c9mile") with one of three addresses.
+QList<ScriptCommit> scripted(std::initializer_list<const char *> lines);
+
+/// @brief Nine commits of five authors on four branches, merged into one another and into main.
+QList<ScriptCommit> mergesOfMerges();
 
 /// @brief Runs git with the test identity and dates in @p directory; returns stdout.
 QString runGitIn(const QString &directory, const QStringList &arguments,
