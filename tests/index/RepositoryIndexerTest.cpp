@@ -231,12 +231,15 @@ TEST(RepositoryIndexer, CancellationStopsAtTheNextCommitWritesNothingAndTheNextR
     QList<qint64> reported;
     SynchronizationOptions options;
     options.importWorkers = 1;
+    QList<qint64> listed; // the size of the run, told before git reads the first commit
+    options.listed = [&](qint64 total) { listed << total << reported.size(); };
     options.progress = [&](qint64 imported, qint64 total) { reported << imported << total; };
     options.isCancelled = [&] { return !reported.isEmpty(); };
     {
         const JournallingGit git(folder);
         EXPECT_THROW(indexer.synchronize(repository.path(), options), SynchronizationCancelled);
     }
+    EXPECT_EQ(listed, QList<qint64>({15, 0}));
     EXPECT_EQ(reported, QList<qint64>({1, 15}));
     EXPECT_EQ(index.count("commits"), 0);
     EXPECT_EQ(index.count("refs"), 0);
