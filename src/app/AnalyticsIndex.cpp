@@ -24,11 +24,21 @@ AnalyticsIndexState AnalyticsIndexState::indexing(qint64 progressCommits, qint64
     return state;
 }
 
+AnalyticsIndexState AnalyticsIndexState::listing(qint64 listedCommits)
+{
+    AnalyticsIndexState state;
+    state.m_kind = Kind::Indexing;
+    state.m_listedCommits = std::max<qint64>(listedCommits, 0);
+    return state;
+}
+
 QString AnalyticsIndexState::progressText() const
 {
-    if (m_progressTotal <= 0)
-        return {};
     const QLocale locale;
+    if (m_progressTotal <= 0)
+        return m_listedCommits > 0
+            ? QStringLiteral("%1 commits found").arg(locale.toString(m_listedCommits))
+            : QString();
     return QStringLiteral("%1 of %2").arg(locale.toString(m_progressCommits),
                                           locale.toString(m_progressTotal));
 }
@@ -83,7 +93,8 @@ RepositoryIndexingResult indexRepository(const QString &repository,
                                          const std::optional<QString> &baseDirectory,
                                          const CancellationCheck &isCancelled,
                                          const IndexProgress &progress,
-                                         const InsightOptions &insightOptions)
+                                         const InsightOptions &insightOptions,
+                                         const ListingProgress &listing)
 {
     const auto stopIfCancelled = [&] {
         if (isCancelled && isCancelled())
@@ -100,6 +111,7 @@ RepositoryIndexingResult indexRepository(const QString &repository,
     options.progress = progress;
     if (progress)
         options.listed = [&progress](qint64 total) { progress(0, total); };
+    options.listing = listing;
     const RepositorySynchronization synchronization = indexer.synchronize(repository, options);
     // The insight queries take a while on long histories; a run cancelled meanwhile is not worth
     // finishing, since nobody will read its result.

@@ -52,7 +52,11 @@ class AnalyticsIndexState
     /// listed the commits to import).
     Q_PROPERTY(qint64 progressCommits READ progressCommits)
     Q_PROPERTY(qint64 progressTotal READ progressTotal)
-    /// "n of N" with the locale's digit grouping; empty until the total is known.
+    /// While a first build still walks the history, before the total is known: the commits the
+    /// walk has found so far; 0 otherwise.
+    Q_PROPERTY(qint64 listedCommits READ listedCommits)
+    /// "n of N" with the locale's digit grouping; "n commits found" while the history is still
+    /// walked; empty before that.
     Q_PROPERTY(QString progressText READ progressText)
     /// Estimated seconds left, or -1 while there is no estimate yet.
     Q_PROPERTY(int secondsLeft READ secondsLeft)
@@ -67,6 +71,7 @@ public:
     static AnalyticsIndexState idle() { return {}; }
     static AnalyticsIndexState indexing(qint64 progressCommits = 0, qint64 progressTotal = 0,
                                         int secondsLeft = -1);
+    static AnalyticsIndexState listing(qint64 listedCommits);
     static AnalyticsIndexState ready(const RepositoryIndexSnapshot &snapshot,
                                      qint64 importedCommits);
     static AnalyticsIndexState failed(const QString &message);
@@ -84,6 +89,7 @@ public:
     QString message() const { return m_message; }
     qint64 progressCommits() const { return m_progressCommits; }
     qint64 progressTotal() const { return m_progressTotal; }
+    qint64 listedCommits() const { return m_listedCommits; }
     QString progressText() const;
     int secondsLeft() const { return m_secondsLeft; }
     QString timeLeftText() const;
@@ -97,6 +103,7 @@ private:
     QString m_message;
     qint64 m_progressCommits = 0;
     qint64 m_progressTotal = 0;
+    qint64 m_listedCommits = 0;
     int m_secondsLeft = -1;
 };
 
@@ -110,6 +117,9 @@ std::optional<int> secondsLeftEstimate(qint64 done, qint64 elapsedMilliseconds, 
 /// @brief Told how many commits an index run has imported so far, of how many in all.
 using IndexProgress = std::function<void(qint64 imported, qint64 total)>;
 
+/// @brief Told while an index run walks the whole history: the commits found so far.
+using ListingProgress = std::function<void(qint64 found)>;
+
 /// @brief Asked between the steps of an index run; true stops it.
 using CancellationCheck = std::function<bool()>;
 
@@ -117,7 +127,8 @@ using CancellationCheck = std::function<bool()>;
  * @brief One index run for the work tree at @p repository: finds the common git directory, opens
  * (or creates) its index under @p baseDirectory (default: the standard index folder), brings it up
  * to date and computes the insights as @p options read them. @p progress is told after every
- * imported commit, on the calling thread.
+ * imported commit, @p listing now and then while a first build walks the history, both on the
+ * calling thread.
  *
  * Blocking; meant for a background thread. Throws SynchronizationCancelled when @p isCancelled
  * answers true, GitError, ProcessLaunchError, SQLiteError or FileSystemError otherwise.
@@ -127,6 +138,7 @@ RepositoryIndexingResult indexRepository(const QString &repository,
                                          const CancellationCheck &isCancelled,
                                          const IndexProgress &progress = {},
                                          const InsightOptions &options
-                                         = InsightOptions::asRecorded());
+                                         = InsightOptions::asRecorded(),
+                                         const ListingProgress &listing = {});
 
 } // namespace strataloom

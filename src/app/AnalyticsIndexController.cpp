@@ -90,7 +90,10 @@ void AnalyticsIndexController::run(bool keepInsights)
                     progress->total.store(total, std::memory_order_relaxed);
                     progress->imported.store(imported, std::memory_order_relaxed);
                 },
-                options);
+                options,
+                [progress](qint64 found) {
+                    progress->listed.store(found, std::memory_order_relaxed);
+                });
             run.insightsValue = toVariantMap(run.result.insights);
             return run;
         },
@@ -124,8 +127,11 @@ void AnalyticsIndexController::showProgress()
         return;
     const qint64 total = m_progress->total.load(std::memory_order_relaxed);
     const qint64 imported = m_progress->imported.load(std::memory_order_relaxed);
-    if (total <= 0)
+    if (total <= 0) {
+        if (const qint64 listed = m_progress->listed.load(std::memory_order_relaxed); listed > 0)
+            setState(AnalyticsIndexState::listing(listed));
         return;
+    }
     if (m_progressStart < 0) {
         m_progressStart = imported;
         m_progressClock.start();

@@ -98,6 +98,7 @@ private:
     {
         std::atomic<qint64> imported {0};
         std::atomic<qint64> total {0};
+        std::atomic<qint64> listed {0};
     };
 
     BackgroundTasks m_tasks;

@@ -209,6 +209,32 @@ std::optional<HistoryChanges> changesSince(RepositoryIndex &index, const QString
     return changes;
 }
 
+// The whole walk of a first run takes seconds on a long history; its output is counted as it
+// comes so that the one waiting sees the walk move.
+QStringList listReachable(const QString &repository, const QStringList &refs,
+                          const std::function<void(qint64 found)> &listing)
+{
+    constexpr qint64 linesBetweenReports = 1024;
+    QByteArray output;
+    qint64 found = 0;
+    qint64 reported = 0;
+    const auto sink = [&](const char *data, qsizetype size) {
+        output.append(data, size);
+        if (!listing)
+            return;
+        found += std::count(data, data + size, '\n');
+        if (found - reported >= linesBetweenReports) {
+            reported = found;
+            listing(found);
+        }
+    };
+    const ProcessResult result
+        = runGitProcess(repository, QStringList {QStringLiteral("rev-list")} + refs, sink);
+    if (result.exitStatus != 0)
+        throw GitError::commandFailed(result);
+    return nonEmptyLines(QString::fromLatin1(output));
+}
+
 } // namespace
 
 RepositoryIndexer::RepositoryIndexer(RepositoryIndex &index)
@@ -401,9 +427,7 @@ RepositoryIndexer::synchronizeLocked(const QString &repository,
         // rev-list prints newest first; reversed, it is the order `git log --all --reverse`
         // shows.
         const QStringList reachableNewestFirst
-            = nonEmptyLines(run(QStringList {QStringLiteral("rev-list")}
-                                    + GitService().allRefs(repository),
-                                repository));
+            = listReachable(repository, GitService().allRefs(repository), options.listing);
         batch.reachableSHAs.reserve(reachableNewestFirst.size());
         for (const QString &sha : reachableNewestFirst)
             batch.reachableSHAs.insert(sha.trimmed());

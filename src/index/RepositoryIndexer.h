@@ -46,6 +46,9 @@ struct SynchronizationOptions
     /// git reads the first: a big first build shows its size at once rather than after its first
     /// commit.
     std::function<void(qint64 total)> listed;
+    /// @brief Told now and then while a run walks the whole history (a first build), before
+    /// the size of the run is known: how many commits the walk has found so far.
+    std::function<void(qint64 found)> listing;
     /// @brief git runs reading the missing commits at the same time; 0 means one per core.
     int importWorkers = 0;
 };

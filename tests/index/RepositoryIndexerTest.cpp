@@ -251,6 +251,38 @@ TEST(RepositoryIndexer, CancellationStopsAtTheNextCommitWritesNothingAndTheNextR
     EXPECT_EQ(firstDifference(dumpIndex(fresh), dumpIndex(index)), QString());
 }
 
+// A first build walks the whole history before it knows its size: the walk is counted as it
+// comes, in steps of at least 1,024 commits, all before the size is told. A later run that reads
+// only what moved has nothing to count.
+TEST(RepositoryIndexer, AWholeWalkIsCountedBeforeTheRunsSizeIsTold)
+{
+    TestRepository repository;
+    repository.importHistory(1500);
+    QTemporaryDir folder;
+    RepositoryIndex index(folder.filePath("index.sqlite"));
+    RepositoryIndexer indexer(index);
+    QList<qint64> found;
+    qint64 total = 0;
+    SynchronizationOptions options;
+    options.listing = [&](qint64 count) {
+        EXPECT_EQ(total, 0);
+        found << count;
+    };
+    options.listed = [&](qint64 size) { total = size; };
+    indexer.synchronize(repository.path(), options);
+    ASSERT_GE(found.size(), 1);
+    for (qsizetype i = 0; i < found.size(); ++i)
+        EXPECT_GE(found[i] - (i > 0 ? found[i - 1] : 0), 1024) << i;
+    EXPECT_LE(found.constLast(), total);
+    EXPECT_EQ(total, index.count("commits"));
+
+    repository.write("later.txt", "later\n");
+    repository.commit("Later");
+    found.clear();
+    indexer.synchronize(repository.path(), options);
+    EXPECT_EQ(found, QList<qint64>());
+}
+
 TEST(RepositoryIndexer, SeveralImportWorkersGiveTheRowsAndProgressOfOnePass)
 {
     TestRepository repository;

@@ -3,8 +3,8 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 
-// A compact indicator of the analytics index: indexing (with how far the import has come and
-// the time it may still take, once known), how many commits are indexed, or that the index is
+// A compact indicator of the analytics index: indexing (with how many commits a first build's
+// walk has found, then how far the import has come and the time it may still take, once known), how many commits are indexed, or that the index is
 // unavailable (the reason as the help text). Shows nothing while idle.
 Control {
     id: status
@@ -14,7 +14,8 @@ Control {
     readonly property bool showsProgress: state.isIndexing && state.progressTotal > 0
 
     readonly property string text: state.isIndexing
-                                   ? "Indexing" + (state.progressText ? " " + state.progressText : "")
+                                   ? "Indexing" + (state.progressText
+                                                   ? (showsProgress ? " " : " \u00b7 ") + state.progressText : "")
                                      + (state.timeLeftText ? " \u00b7 " + state.timeLeftText : "")
                                  : state.isReady ? count(state.indexedCommits) + " indexed"
                                  : state.isFailed ? "Index unavailable" : ""
