@@ -221,7 +221,11 @@ int main(int argc, char **argv)
                     && commits != lastCommits) {
                     if (opening.firstProgress < 0)
                         opening.firstProgress = now;
-                    else
+                    else if (now - lastProgress > 1000)
+                        std::printf("  progress waited %.0f ms before %lld found, %lld of %lld\n",
+                                    now - lastProgress, qlonglong(commits.first),
+                                    qlonglong(commits.second), qlonglong(state.progressTotal()));
+                    if (opening.firstProgress != now)
                         opening.longestProgressWait
                             = std::max(opening.longestProgressWait, now - lastProgress);
                     lastProgress = now;

@@ -18,6 +18,14 @@ SynchronizationOptions terminalProgress()
 {
     SynchronizationOptions options;
     if (::isatty(STDERR_FILENO)) {
+        options.listing = [](qint64 found) {
+            std::fprintf(stderr, "\rfound %lld commits", qlonglong(found));
+            std::fflush(stderr);
+        };
+        options.listed = [](qint64 total) {
+            std::fprintf(stderr, "\rfound %lld commits\n", qlonglong(total));
+            std::fflush(stderr);
+        };
         options.progress = [](qint64 imported, qint64 total) {
             if (imported == total || imported % 250 == 0) {
                 std::fprintf(stderr, "\rimported %lld of %lld commits", qlonglong(imported),
