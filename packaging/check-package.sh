@@ -17,7 +17,8 @@ for file in usr/bin/strataloom usr/bin/strataloom-cli \
             usr/share/icons/hicolor/scalable/apps/strataloom.svg \
             usr/share/metainfo/org.strataloom.Strataloom.metainfo.xml \
             usr/share/man/man1/strataloom.1.gz usr/share/man/man1/strataloom-cli.1.gz \
-            usr/share/bash-completion/completions/strataloom-cli; do
+            usr/share/bash-completion/completions/strataloom-cli \
+            usr/share/doc/strataloom/copyright; do
     [ -e "$root/$file" ] || fail "missing /$file"
 done
 

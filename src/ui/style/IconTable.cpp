@@ -1,5 +1,8 @@
 #include "ui/style/IconTable.h"
 
+#include <QFontDatabase>
+#include <QGuiApplication>
+
 namespace strataloom {
 
 IconTable::IconTable(QObject *parent)
@@ -120,7 +123,12 @@ QString IconTable::fontFamily() const
 
 QString IconTable::glyph(const QString &symbol) const
 {
-    return table().value(symbol);
+    // Without the icon font a ligature would be drawn as its name ("call_split"): nothing is
+    // drawn instead, and the labels beside the symbols still say what each control does.
+    static const bool fontInstalled
+        = !qobject_cast<QGuiApplication *>(QCoreApplication::instance())
+        || QFontDatabase::families().contains(fontFamily());
+    return fontInstalled ? table().value(symbol) : QString();
 }
 
 bool IconTable::contains(const QString &symbol) const
