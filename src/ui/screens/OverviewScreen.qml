@@ -24,6 +24,15 @@ Item {
     }
     readonly property var recentCommits: appModel && appModel.session.commits.count >= 0 ? firstRows(appModel.session.commits, 6) : []
     readonly property var topAuthors: appModel && appModel.session.authorStats.count >= 0 ? firstRows(appModel.session.authorStats, 5) : []
+    // With identities merged, the authors are people, as everywhere the index counts them (bots
+    // included); -1 until the insights are there, or as recorded.
+    readonly property int people: {
+        const analytics = appModel ? appModel.analytics : null
+        const insights = analytics ? analytics.analyticsInsights : null
+        if (!insights || !insights.topAuthors || !analytics.insightOptions.mergeIdentities)
+            return -1
+        return insights.topAuthors.length + (insights.bots ? insights.bots.length : 0)
+    }
     readonly property int mostCommits: topAuthors.length > 0 ? Math.max(1, topAuthors[0].commits) : 1
 
     ScrollView {
@@ -108,7 +117,10 @@ Item {
                         { title: "Tags", value: Format.count(screen.repository.tagCount), symbol: "tag", tint: "orange", detail: "" },
                         { title: "Files", value: Format.count(screen.repository.trackedFileCount), symbol: "doc.on.doc", tint: "purple",
                           detail: Format.bytes(screen.repository.repositorySizeBytes) },
-                        { title: "Authors", value: Format.count(screen.repository.authorCount), symbol: "person.2", tint: "pink", detail: "" },
+                        { title: "Authors", value: Format.count(screen.people >= 0 ? screen.people : screen.repository.authorCount),
+                          symbol: "person.2", tint: "pink",
+                          detail: screen.people >= 0 && screen.people !== screen.repository.authorCount
+                                  ? Format.count(screen.repository.authorCount) + " as recorded" : "" },
                         screen.repository.statusUnavailableReason
                             ? { title: "Status", value: "Status unavailable", symbol: "info.circle", tint: "gray",
                                 detail: screen.repository.statusUnavailableReason }

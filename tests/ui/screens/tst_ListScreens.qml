@@ -9,6 +9,7 @@ UiTestCase {
     id: testCase
     name: "ListScreens"
 
+    Component { id: overviewScreen; OverviewScreen {} }
     Component { id: historyScreen; HistoryScreen {} }
     Component { id: branchesScreen; BranchesScreen {} }
     Component { id: tagsScreen; TagsScreen {} }
@@ -36,6 +37,18 @@ UiTestCase {
         fixtures.setIndexDirectory(indexes)
         const screen = screenOf(historyScreen, model)
         return { model: model, screen: screen, list: findChild(screen, "historyList") }
+    }
+
+    // Two spellings of one person (one e-mail): git counts two authors, the index one person.
+    function test_overviewCountsPeopleOnceTheIndexKnowsThem() {
+        const repo = history([{ files: { "a.txt": "1\n" }, message: "One", author: "Ada Lovelace" },
+                              { files: { "a.txt": "2\n" }, message: "Two", author: "Ada L." }])
+        const { model, screen } = openIndexed(overviewScreen, repo)
+        const authors = () => collect(screen, item => item.title === "Authors" && item.value !== undefined,
+                                      [], new Set())[0]
+        tryVerify(() => authors() && authors().value === "1", 30000, "one person")
+        model.analytics.setInsightOption("asRecorded", true)
+        tryVerify(() => authors() && authors().value === "2", 30000, "as recorded: two authors")
     }
 
     function test_historyFilterMatchesSubjectOrAuthorWithoutCaseAndKeepsOrder_data() {
