@@ -12,6 +12,7 @@ struct IndexRun
 {
     RepositoryIndexingResult result;
     QVariant insightsValue;
+    int people = -1;
 };
 
 } // namespace
@@ -95,12 +96,15 @@ void AnalyticsIndexController::run(bool keepInsights)
                     progress->listed.store(found, std::memory_order_relaxed);
                 });
             run.insightsValue = toVariantMap(run.result.insights);
+            if (options.mergeIdentities)
+                run.people = int(run.result.insights.topAuthors.size()
+                                 + run.result.insights.bots.size());
             return run;
         },
         [this](const IndexRun &run) {
             m_databasePath = run.result.databasePath;
             setRecomputing(false);
-            setInsights(run.result.insights, run.insightsValue);
+            setInsights(run.result.insights, run.insightsValue, run.people);
             setState(AnalyticsIndexState::ready(run.result.snapshot, run.result.importedCommits));
         },
         [this](const QString &error) {
@@ -152,13 +156,19 @@ void AnalyticsIndexController::setState(const AnalyticsIndexState &state)
 }
 
 void AnalyticsIndexController::setInsights(
-    const std::optional<RepositoryAnalyticsInsights> &insights, const QVariant &value)
+    const std::optional<RepositoryAnalyticsInsights> &insights, const QVariant &value,
+    int people)
 {
-    if (m_insights == insights)
+    people = insights ? people : -1;
+    if (m_insights == insights && m_people == people)
         return;
+    const bool peopleChanged = m_people != people;
     m_insights = insights;
     m_insightsValue = insights ? value : QVariant();
+    m_people = people;
     Q_EMIT analyticsInsightsChanged();
+    if (peopleChanged)
+        Q_EMIT peopleCountChanged();
 }
 
 } // namespace strataloom

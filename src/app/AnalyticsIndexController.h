@@ -37,6 +37,9 @@ class AnalyticsIndexController : public QObject
     /// How the insights read the history, remembered per repository: each option by name and
     /// "asRecorded", true when every correction is off.
     Q_PROPERTY(QVariantMap insightOptions READ insightOptionsValue NOTIFY insightOptionsChanged)
+    /// With identities merged, the people the last insights count (automation accounts
+    /// included), as every count of authors then does; -1 without insights, or as recorded.
+    Q_PROPERTY(int peopleCount READ peopleCount NOTIFY peopleCountChanged)
     /// True while the insights are computed again for changed options; the last ones stay shown.
     Q_PROPERTY(bool recomputingInsights READ recomputingInsights NOTIFY recomputingInsightsChanged)
 
@@ -80,14 +83,16 @@ public:
 Q_SIGNALS:
     void analyticsIndexStateChanged();
     void analyticsInsightsChanged();
+    void peopleCountChanged();
     void insightOptionsChanged();
     void recomputingInsightsChanged();
 
 private:
     void setState(const AnalyticsIndexState &state);
     void setInsights(const std::optional<RepositoryAnalyticsInsights> &insights,
-                     const QVariant &value);
+                     const QVariant &value, int people = -1);
     QVariant analyticsInsightsValue() const { return m_insightsValue; }
+    int peopleCount() const { return m_people; }
     /// One index run of the open repository; @p keepInsights shows the last ones meanwhile.
     void run(bool keepInsights);
     void setRecomputing(bool recomputing);
@@ -110,6 +115,7 @@ private:
     InsightOptions m_options;
     bool m_recomputing = false;
     QVariant m_insightsValue;
+    int m_people = -1;
     QString m_databasePath;
     /// The current run's identity: set to cancel it; shared with that run's thread.
     std::shared_ptr<std::atomic_bool> m_cancelled;

@@ -114,8 +114,8 @@ private Q_SLOTS:
         QCOMPARE(order.fired,
                  (QStringList {"isLoading", "errorMessage", "selectedFile", "selectedFileDetails",
                                "selectedSection", "recentRepositories", "analyticsIndexState",
-                               "analyticsInsights", "isLoading", "analyticsInsights",
-                               "analyticsIndexState"}));
+                               "analyticsInsights", "peopleCount", "isLoading", "analyticsInsights",
+                               "peopleCount", "analyticsIndexState"}));
         QCOMPARE(harness.selection().selectedCommit(),
                  std::optional(harness.session().commits().constFirst()));
         QCOMPARE(harness.recentStore().load(), harness.catalog().recentRepositories());

@@ -49,7 +49,7 @@ DashboardSection {
             label: modelData.subject
             detail: (modelData.author || "Unknown") + " · "
                     + section.presenter.shortDate(modelData.date) + " · "
-                    + section.presenter.count(modelData.files) + " files"
+                    + section.presenter.count(modelData.files) + (modelData.files === 1 ? " file" : " files")
             trailing: "+" + section.presenter.count(modelData.additions) + " / −"
                       + section.presenter.count(modelData.deletions)
         }

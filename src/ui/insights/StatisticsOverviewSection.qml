@@ -10,6 +10,8 @@ DashboardSection {
     id: section
 
     readonly property var summary: appModel ? appModel.session.repository : null
+    // With identities merged, the authors are people, as everywhere the index counts them.
+    readonly property int people: appModel ? appModel.analytics.peopleCount : -1
 
     objectName: "section:overview"
     title: "Repository overview"
@@ -20,8 +22,13 @@ DashboardSection {
         cards: section.summary ? [
             { title: "Commits", value: section.presenter.count(section.summary.commitCount),
               symbol: "clock.arrow.circlepath", color: "blue" },
-            { title: "Authors", value: section.presenter.count(section.summary.authorCount),
-              symbol: "person.2.fill", color: "purple" },
+            section.people >= 0
+                ? { title: "Authors", value: section.presenter.count(section.people),
+                    caption: section.people !== section.summary.authorCount
+                             ? section.presenter.count(section.summary.authorCount) + " as recorded" : "",
+                    symbol: "person.2.fill", color: "purple" }
+                : { title: "Authors", value: section.presenter.count(section.summary.authorCount),
+                    symbol: "person.2.fill", color: "purple" },
             { title: "Tracked files", value: section.presenter.count(section.summary.trackedFileCount),
               symbol: "doc.on.doc.fill", color: "orange" },
             { title: "Working tree", value: section.presenter.bytes(section.summary.repositorySizeBytes),

@@ -24,15 +24,8 @@ Item {
     }
     readonly property var recentCommits: appModel && appModel.session.commits.count >= 0 ? firstRows(appModel.session.commits, 6) : []
     readonly property var topAuthors: appModel && appModel.session.authorStats.count >= 0 ? firstRows(appModel.session.authorStats, 5) : []
-    // With identities merged, the authors are people, as everywhere the index counts them (bots
-    // included); -1 until the insights are there, or as recorded.
-    readonly property int people: {
-        const analytics = appModel ? appModel.analytics : null
-        const insights = analytics ? analytics.analyticsInsights : null
-        if (!insights || !insights.topAuthors || !analytics.insightOptions.mergeIdentities)
-            return -1
-        return insights.topAuthors.length + (insights.bots ? insights.bots.length : 0)
-    }
+    // With identities merged, the authors are people, as everywhere the index counts them.
+    readonly property int people: appModel ? appModel.analytics.peopleCount : -1
     readonly property int mostCommits: topAuthors.length > 0 ? Math.max(1, topAuthors[0].commits) : 1
 
     ScrollView {
