@@ -14,6 +14,9 @@ Item {
     property alias filter: filterField.text
 
     readonly property int fileCount: appModel ? appModel.session.files.count : 0
+    // The list stops at the loader's limit; the summary knows how many files there are.
+    readonly property int trackedCount: appModel && appModel.session.repository
+                                        ? Math.max(fileCount, appModel.session.repository.trackedFileCount) : fileCount
 
     RecordFilterModel {
         id: filtered
@@ -31,8 +34,12 @@ Item {
             Layout.fillWidth: true
             symbol: "folder"
             title: "Files"
-            subtitle: filtered.count === screen.fileCount ? Format.count(screen.fileCount) + " tracked files"
-                                                          : Format.count(filtered.count) + " of " + Format.count(screen.fileCount) + " files"
+            subtitle: filtered.count !== screen.fileCount
+                      ? Format.count(filtered.count) + " of " + Format.count(screen.fileCount) + " files"
+                        + (screen.fileCount < screen.trackedCount ? " listed" : "")
+                      : screen.fileCount < screen.trackedCount
+                      ? "The first " + Format.count(screen.fileCount) + " of " + Format.count(screen.trackedCount) + " tracked files"
+                      : Format.count(screen.fileCount) + " tracked files"
             FilterField {
                 id: filterField
                 objectName: "fileFilter"
