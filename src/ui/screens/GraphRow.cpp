@@ -166,7 +166,9 @@ void GraphRow::paint(QPainter *painter)
             painter->setPen(QPen(color, m_lineWidth, Qt::SolidLine, Qt::RoundCap));
             painter->drawLine(point(segment.from), point(segment.to));
         } else {
-            painter->setPen(QPen(m_background.isValid() ? m_background : color, 2));
+            // The ring keeps passing lines apart from the dot; small dots get a thin one.
+            painter->setPen(QPen(m_background.isValid() ? m_background : color,
+                                 std::min<qreal>(2, m_dotRadius * 0.3)));
             painter->setBrush(color);
             painter->drawEllipse(point(segment.from), m_dotRadius, m_dotRadius);
         }

@@ -39,6 +39,30 @@ Item {
         return names
     }
 
+    // The index's rows share one graph column, as wide as the widest of the rows in view, so
+    // that the texts of neighbouring rows line up. Busy regions narrow the lanes rather than
+    // hide the commits on the right (up to almost half the list).
+    property int widestColumns: 0
+    readonly property real laneGraphWidth: list.width * 0.45
+    readonly property real laneColumnWidth: Math.max(2.5, Math.min(oneLine ? 7 : 9,
+                                                                  laneGraphWidth / Math.max(1, widestColumns)))
+    function measureColumns() {
+        let widest = 0
+        const items = list.contentItem.children
+        for (let i = 0; i < items.length; ++i) {
+            const item = items[i]
+            if (item.laneColumns !== undefined && item.y + item.height > list.contentY
+                    && item.y < list.contentY + list.height)
+                widest = Math.max(widest, item.laneColumns)
+        }
+        widestColumns = widest
+    }
+    Timer {
+        id: measure
+        interval: 0
+        onTriggered: screen.measureColumns()
+    }
+
     function graphAt(row) {
         if (fromIndex || !graphModel || row < 0 || row >= graphModel.count)
             return ""
@@ -181,6 +205,18 @@ Item {
             readonly property string decorations: model.decorations ?? ""
             readonly property bool isConnector: !!model.isConnector
             readonly property bool isLoaded: model.isLoaded ?? true
+            // Two columns per lane, as GraphRow draws them.
+            readonly property int laneColumns: {
+                const lanes = fromLanes ? model.laneRow : null
+                if (!lanes || lanes.edges === undefined)
+                    return 0
+                let count = Math.max(lanes.laneCount, lanes.lanesAbove)
+                for (let i = 1; i < lanes.edges.length; i += 2)
+                    count = Math.max(count, lanes.edges[i] + 1)
+                return 2 * count
+            }
+            onLaneColumnsChanged: measure.restart()
+            Component.onCompleted: measure.restart()
 
             width: ListView.view.width
             height: isConnector ? 14 : screen.commitHeight
@@ -197,15 +233,16 @@ Item {
                 objectName: "graphRow"
                 x: 4
                 height: parent.height
-                width: Math.min(implicitWidth, line.width * 0.35)
+                width: line.fromLanes ? Math.min(screen.widestColumns * columnWidth, screen.laneGraphWidth)
+                                      : Math.min(implicitWidth, line.width * 0.35)
                 clip: true
                 graph: line.fromLanes ? "" : line.graph
                 graphAbove: line.fromLanes ? "" : screen.graphAt(line.index - 1)
                 graphBelow: line.fromLanes ? "" : screen.graphAt(line.index + 1)
                 laneRow: line.fromLanes ? line.model.laneRow : ({})
-                columnWidth: line.fromLanes && screen.oneLine ? 7 : line.fromLanes ? 9 : 10
-                lineWidth: 2
-                dotRadius: screen.oneLine ? 4 : 5
+                columnWidth: line.fromLanes ? screen.laneColumnWidth : 10
+                lineWidth: line.fromLanes && screen.laneColumnWidth < 5 ? 1.5 : 2
+                dotRadius: Math.min(screen.oneLine ? 4 : 5, line.fromLanes ? screen.laneColumnWidth * 0.9 : 5)
                 laneColors: screen.laneColors
                 backgroundColor: Theme.card
             }
@@ -274,6 +311,8 @@ Item {
                 boundsBehavior: Flickable.StopAtBounds
                 ScrollBar.vertical: ScrollBar { }
                 delegate: graphLine
+                onContentYChanged: measure.restart()
+                onHeightChanged: measure.restart()
             }
 
             EmptyStateView {
