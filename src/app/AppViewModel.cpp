@@ -1,8 +1,20 @@
 #include "app/AppViewModel.h"
 
 #include "app/PropertyAssign.h"
+#include "app/RepositoryStores.h"
+
+#include <QJsonDocument>
+#include <QJsonArray>
+#include <QJsonValue>
 
 namespace strataloom {
+
+namespace {
+
+// The Timeline's row style, as a JSON string: "oneLine" or "twoLines".
+const QString timelineRowStyleKey = QStringLiteral("timelineRowStyle");
+
+} // namespace
 
 AppViewModel::AppViewModel(RecentRepositoryStore recentStore,
                            DiscoveredRepositoryStore discoveredStore,
@@ -16,7 +28,11 @@ AppViewModel::AppViewModel(RecentRepositoryStore recentStore,
     , m_analytics(new AnalyticsIndexController(this))
     , m_history(new HistoryListModel(this))
     , m_historySearch(new HistoryListModel(this))
+    , m_timeline(new IndexedGraphModel(this))
 {
+    const QJsonDocument rowStyle
+        = QJsonDocument::fromJson("[" + PreferenceValue(timelineRowStyleKey).read() + "]");
+    m_timelineOneLine = rowStyle.array().at(0).toString() != QLatin1String("twoLines");
     connect(m_analytics, &AnalyticsIndexController::analyticsIndexStateChanged, this,
             &AppViewModel::indexStateChanged);
     const auto report = [this](const QString &message) { setErrorMessage(message); };
@@ -41,6 +57,7 @@ void AppViewModel::published()
         m_historyRepository.clear();
         m_history->setDatabase({});
         m_historySearch->setDatabase({});
+        m_timeline->setSource({}, {});
     }
     m_analytics->start(*m_session->repository());
 }
@@ -52,13 +69,15 @@ void AppViewModel::indexStateChanged()
     m_historyRepository = m_session->repository()->path;
     m_history->setDatabase(m_analytics->databasePath());
     m_historySearch->setDatabase(m_analytics->databasePath());
+    m_timeline->setSource(m_historyRepository, m_analytics->databasePath());
 }
 
 int AppViewModel::runningTaskCount() const
 {
     return m_session->runningTaskCount() + m_selection->runningTaskCount()
         + m_catalog->runningTaskCount() + m_analytics->runningTaskCount()
-        + m_history->runningTaskCount() + m_historySearch->runningTaskCount();
+        + m_history->runningTaskCount() + m_historySearch->runningTaskCount()
+        + m_timeline->runningTaskCount();
 }
 
 QString AppViewModel::sectionTitle(SidebarSection section) const
@@ -132,6 +151,15 @@ void AppViewModel::setSearchPresented(bool presented)
 void AppViewModel::setAboutPresented(bool presented)
 {
     assign(this, m_isAboutPresented, presented, &AppViewModel::isAboutPresentedChanged);
+}
+
+void AppViewModel::setTimelineOneLine(bool oneLine)
+{
+    if (m_timelineOneLine == oneLine)
+        return;
+    m_timelineOneLine = oneLine;
+    PreferenceValue(timelineRowStyleKey).write(oneLine ? "\"oneLine\"" : "\"twoLines\"");
+    Q_EMIT timelineOneLineChanged();
 }
 
 void AppViewModel::setErrorMessageText(const QString &message)

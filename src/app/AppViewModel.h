@@ -2,6 +2,7 @@
 
 #include "app/AnalyticsIndexController.h"
 #include "app/HistoryListModel.h"
+#include "app/IndexedGraphModel.h"
 #include "app/RepositoryCatalog.h"
 #include "app/RepositorySelection.h"
 #include "app/RepositorySession.h"
@@ -40,6 +41,12 @@ class AppViewModel : public QObject
     Q_PROPERTY(strataloom::HistoryListModel *history READ history CONSTANT)
     /// Search's results from the index, for the query of the search field.
     Q_PROPERTY(strataloom::HistoryListModel *historySearch READ historySearch CONSTANT)
+    /// The commit graph of the whole history from the index, for the Timeline.
+    Q_PROPERTY(strataloom::IndexedGraphModel *timeline READ timeline CONSTANT)
+    /// The Timeline lists one line per commit (true, the default) or two; kept in the
+    /// preferences under timelineRowStyle.
+    Q_PROPERTY(bool timelineOneLine READ timelineOneLine WRITE setTimelineOneLine NOTIFY
+                   timelineOneLineChanged)
 
     Q_PROPERTY(SidebarSection selectedSection READ selectedSection WRITE setSelectedSection NOTIFY
                    selectedSectionChanged)
@@ -82,6 +89,9 @@ public:
     AnalyticsIndexController *analytics() const { return m_analytics; }
     HistoryListModel *history() const { return m_history; }
     HistoryListModel *historySearch() const { return m_historySearch; }
+    IndexedGraphModel *timeline() const { return m_timeline; }
+    bool timelineOneLine() const { return m_timelineOneLine; }
+    void setTimelineOneLine(bool oneLine);
 
     /// @brief Background tasks of every room whose results have not been handled yet.
     int runningTaskCount() const;
@@ -109,6 +119,7 @@ Q_SIGNALS:
     void errorMessageChanged();
     void isSearchPresentedChanged();
     void isAboutPresentedChanged();
+    void timelineOneLineChanged();
 
 private:
     void published();
@@ -122,6 +133,8 @@ private:
     AnalyticsIndexController *m_analytics;
     HistoryListModel *m_history;
     HistoryListModel *m_historySearch;
+    IndexedGraphModel *m_timeline;
+    bool m_timelineOneLine = true;
     /// The repository whose index the history lists read; they keep it while it is brought
     /// up to date again.
     QString m_historyRepository;

@@ -4,6 +4,8 @@
 #include <QPen>
 #include <QVariantMap>
 
+#include <algorithm>
+
 namespace strataloom {
 
 GraphRow::GraphRow(QQuickItem *parent)
@@ -12,7 +14,7 @@ GraphRow::GraphRow(QQuickItem *parent)
     setAntialiasing(true);
     connect(this, &GraphRow::graphChanged, this, [this] { update(); });
     connect(this, &GraphRow::appearanceChanged, this, [this] {
-        setImplicitWidth(m_graph.size() * m_columnWidth);
+        updateImplicitWidth();
         update();
     });
 }
@@ -22,7 +24,14 @@ void GraphRow::setGraph(const QString &graph)
     if (graph == m_graph)
         return;
     m_graph = graph;
-    setImplicitWidth(m_graph.size() * m_columnWidth);
+    updateSegments();
+}
+
+void GraphRow::setLaneRow(const QVariantMap &laneRow)
+{
+    if (laneRow == m_laneRow)
+        return;
+    m_laneRow = laneRow;
     updateSegments();
 }
 
@@ -113,8 +122,29 @@ QVariantList GraphRow::segmentMaps() const
 
 void GraphRow::updateSegments()
 {
-    m_segments = graphSegments(m_graph, m_above, m_below);
+    if (m_laneRow.isEmpty()) {
+        m_segments = graphSegments(m_graph, m_above, m_below);
+        m_columns = int(m_graph.size());
+    } else {
+        const QVariantList flat = m_laneRow.value(QStringLiteral("edges")).toList();
+        QList<std::pair<int, int>> edges;
+        int lanes = std::max(m_laneRow.value(QStringLiteral("laneCount")).toInt(),
+                             m_laneRow.value(QStringLiteral("lanesAbove")).toInt());
+        for (qsizetype i = 0; i + 1 < flat.size(); i += 2) {
+            edges.append({flat.at(i).toInt(), flat.at(i + 1).toInt()});
+            lanes = std::max(lanes, edges.constLast().second + 1);
+        }
+        m_segments = laneSegments(m_laneRow.value(QStringLiteral("lane")).toInt(),
+                                  m_laneRow.value(QStringLiteral("lanesAbove")).toInt(), edges);
+        m_columns = 2 * lanes;
+    }
+    updateImplicitWidth();
     Q_EMIT graphChanged();
+}
+
+void GraphRow::updateImplicitWidth()
+{
+    setImplicitWidth(m_columns * m_columnWidth);
 }
 
 QColor GraphRow::laneColor(int lane) const
@@ -136,7 +166,9 @@ void GraphRow::paint(QPainter *painter)
             painter->setPen(QPen(color, m_lineWidth, Qt::SolidLine, Qt::RoundCap));
             painter->drawLine(point(segment.from), point(segment.to));
         } else {
-            painter->setPen(QPen(m_background.isValid() ? m_background : color, 2));
+            // The ring keeps passing lines apart from the dot; small dots get a thin one.
+            painter->setPen(QPen(m_background.isValid() ? m_background : color,
+                                 std::min<qreal>(2, m_dotRadius * 0.3)));
             painter->setBrush(color);
             painter->drawEllipse(point(segment.from), m_dotRadius, m_dotRadius);
         }

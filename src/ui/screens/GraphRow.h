@@ -6,6 +6,7 @@
 #include <QList>
 #include <QQuickPaintedItem>
 #include <QVariantList>
+#include <QVariantMap>
 #include <QtQml/qqmlregistration.h>
 
 namespace strataloom {
@@ -13,7 +14,9 @@ namespace strataloom {
 /**
  * @brief Draws the graph prefix of one timeline row as coloured lanes, joins and a commit dot.
  *
- * Its implicit width is one column per character of the prefix; the height is the row's.
+ * Its implicit width is one column per character of the prefix; the height is the row's. Given
+ * a laneRow instead, it draws the commit's row from its lanes (see laneSegments()), two columns
+ * per lane.
  */
 class GraphRow : public QQuickPaintedItem
 {
@@ -23,6 +26,9 @@ class GraphRow : public QQuickPaintedItem
     /// The prefixes of the rows above and below ("" at the ends), to join the dot to them.
     Q_PROPERTY(QString graphAbove READ graphAbove WRITE setGraphAbove NOTIFY graphChanged)
     Q_PROPERTY(QString graphBelow READ graphBelow WRITE setGraphBelow NOTIFY graphChanged)
+    /// A commit's lanes as IndexedGraphModel gives them ({lane, laneCount, lanesAbove, edges:
+    /// [from, to, ...]}); when not empty, drawn instead of graph.
+    Q_PROPERTY(QVariantMap laneRow READ laneRow WRITE setLaneRow NOTIFY graphChanged)
     Q_PROPERTY(qreal columnWidth READ columnWidth WRITE setColumnWidth NOTIFY appearanceChanged)
     Q_PROPERTY(qreal lineWidth READ lineWidth WRITE setLineWidth NOTIFY appearanceChanged)
     Q_PROPERTY(qreal dotRadius READ dotRadius WRITE setDotRadius NOTIFY appearanceChanged)
@@ -43,6 +49,8 @@ public:
     void setGraphAbove(const QString &graph);
     QString graphBelow() const { return m_below; }
     void setGraphBelow(const QString &graph);
+    QVariantMap laneRow() const { return m_laneRow; }
+    void setLaneRow(const QVariantMap &laneRow);
     qreal columnWidth() const { return m_columnWidth; }
     void setColumnWidth(qreal width);
     qreal lineWidth() const { return m_lineWidth; }
@@ -64,10 +72,13 @@ Q_SIGNALS:
 private:
     void updateSegments();
     QColor laneColor(int lane) const;
+    void updateImplicitWidth();
 
     QString m_graph;
     QString m_above;
     QString m_below;
+    QVariantMap m_laneRow;
+    int m_columns = 0;
     QList<GraphSegment> m_segments;
     qreal m_columnWidth = 9;
     qreal m_lineWidth = 2;

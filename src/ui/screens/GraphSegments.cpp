@@ -1,5 +1,7 @@
 #include "ui/screens/GraphSegments.h"
 
+#include <algorithm>
+
 namespace strataloom {
 
 namespace {
@@ -71,6 +73,21 @@ QList<GraphSegment> graphSegments(const QString &graph, const QString &above, co
         }
     }
     return segments + dots;
+}
+
+QList<GraphSegment> laneSegments(int lane, int lanesAbove, const QList<std::pair<int, int>> &edges)
+{
+    const auto column = [](int l) { return 2 * l + 0.5; };
+    QList<GraphSegment> segments;
+    for (int l = 0; l < lanesAbove; ++l)
+        segments << line(column(l), 0, column(l), 0.5, l);
+    for (const auto &[from, to] : edges) {
+        // As in the text drawing, a line between two lanes takes the colour of the right one.
+        segments << line(column(from), 0.5, column(to), 1, std::max(from, to));
+    }
+    segments << GraphSegment {GraphSegment::Kind::Dot, QPointF(column(lane), 0.5),
+                              QPointF(column(lane), 0.5), lane};
+    return segments;
 }
 
 } // namespace strataloom

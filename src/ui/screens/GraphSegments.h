@@ -4,6 +4,8 @@
 #include <QPointF>
 #include <QString>
 
+#include <utility>
+
 namespace strataloom {
 
 /**
@@ -34,5 +36,14 @@ struct GraphSegment
  */
 QList<GraphSegment> graphSegments(const QString &graph, const QString &above = {},
                                   const QString &below = {});
+
+/**
+ * @brief The strokes of one commit's row drawn from its lanes instead of from text, in the same
+ * cells (lane l in column 2l): the @p lanesAbove lanes that enter from the row above reach down
+ * to the middle, every line of @p edges (lane here, lane in the next row) runs from the middle
+ * to the bottom, and the dot of the commit in @p lane goes over them. Rows drawn this way join
+ * without connector lines, whatever the number of lanes a line crosses.
+ */
+QList<GraphSegment> laneSegments(int lane, int lanesAbove, const QList<std::pair<int, int>> &edges);
 
 } // namespace strataloom

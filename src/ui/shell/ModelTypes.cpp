@@ -24,6 +24,8 @@ void registerModelTypes()
                                                     QStringLiteral("Lists belong to the model"));
         qmlRegisterUncreatableType<HistoryListModel>(uri, 1, 0, "HistoryListModel",
                                                      QStringLiteral("Lists belong to the model"));
+        qmlRegisterUncreatableType<IndexedGraphModel>(uri, 1, 0, "IndexedGraphModel",
+                                                      QStringLiteral("Lists belong to the model"));
         qmlRegisterUncreatableMetaObject(AnalyticsIndexState::staticMetaObject, uri, 1, 0,
                                          "AnalyticsIndexState",
                                          QStringLiteral("States come from the model"));

@@ -1,4 +1,4 @@
-// The strokes drawn for lines of git's text graph.
+// The strokes drawn for lines of git's text graph, and for commit rows drawn from their lanes.
 #include "ui/screens/GraphSegments.h"
 
 #include <QTest>
@@ -6,6 +6,8 @@
 using namespace strataloom;
 
 namespace {
+
+using Edges = QList<std::pair<int, int>>;
 
 GraphSegment line(qreal x1, qreal y1, qreal x2, qreal y2, int lane)
 {
@@ -58,6 +60,39 @@ private Q_SLOTS:
         QFETCH(QStringList, lines);
         QFETCH(QList<GraphSegment>, expected);
         QCOMPARE(graphSegments(lines[0], lines[1], lines[2]), expected);
+    }
+
+    void rowsDrawnFromLanes_data()
+    {
+        QTest::addColumn<int>("lane");
+        QTest::addColumn<int>("lanesAbove");
+        QTest::addColumn<Edges>("edges"); // (lane here, lane in the next row)
+        QTest::addColumn<QList<GraphSegment>>("expected");
+        using L = QList<GraphSegment>;
+        using E = Edges;
+        QTest::newRow("branch tip: nothing above its dot")
+            << 1 << 1 << E {{0, 0}, {1, 0}}
+            << L {line(0.5, 0, 0.5, 0.5, 0), line(0.5, 0.5, 0.5, 1, 0), line(2.5, 0.5, 0.5, 1, 1),
+                  dot(2.5, 1)};
+        QTest::newRow("merge opens a lane on the right")
+            << 0 << 1 << E {{0, 0}, {0, 1}}
+            << L {line(0.5, 0, 0.5, 0.5, 0), line(0.5, 0.5, 0.5, 1, 0), line(0.5, 0.5, 2.5, 1, 1),
+                  dot(0.5, 0)};
+        // A line that closes up moves across several lanes within the row, not over text lines.
+        QTest::newRow("lanes close up past a root")
+            << 0 << 3 << E {{1, 0}, {2, 1}}
+            << L {line(0.5, 0, 0.5, 0.5, 0), line(2.5, 0, 2.5, 0.5, 1), line(4.5, 0, 4.5, 0.5, 2),
+                  line(2.5, 0.5, 0.5, 1, 1), line(4.5, 0.5, 2.5, 1, 2), dot(0.5, 0)};
+        QTest::newRow("lone root") << 0 << 0 << E {} << L {dot(0.5, 0)};
+    }
+
+    void rowsDrawnFromLanes()
+    {
+        QFETCH(int, lane);
+        QFETCH(int, lanesAbove);
+        QFETCH(Edges, edges);
+        QFETCH(QList<GraphSegment>, expected);
+        QCOMPARE(laneSegments(lane, lanesAbove, edges), expected);
     }
 };
 

@@ -3,14 +3,16 @@ import QtTest
 import Strataloom.Screens
 import "../support"
 
-// History and Search over the index: the whole history a page at a time, the query language in
-// their fields with mistakes named under them, and git's window with its note until then.
+// History, Search and the Timeline over the index: the whole history a page at a time, the query
+// language in their fields with mistakes named under them, and git's window with its note until
+// then.
 UiTestCase {
     id: testCase
     name: "HistoryIndex"
 
     Component { id: historyScreen; HistoryScreen {} }
     Component { id: searchScreen; SearchScreen {} }
+    Component { id: timelineScreen; TimelineScreen {} }
 
     function indexedHistory(count) {
         const repo = fixtures.newRepository()
@@ -80,5 +82,58 @@ UiTestCase {
         tryCompare(results, "count", 0)
         verify(findOne(opened.screen, "searchNote").visible)
         verify(field.invalid)
+    }
+
+    function test_timelineDrawsTheWholeHistoryFromTheIndex() {
+        const opened = openIndexed(timelineScreen, indexedHistory(230))
+        const list = findOne(opened.screen, "timelineList")
+        // git's window of 230 lines first, then the index's 230 commits.
+        tryVerify(() => list.model === opened.model.timeline, 20000)
+        compare(list.count, 230)
+        verify(!findOne(opened.screen, "timelineNote").visible)
+        // The far end is read when it is shown: the first commit, a root, ends at its dot.
+        list.positionViewAtEnd()
+        tryVerify(() => { const row = list.itemAtIndex(229); return row !== null && row.isLoaded }, 20000)
+        const root = list.itemAtIndex(229)
+        compare(root.subject, "Change 1")
+        const segments = findChild(root, "graphRow").segments
+        verify(segments.some(s => s.kind === "dot") && !segments.some(s => s.y2 === 1), "nothing leaves the root downwards")
+    }
+
+    // main: Start, then Main work; feature: Feature work; then a merge of feature into main.
+    function test_timelineFromTheIndexDrawsAMergeWithoutConnectorRowsAndTakesTwoLinesOnRequest() {
+        const repo = fixtures.newRepository()
+        fixtures.write(repo, "a.txt", "a\n")
+        fixtures.commit(repo, "Start")
+        fixtures.git(repo, ["checkout", "-q", "-b", "feature"])
+        fixtures.write(repo, "b.txt", "b\n")
+        fixtures.commit(repo, "Feature work")
+        fixtures.git(repo, ["checkout", "-q", "main"])
+        fixtures.write(repo, "c.txt", "c\n")
+        fixtures.commit(repo, "Main work")
+        fixtures.git(repo, ["merge", "-q", "--no-ff", "feature", "-m", "Merge feature"])
+        const opened = openIndexed(timelineScreen, repo)
+        const list = findOne(opened.screen, "timelineList")
+        tryVerify(() => list.count === 4 && list.itemAtIndex(3) !== null && list.itemAtIndex(3).isLoaded, 20000)
+        const rows = {}
+        for (let i = 0; i < 4; ++i)
+            rows[list.itemAtIndex(i).subject] = findChild(list.itemAtIndex(i), "graphRow").segments
+        const has = (row, x1, y1, x2, y2) => rows[row].some(s => s.kind === "line" && s.x1 === x1 && s.y1 === y1
+                                                            && s.x2 === x2 && s.y2 === y2)
+        verify(has("Merge feature", 0.5, 0.5, 2.5, 1), "the merge opens a second lane")
+        verify(Object.keys(rows).some(subject => has(subject, 2.5, 0.5, 0.5, 1)), "the lanes join again")
+        verify(!has("Start", 0.5, 0.5, 0.5, 1), "the first commit ends the history")
+        compare(findChild(list.itemAtIndex(0), "refBadges").refs, [{ name: "main", kind: "head" }])
+
+        // Two lines per commit on request, kept in the preferences for the next window.
+        const oneLineHeight = list.itemAtIndex(0).height
+        const toggle = findOne(opened.screen, "timelineRowStyle")
+        verify(toggle.checked)
+        mouseClick(toggle)
+        compare(opened.model.timelineOneLine, false)
+        verify(list.itemAtIndex(0).height > oneLineHeight)
+        compare(fixtures.newModel().timelineOneLine, false)
+        mouseClick(toggle)
+        compare(opened.model.timelineOneLine, true)
     }
 }
