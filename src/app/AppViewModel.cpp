@@ -2,6 +2,9 @@
 
 #include "app/PropertyAssign.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 namespace strataloom {
 
 AppViewModel::AppViewModel(RecentRepositoryStore recentStore,
@@ -41,6 +44,7 @@ void AppViewModel::published()
         m_historyRepository.clear();
         m_history->setDatabase({});
         m_historySearch->setDatabase({});
+        m_selection->setIndexDatabase({});
     }
     m_analytics->start(*m_session->repository());
 }
@@ -52,6 +56,7 @@ void AppViewModel::indexStateChanged()
     m_historyRepository = m_session->repository()->path;
     m_history->setDatabase(m_analytics->databasePath());
     m_historySearch->setDatabase(m_analytics->databasePath());
+    m_selection->setIndexDatabase(m_analytics->databasePath());
 }
 
 int AppViewModel::runningTaskCount() const
@@ -104,14 +109,28 @@ void AppViewModel::openInsightAuthor(const QString &name)
 
 void AppViewModel::openInsightFile(const QString &path)
 {
+    const std::optional<RepositorySummary> &repository = m_session->repository();
+    if (!repository) {
+        setErrorMessage(QStringLiteral("No repository is open."));
+        return;
+    }
+    std::optional<FileRecord> chosen;
     for (const FileRecord &file : m_session->files()) {
         if (file.path == path) {
-            setSelectedSection(SidebarSection::Files);
-            m_selection->selectFile(file);
-            return;
+            chosen = file;
+            break;
         }
     }
-    setErrorMessage(QStringLiteral("The file is no longer present in the current working tree."));
+    if (!chosen) {
+        // A file of the history that the working tree no longer holds (or one beyond the
+        // files listed): its history opens all the same, marked as deleted when it is gone.
+        const bool present = QFileInfo(QDir(repository->path).filePath(path)).isFile();
+        chosen = FileRecord {path,
+                             present ? QStringLiteral("tracked") : QStringLiteral("deleted"),
+                             std::nullopt, QString()};
+    }
+    setSelectedSection(SidebarSection::Files);
+    m_selection->selectFile(*chosen);
 }
 
 void AppViewModel::setSelectedSection(SidebarSection section)
