@@ -7,6 +7,9 @@
 #include <QJsonArray>
 #include <QJsonValue>
 
+#include <QDir>
+#include <QFileInfo>
+
 namespace strataloom {
 
 namespace {
@@ -58,6 +61,7 @@ void AppViewModel::published()
         m_history->setDatabase({});
         m_historySearch->setDatabase({});
         m_timeline->setSource({}, {});
+        m_selection->setIndexDatabase({});
     }
     m_analytics->start(*m_session->repository());
 }
@@ -70,6 +74,7 @@ void AppViewModel::indexStateChanged()
     m_history->setDatabase(m_analytics->databasePath());
     m_historySearch->setDatabase(m_analytics->databasePath());
     m_timeline->setSource(m_historyRepository, m_analytics->databasePath());
+    m_selection->setIndexDatabase(m_analytics->databasePath());
 }
 
 int AppViewModel::runningTaskCount() const
@@ -123,14 +128,28 @@ void AppViewModel::openInsightAuthor(const QString &name)
 
 void AppViewModel::openInsightFile(const QString &path)
 {
+    const std::optional<RepositorySummary> &repository = m_session->repository();
+    if (!repository) {
+        setErrorMessage(QStringLiteral("No repository is open."));
+        return;
+    }
+    std::optional<FileRecord> chosen;
     for (const FileRecord &file : m_session->files()) {
         if (file.path == path) {
-            setSelectedSection(SidebarSection::Files);
-            m_selection->selectFile(file);
-            return;
+            chosen = file;
+            break;
         }
     }
-    setErrorMessage(QStringLiteral("The file is no longer present in the current working tree."));
+    if (!chosen) {
+        // A file of the history that the working tree no longer holds (or one beyond the
+        // files listed): its history opens all the same, marked as deleted when it is gone.
+        const bool present = QFileInfo(QDir(repository->path).filePath(path)).isFile();
+        chosen = FileRecord {path,
+                             present ? QStringLiteral("tracked") : QStringLiteral("deleted"),
+                             std::nullopt, QString()};
+    }
+    setSelectedSection(SidebarSection::Files);
+    m_selection->selectFile(*chosen);
 }
 
 void AppViewModel::setSelectedSection(SidebarSection section)

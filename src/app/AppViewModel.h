@@ -111,7 +111,8 @@ public:
 
     /// @brief Jumps from the insights to the author of exactly that name among authorStats.
     Q_INVOKABLE void openInsightAuthor(const QString &name);
-    /// @brief Jumps from the insights to the file of exactly that path among files.
+    /// @brief Jumps from the insights to the file of exactly that path among files; a file the
+    /// working tree no longer holds opens too, with its history and the status "deleted".
     Q_INVOKABLE void openInsightFile(const QString &path);
 
 Q_SIGNALS:

@@ -3,8 +3,11 @@
 #include "app/DesktopActions.h"
 #include "app/PropertyAssign.h"
 #include "app/RepositorySession.h"
+#include "index/SQLite.h"
+#include "insights/FileHistory.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 namespace strataloom {
 
@@ -32,6 +35,7 @@ RepositorySelection::RepositorySelection(const RepositorySession &session,
     , m_desktopActions(desktopActions)
     , m_tasks(this, [this](const QString &error) { Q_EMIT failed(error); })
     , m_commitChanges(new CommitChangeListModel(this))
+    , m_fileHistory(new HistoryListModel(this))
 { }
 
 std::optional<QString> RepositorySelection::repositoryPath() const
@@ -54,6 +58,19 @@ void RepositorySelection::reset(const std::optional<CommitRecord> &commit)
     assign(this, m_fileDetailsError, QString(), &RepositorySelection::fileDetailsErrorChanged);
     assign(this, m_authorDetailsError, QString(), &RepositorySelection::authorDetailsErrorChanged);
     setCommitChanges({});
+    ++m_fileGeneration;
+    m_fileHistory->setDatabase({});
+}
+
+void RepositorySelection::setIndexDatabase(const QString &path)
+{
+    if (m_indexDatabase == path)
+        return;
+    m_indexDatabase = path;
+    if (m_file)
+        loadFileDetails();
+    else
+        m_fileHistory->setDatabase({});
 }
 
 void RepositorySelection::selectCommit(const QVariantMap &commit)
@@ -103,11 +120,35 @@ void RepositorySelection::selectFile(const FileRecord &file)
     assign(this, m_fileDetails, std::optional<FileDetails>(),
            &RepositorySelection::selectedFileDetailsChanged);
     assign(this, m_fileDetailsError, QString(), &RepositorySelection::fileDetailsErrorChanged);
+    loadFileDetails();
+}
+
+void RepositorySelection::loadFileDetails()
+{
     const std::optional<QString> path = repositoryPath();
+    const std::optional<QString> query = fileHistoryQuery(m_file->path);
+    // The index names a file by any path but one with a double quote; git reads that one.
+    const QString index = path && query ? m_indexDatabase : QString();
+    const bool newQuery = query && m_fileHistory->query() != *query;
+    if (query)
+        m_fileHistory->setQuery(*query);
+    if (m_fileHistory->database() != index)
+        m_fileHistory->setDatabase(index);
+    else if (!newQuery)
+        m_fileHistory->reload(); // the same file chosen again is read afresh
+    const quint64 generation = ++m_fileGeneration;
     if (!path)
         return;
     m_tasks.run(
-        [git = m_git, path = *path, file = file.path] { return git.loadFileDetails(path, file); },
+        [git = m_git, path = *path, file = m_file->path, index] {
+            if (index.isEmpty())
+                return git.loadFileDetails(path, file);
+            SQLiteDatabase database(index);
+            FileDetails details = indexedFileDetails(database, file);
+            const QFileInfo onDisk(QDir(path).filePath(file));
+            details.sizeBytes = onDisk.isFile() ? onDisk.size() : 0;
+            return details;
+        },
         [this](const FileDetails &details) {
             assign(this, m_fileDetails, std::optional(details),
                    &RepositorySelection::selectedFileDetailsChanged);
@@ -115,7 +156,8 @@ void RepositorySelection::selectFile(const FileRecord &file)
         [this](const QString &error) {
             assign(this, m_fileDetailsError, error, &RepositorySelection::fileDetailsErrorChanged);
             Q_EMIT failed(error);
-        });
+        },
+        [this, generation] { return m_fileGeneration == generation; });
 }
 
 void RepositorySelection::openFile(const QVariantMap &file)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/BackgroundTasks.h"
+#include "app/HistoryListModel.h"
 #include "app/RecordModels.h"
 #include "git/GitService.h"
 
@@ -21,6 +22,10 @@ class RepositorySession;
  * Choosing a row always signals, even the row already chosen: the inspector turns to it. The
  * details load in the background; the ones that arrive last are shown. A failed read ends in
  * failed() and in the matching details error, so that nothing waits for it forever.
+ *
+ * Once the repository's index is ready (setIndexDatabase), a file's details and its commits
+ * (fileHistory) come from the index and follow the file through its renames, whether or not the
+ * working tree still holds it; until then the details are git's and the list is unavailable.
  */
 class RepositorySelection : public QObject
 {
@@ -37,6 +42,8 @@ class RepositorySelection : public QObject
                    commitChangesChanged)
     /// Why the selected file's details could not be read; empty while they load or once read.
     Q_PROPERTY(QString fileDetailsError READ fileDetailsError NOTIFY fileDetailsErrorChanged)
+    /// The selected file's commits under all its names, newest first, paged from the index.
+    Q_PROPERTY(strataloom::HistoryListModel *fileHistory READ fileHistory CONSTANT)
     /// Why the selected author's details could not be read; empty while they load or once read.
     Q_PROPERTY(QString authorDetailsError READ authorDetailsError NOTIFY authorDetailsErrorChanged)
     Q_PROPERTY(QString presentedDiff READ presentedDiff NOTIFY presentedDiffChanged)
@@ -61,7 +68,12 @@ public:
     QString authorDetailsError() const { return m_authorDetailsError; }
     QString presentedDiff() const { return m_presentedDiff; }
     bool isDiffPresented() const { return m_isDiffPresented; }
-    int runningTaskCount() const { return m_tasks.running(); }
+    HistoryListModel *fileHistory() const { return m_fileHistory; }
+    int runningTaskCount() const { return m_tasks.running() + m_fileHistory->runningTaskCount(); }
+
+    /// @brief Reads file histories from the index database at @p path from now on ("": from git);
+    /// a file already selected is read again from there.
+    void setIndexDatabase(const QString &path);
 
     void setDiffPresented(bool presented);
     /// @brief Starts over for a newly published repository: @p commit selected, nothing else.
@@ -94,6 +106,7 @@ Q_SIGNALS:
 private:
     std::optional<QString> repositoryPath() const;
     void setCommitChanges(const QList<CommitFileChange> &changes);
+    void loadFileDetails();
 
     QVariant selectedCommitValue() const;
     QVariant selectedFileValue() const;
@@ -111,6 +124,9 @@ private:
     std::optional<AuthorStat> m_author;
     std::optional<AuthorDetails> m_authorDetails;
     CommitChangeListModel *m_commitChanges;
+    HistoryListModel *m_fileHistory;
+    QString m_indexDatabase;
+    quint64 m_fileGeneration = 0;
     QString m_fileDetailsError;
     QString m_authorDetailsError;
     QString m_presentedDiff;

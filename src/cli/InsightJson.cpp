@@ -1,5 +1,8 @@
 #include "cli/InsightJson.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 namespace strataloom::cli {
 
 Json insightsReport(const RepositoryAnalyticsInsights &insights, const InsightOptions &options)
@@ -13,6 +16,29 @@ Json insightsReport(const RepositoryAnalyticsInsights &insights, const InsightOp
         drop("bots");
     if (!options.mergeIdentities)
         drop("identities");
+    if (!options.followRenames && !options.hideDeletedFiles && !options.excludeGenerated) {
+        // Without the file corrections nothing reads which files HEAD still holds: the deleted
+        // marks are left out rather than all written false.
+        const auto unmarked = [](const auto &records, std::initializer_list<QLatin1String> marks) {
+            return Json::array(records, [&marks](const auto &record) {
+                Json::Object object = std::get<Json::Object>(toJson(record).value());
+                std::erase_if(object, [&marks](const auto &field) {
+                    return std::find(marks.begin(), marks.end(), field.first) != marks.end();
+                });
+                return Json(std::move(object));
+            });
+        };
+        const auto replace = [&report](const char *key, Json value) {
+            for (auto &field : report) {
+                if (field.first == QLatin1String(key))
+                    field.second = std::move(value);
+            }
+        };
+        replace("hotspots", unmarked(insights.hotspots, {QLatin1String("deleted")}));
+        replace("coChanges",
+                unmarked(insights.coChanges,
+                         {QLatin1String("firstDeleted"), QLatin1String("secondDeleted")}));
+    }
     report.emplace_back(QStringLiteral("observations"),
                         Json::array(insightObservations(insights), [](const InsightObservation &o) {
                             return Json(Json::Object {{QStringLiteral("title"), o.title},

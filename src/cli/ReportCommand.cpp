@@ -272,7 +272,9 @@ QString formatReport(const RepositorySummary &summary, const RepositoryAnalytics
         heading(QStringLiteral("Hotspots"));
         for (const IndexedFileInsight &file : insights.hotspots.mid(0, listedHotspots)) {
             const QString figures = QStringLiteral("%1 · %2").arg(
-                plural(file.changes, "change", "changes"), plural(file.authors, "author", "authors"));
+                                        plural(file.changes, "change", "changes"),
+                                        plural(file.authors, "author", "authors"))
+                + (file.deleted ? QStringLiteral(" · deleted") : QString());
             const int pathWidth = std::max(width - 3 - int(figures.size()), 10);
             lines << QStringLiteral("  %1 %2").arg(fitted(file.path, pathWidth),
                                                    paint(Tone::Quiet, figures));

@@ -241,7 +241,9 @@ void applyFileOptions(SQLiteDatabase &database, History &history,
     const size_t fileCount = history.fileIDs.size();
     std::vector<bool> excluded(fileCount, false);
     std::vector<bool> rankedOut(fileCount, false);
+    std::vector<bool> deleted(fileCount, false);
     bool anyRankedOut = false;
+    bool anyDeleted = false;
     QStringList technologies;
     for (size_t i = 0; i < fileCount; ++i) {
         const QString &path = history.filePaths[qsizetype(i)];
@@ -252,6 +254,8 @@ void applyFileOptions(SQLiteDatabase &database, History &history,
         }
         // Before the first synchronisation has read HEAD, no file is taken for deleted.
         const bool atHead = !facts.known || (fact.atHead && (holdsPath.empty() || holdsPath[i]));
+        deleted[i] = !atHead;
+        anyDeleted = anyDeleted || deleted[i];
         rankedOut[i] = options.hideDeletedFiles && !atHead;
         anyRankedOut = anyRankedOut || rankedOut[i];
     }
@@ -285,6 +289,8 @@ void applyFileOptions(SQLiteDatabase &database, History &history,
     history.fileChangeStatus.resize(kept);
     if (anyRankedOut)
         history.rankedOutFiles = std::move(rankedOut);
+    if (anyDeleted)
+        history.deletedFiles = std::move(deleted);
 }
 
 } // namespace strataloom::aggregates

@@ -35,8 +35,8 @@ std::vector<bool> followRenames(History &history,
 
 /**
  * @brief Applies the file options of @p options to @p history (read from @p database) and the
- * totals already summed in @p result: lineage (followRenames), files absent from HEAD kept out of
- * the rankings (hideDeletedFiles), and generated, vendored and lock files dropped from every
+ * totals already summed in @p result: lineage (followRenames), files absent from HEAD marked as
+ * deleted (History::deletedFiles) and kept out of the rankings (hideDeletedFiles), and generated, vendored and lock files dropped from every
  * file figure and from churn, with files named by the language table (excludeGenerated).
  * Does nothing for InsightOptions::asRecorded().
  */

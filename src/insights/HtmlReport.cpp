@@ -547,7 +547,8 @@ QString htmlReport(const RepositorySummary &summary, const RepositoryAnalyticsIn
     } else {
         QList<QStringList> rows;
         for (const IndexedFileInsight &file : insights.hotspots.mid(0, 10)) {
-            rows.append({file.path, count(file.changes), count(file.authors),
+            rows.append({file.deleted ? file.path + QStringLiteral(" (deleted)") : file.path,
+                         count(file.changes), count(file.authors),
                          day(file.lastChangedAt, locale)});
         }
         page.table({QStringLiteral("File"), QStringLiteral("Changes"), QStringLiteral("Authors"),
@@ -612,8 +613,14 @@ QString htmlReport(const RepositorySummary &summary, const RepositoryAnalyticsIn
         page.empty(QStringLiteral("No file pair repeats in at least two commits"));
     } else {
         QList<QStringList> rows;
-        for (const IndexedCoChangeInsight &pair : insights.coChanges)
-            rows.append({pair.firstPath + QStringLiteral(" ↔ ") + pair.secondPath, count(pair.commits)});
+        const auto named = [](const QString &path, bool deleted) {
+            return deleted ? path + QStringLiteral(" (deleted)") : path;
+        };
+        for (const IndexedCoChangeInsight &pair : insights.coChanges) {
+            rows.append({named(pair.firstPath, pair.firstDeleted) + QStringLiteral(" ↔ ")
+                             + named(pair.secondPath, pair.secondDeleted),
+                         count(pair.commits)});
+        }
         page.table({QStringLiteral("Files"), QStringLiteral("Commits")}, rows);
     }
     page.close();

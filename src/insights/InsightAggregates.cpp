@@ -181,7 +181,7 @@ QList<IndexedFileInsight> hotspots(const History &history, const std::vector<Fil
             continue;
         changed.push_back({history.filePaths[qsizetype(i)], file.changes, file.authors,
                            file.additions, file.deletions, dateFromSeconds(file.firstTime),
-                           dateFromSeconds(file.lastTime)});
+                           dateFromSeconds(file.lastTime), history.isDeleted(qsizetype(i))});
     }
     // The queries leave the order of equal ranks open; paths make it stable.
     return ranked(std::move(changed), 15,
@@ -276,7 +276,8 @@ QList<IndexedTechnologyInsight> technologies(const History &history,
 // its commits are tallied in one counter per file.
 QList<IndexedCoChangeInsight> coChangesOf(std::vector<std::pair<qsizetype, qsizetype>> commitFiles,
                                           const std::vector<qint64> &rowsOfCommit,
-                                          const QStringList &paths)
+                                          const QStringList &paths,
+                                          const std::vector<bool> &deletedFiles)
 {
     if (!std::is_sorted(commitFiles.begin(), commitFiles.end()))
         std::sort(commitFiles.begin(), commitFiles.end());
@@ -349,8 +350,13 @@ QList<IndexedCoChangeInsight> coChangesOf(std::vector<std::pair<qsizetype, qsize
                           return compareBinary(paths[a.second], paths[b.second]) < 0;
                       });
     QList<IndexedCoChangeInsight> result;
-    for (auto it = candidates.begin(); it != last; ++it)
-        result.append({paths[it->first], paths[it->second], it->commits});
+    const auto isDeleted = [&deletedFiles](qint32 file) {
+        return !deletedFiles.empty() && deletedFiles[size_t(file)];
+    };
+    for (auto it = candidates.begin(); it != last; ++it) {
+        result.append({paths[it->first], paths[it->second], it->commits, isDeleted(it->first),
+                       isDeleted(it->second)});
+    }
     return result;
 }
 

@@ -40,10 +40,12 @@ QList<IndexedTechnologyInsight> technologies(const History &history,
  * change rows each; most commits first, then by the two current paths.
  * @param commitFiles (commit index, file index) of each change row
  * @param rowsOfCommit change rows per commit index
+ * @param deletedFiles by file index, the files to mark as deleted (History::deletedFiles)
  */
 QList<IndexedCoChangeInsight> coChangesOf(std::vector<std::pair<qsizetype, qsizetype>> commitFiles,
                                           const std::vector<qint64> &rowsOfCommit,
-                                          const QStringList &paths);
+                                          const QStringList &paths,
+                                          const std::vector<bool> &deletedFiles = {});
 /// @brief The 12 commits with most churn, then by id.
 QList<IndexedCommitSizeInsight> largestCommits(SQLiteDatabase &database, const History &history);
 /// @brief Daily, monthly and yearly activity, oldest first, active periods only.

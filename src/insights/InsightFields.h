@@ -29,6 +29,7 @@ template<typename Visit> void visitFields(const IndexedFileInsight &record, Visi
     visit("deletions", record.deletions);
     visit("firstChangedAt", record.firstChangedAt);
     visit("lastChangedAt", record.lastChangedAt);
+    visit("deleted", record.deleted);
 }
 
 template<typename Visit> void visitFields(const IndexedCommitTypeInsight &record, Visit &&visit)
@@ -76,6 +77,8 @@ template<typename Visit> void visitFields(const IndexedCoChangeInsight &record, 
     visit("firstPath", record.firstPath);
     visit("secondPath", record.secondPath);
     visit("commits", record.commits);
+    visit("firstDeleted", record.firstDeleted);
+    visit("secondDeleted", record.secondDeleted);
 }
 
 template<typename Visit> void visitFields(const IndexedCommitSizeInsight &record, Visit &&visit)

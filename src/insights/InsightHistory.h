@@ -125,12 +125,19 @@ struct History
     std::vector<std::pair<qsizetype, qsizetype>> rankedOutChanges;
     std::vector<std::pair<qint64, qint64>> rankedOutChangeLines; // parallel
     std::vector<bool> rankedOutFiles; // by file index; empty when none is
+    // Files the newest commit no longer holds, by file index, whether ranked out or not; empty
+    // when none is or the file options did not run.
+    std::vector<bool> deletedFiles;
     // The technology of each file by file index; empty: today's classifier on its path.
     QStringList fileTechnologies;
 
     bool isRankedOut(qsizetype file) const
     {
         return !rankedOutFiles.empty() && rankedOutFiles[size_t(file)];
+    }
+    bool isDeleted(qsizetype file) const
+    {
+        return !deletedFiles.empty() && deletedFiles[size_t(file)];
     }
     // Calls @p visit(commit index, file index, additions, deletions) for every change row the
     // files' totals count: fileChanges, then rankedOutChanges.

@@ -34,6 +34,8 @@ struct IndexedFileInsight
     qint64 deletions = 0;
     std::optional<QDateTime> firstChangedAt;
     std::optional<QDateTime> lastChangedAt;
+    /// The newest commit no longer holds the file (told only while the file corrections apply).
+    bool deleted = false;
 
     bool operator==(const IndexedFileInsight &) const = default;
 };
@@ -88,6 +90,9 @@ struct IndexedCoChangeInsight
     QString firstPath;
     QString secondPath;
     qint64 commits = 0;
+    /// The newest commit no longer holds the first or the second file, as for a hotspot.
+    bool firstDeleted = false;
+    bool secondDeleted = false;
 
     bool operator==(const IndexedCoChangeInsight &) const = default;
 };

@@ -72,7 +72,8 @@ RepositoryAnalyticsInsights insights(SQLiteDatabase &database, const InsightOpti
     std::future<RepositoryAnalyticsInsights> files = std::async(std::launch::async, [&history] {
         RepositoryAnalyticsInsights summary;
         summary.coChanges
-            = coChangesOf(history.fileChanges, rowsPerCommit(history), history.filePaths);
+            = coChangesOf(history.fileChanges, rowsPerCommit(history), history.filePaths,
+                          history.deletedFiles);
         const std::vector<FileTotals> totals = fileTotals(history);
         summary.hotspots = hotspots(history, totals);
         summary.technologies = technologies(history, totals);

@@ -190,7 +190,9 @@ private Q_SLOTS:
                                 << int(AppViewModel::SidebarSection::Statistics);
         QTest::newRow("author in other case") << true << "grace hopper" << -1;
         QTest::newRow("file") << false << "b.txt" << int(AppViewModel::SidebarSection::Files);
-        QTest::newRow("file no longer there") << false << "gone.txt" << -1;
+        // A file the working tree lost opens with its history rather than an error.
+        QTest::newRow("file no longer there")
+            << false << "gone.txt" << int(AppViewModel::SidebarSection::Files);
     }
 
     void insightJumpsNeedAnExactMatch()

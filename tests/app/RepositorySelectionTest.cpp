@@ -31,6 +31,39 @@ struct Room
 /// Chooses one kind of row in the room.
 using Choice = std::function<void(Room &)>;
 
+/// a.c, written by Ada, is renamed to b.c (Bob), then to c.c (Cyd), and deleted by Cyd; keep.h
+/// changes beside it each time but the last. 20 numbered lines, one edited: git sees renames.
+void renameTwiceThenDelete(TestRepository &repository)
+{
+    int round = 0;
+    const auto step = [&](const QString &file, const QString &author) {
+        QByteArray text;
+        for (int line = 0; line < 20; ++line)
+            text += "line " + QByteArray::number(line) + (line == round ? " edited\n" : "\n");
+        repository.write(file, text);
+        repository.write("keep.h", "round " + QByteArray::number(round++) + "\n");
+        repository.commit(file, author, author + "@example.com");
+    };
+    step("a.c", "Ada");
+    step("a.c", "Ada");
+    repository.git({"mv", "a.c", "b.c"});
+    step("b.c", "Bob");
+    step("b.c", "Bob");
+    repository.git({"mv", "b.c", "c.c"});
+    step("c.c", "Cyd");
+    step("c.c", "Cyd");
+    repository.remove("c.c");
+    repository.commit("drop c.c", "Cyd", "Cyd@example.com");
+}
+
+QStringList idsOf(const HistoryListModel &history)
+{
+    QStringList ids;
+    for (const CommitRecord &commit : history.records())
+        ids << commit.id;
+    return ids;
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(Choice)
@@ -140,6 +173,65 @@ private Q_SLOTS:
         for (const char *property : {"selectedFile", "selectedAuthor", "selectedCommit"})
             QCOMPARE(order.fired.count(QLatin1String(property)), 1);
         QVERIFY(settle(selection));
+    }
+
+    // The insights name a file by its last path; its details and commits follow it through its
+    // renames once the index is ready, git's details stand in before.
+    void fileHistoryFollowsRenamesThroughTheIndex()
+    {
+        FixtureRepository repository;
+        renameTwiceThenDelete(repository);
+        ModelHarness harness;
+        QVERIFY(openAndWait(harness.session(), repository.path()));
+        QVERIFY(settle(harness.model()));
+        QVERIFY(harness.analytics().analyticsIndexState().isReady());
+        RepositorySelection &selection = harness.selection();
+        const auto gitLog = [&repository](const QStringList &paths) {
+            return repository.git(QStringList {"log", "--all", "--format=%H", "--"} + paths)
+                .split('\n', Qt::SkipEmptyParts);
+        };
+
+        const struct
+        {
+            const char *name;
+            QString path;
+            bool indexReady;
+            QString status;
+            QStringList commits; ///< of the list, newest first; unused from git
+            QStringList authors;
+            QString lastAuthor;
+        } cases[] = {
+            {"deleted after two renames", "c.c", true, "deleted", gitLog({"a.c", "b.c", "c.c"}),
+             {"Ada", "Bob", "Cyd"}, "Cyd"},
+            {"never renamed", "keep.h", true, "tracked", gitLog({"keep.h"}),
+             {"Ada", "Bob", "Cyd"}, "Cyd"},
+            {"before the index", "keep.h", false, "tracked", {}, {"Ada", "Bob", "Cyd"}, "Cyd"},
+        };
+        for (const auto &test : cases) {
+            selection.setIndexDatabase(test.indexReady ? harness.analytics().databasePath()
+                                                       : QString());
+            harness.model().setSelectedSection(AppViewModel::SidebarSection::Insights);
+            harness.model().openInsightFile(test.path);
+            QVERIFY2(settle(harness.model()), test.name);
+            QCOMPARE(harness.model().errorMessage(), std::nullopt);
+            QCOMPARE(harness.model().selectedSection(), AppViewModel::SidebarSection::Files);
+            QCOMPARE(selection.selectedFile()->status, test.status);
+            const std::optional<FileDetails> &details = selection.selectedFileDetails();
+            QVERIFY2(details, test.name);
+            QCOMPARE(details->authors, test.authors);
+            QCOMPARE(details->lastAuthor, test.lastAuthor);
+            HistoryListModel &history = *selection.fileHistory();
+            QCOMPARE(history.isAvailable(), test.indexReady);
+            if (!test.indexReady) {
+                QCOMPARE(*details, GitService().loadFileDetails(repository.path(), test.path));
+                continue;
+            }
+            while (history.canFetchMore({}))
+                history.fetchMore({});
+            QCOMPARE(idsOf(history), test.commits);
+            QCOMPARE(details->commitCount, test.commits.size());
+            QCOMPARE(details->sizeBytes > 0, test.status != "deleted");
+        }
     }
 
     void withoutRepositoryNothingStarts()

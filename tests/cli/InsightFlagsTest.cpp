@@ -96,6 +96,13 @@ TEST(InsightFlags, TheProgramTakesTheFlags)
     const QJsonObject recorded = cliObject(command + QStringList {"--as-recorded"});
     EXPECT_EQ(recorded.value("topAuthors").toArray().size(), 5);
     EXPECT_FALSE(recorded.contains("bots") || recorded.contains("identities"));
+    // The deleted marks of the files, as well.
+    const auto firstHotspot = [](const QJsonObject &report) {
+        return report.value("hotspots").toArray().first().toObject();
+    };
+    ASSERT_FALSE(recorded.value("hotspots").toArray().isEmpty());
+    EXPECT_TRUE(firstHotspot(corrected).contains("deleted"));
+    EXPECT_FALSE(firstHotspot(recorded).contains("deleted"));
 
     EXPECT_EQ(::cli({"insights", repository.path(), "--no-such-correction"}).status, 2);
     EXPECT_EQ(::cli({"report", repository.path(), "--index-dir", indexDir.path(), "--as-recorded"})

@@ -92,3 +92,15 @@ TEST(Report, AnEmptyHistoryHasNoListsButStillItsRiskSignals)
     EXPECT_FALSE(report.contains(QStringLiteral("Activity by month")));
     EXPECT_EQ(report.count(QStringLiteral(" 100 = ")), 6);
 }
+
+TEST(Report, AHotspotTheNewestCommitLacksSaysDeleted)
+{
+    for (const bool deleted : {false, true}) {
+        RepositoryAnalyticsInsights value = insights();
+        value.hotspots.first().deleted = deleted;
+        const QString line = lineStartingWith(formatReport(summary(), value, {false, 80}, now),
+                                              QStringLiteral("src/main.c"));
+        ASSERT_FALSE(line.isEmpty());
+        EXPECT_EQ(line.contains(QStringLiteral("deleted")), deleted) << qPrintable(line);
+    }
+}

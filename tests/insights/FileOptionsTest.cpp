@@ -59,11 +59,15 @@ RepositoryAnalyticsInsights recordedInsights(RepositoryIndex &index)
     return recorded;
 }
 
-QStringList hotspotsOf(const RepositoryAnalyticsInsights &result)
+// "path:changes", then "/authors" when @p withAuthors, then " deleted" for a file HEAD lacks.
+QStringList hotspotsOf(const RepositoryAnalyticsInsights &result, bool withAuthors = false)
 {
     QStringList paths;
-    for (const IndexedFileInsight &file : result.hotspots)
-        paths.append(file.path + u':' + QString::number(file.changes));
+    for (const IndexedFileInsight &file : result.hotspots) {
+        paths.append(file.path + u':' + QString::number(file.changes)
+                     + (withAuthors ? u'/' + QString::number(file.authors) : QString())
+                     + (file.deleted ? QStringLiteral(" deleted") : QString()));
+    }
     paths.sort();
     return paths;
 }
@@ -71,9 +75,11 @@ QStringList hotspotsOf(const RepositoryAnalyticsInsights &result)
 QStringList couplingOf(const RepositoryAnalyticsInsights &result)
 {
     QStringList pairs;
-    for (const IndexedCoChangeInsight &pair : result.coChanges)
-        pairs.append(std::min(pair.firstPath, pair.secondPath) + u'+'
-                     + std::max(pair.firstPath, pair.secondPath));
+    for (const IndexedCoChangeInsight &pair : result.coChanges) {
+        const QString first = pair.firstPath + (pair.firstDeleted ? QStringLiteral("(deleted)") : QString());
+        const QString second = pair.secondPath + (pair.secondDeleted ? QStringLiteral("(deleted)") : QString());
+        pairs.append(std::min(first, second) + u'+' + std::max(first, second));
+    }
     pairs.sort();
     return pairs;
 }
@@ -87,24 +93,25 @@ qint64 churnOf(const RepositoryAnalyticsInsights &result, const QString &technol
     return -1;
 }
 
-// a.c is renamed to b.c and then to c.c, each name changed once more, and finally deleted;
-// keep.h changes in every commit.
-void renamedTwiceThenDeleted(TestRepository &repository)
+// a.c is renamed to b.c and then to c.c, each name changed once more (Ada wrote a.c, Bob b.c,
+// Cyd c.c); keep.h changes in every commit.
+void renamedTwice(TestRepository &repository)
 {
     int round = 0;
-    const auto step = [&](const QString &file, int edited) {
+    const auto step = [&](const QString &file, int edited, const QString &author) {
         repository.write(file, numbered(20, edited));
         repository.write("keep.h", numbered(3, round++ % 3));
-        repository.commit(QStringLiteral("step %1").arg(round));
+        repository.commit(QStringLiteral("step %1").arg(round), author,
+                          author.toLower() + QStringLiteral("@example.com"));
     };
-    step("a.c", -1);
-    step("a.c", 1);
+    step("a.c", -1, "Ada");
+    step("a.c", 1, "Ada");
     repository.git({"mv", "a.c", "b.c"});
-    step("b.c", 2);
-    step("b.c", 3);
+    step("b.c", 2, "Bob");
+    step("b.c", 3, "Bob");
     repository.git({"mv", "b.c", "c.c"});
-    step("c.c", 4);
-    step("c.c", 5);
+    step("c.c", 4, "Cyd");
+    step("c.c", 5, "Cyd");
 }
 
 } // namespace
@@ -112,14 +119,14 @@ void renamedTwiceThenDeleted(TestRepository &repository)
 TEST(FileOptions, RenamedTwiceThenDeleted)
 {
     IndexedRepository fixture;
-    renamedTwiceThenDeleted(fixture.repository);
+    renamedTwice(fixture.repository);
     RepositoryIndex &before = fixture.synchronized();
-    // While c.c is at HEAD, it carries all six changes of its three names.
-    EXPECT_EQ(hotspotsOf(insights(before, only(true, true, false))),
-              (QStringList {"c.c:6", "keep.h:6"}));
+    // While c.c is at HEAD, it carries all six changes and the three authors of its names.
+    EXPECT_EQ(hotspotsOf(insights(before, only(true, true, false)), true),
+              (QStringList {"c.c:6/3", "keep.h:6/3"}));
 
     fixture.repository.remove("c.c");
-    fixture.repository.commit("drop c.c");
+    fixture.repository.commit("drop c.c", "Cyd", "cyd@example.com");
     RepositoryIndex &index = fixture.synchronized();
     const qint64 recordedChurn = churnOf(recordedInsights(index), "C");
     ASSERT_GT(recordedChurn, 40);
@@ -130,17 +137,25 @@ TEST(FileOptions, RenamedTwiceThenDeleted)
         QStringList hotspots;
         QStringList coupling;
     } cases[] = {
+        // Nothing is marked as recorded: the file corrections alone read HEAD's files.
         {"as recorded",
          InsightOptions::asRecorded(),
-         {"a.c:2", "b.c:2", "c.c:3", "keep.h:6"},
+         {"a.c:2/1", "b.c:2/1", "c.c:3/1", "keep.h:6/3"},
          {"a.c+keep.h", "b.c+keep.h", "c.c+keep.h"}},
-        {"lineage shown", only(true, false, false), {"c.c:7", "keep.h:6"}, {"c.c+keep.h"}},
-        {"lineage, deleted hidden", only(true, true, false), {"keep.h:6"}, {}},
-        {"paths, deleted hidden", only(false, true, false), {"keep.h:6"}, {}},
+        {"lineage shown",
+         only(true, false, false),
+         {"c.c:7/3 deleted", "keep.h:6/3"},
+         {"c.c(deleted)+keep.h"}},
+        {"paths shown",
+         only(false, false, true),
+         {"a.c:2/1 deleted", "b.c:2/1 deleted", "c.c:3/1 deleted", "keep.h:6/3"},
+         {"a.c(deleted)+keep.h", "b.c(deleted)+keep.h", "c.c(deleted)+keep.h"}},
+        {"lineage, deleted hidden", only(true, true, false), {"keep.h:6/3"}, {}},
+        {"paths, deleted hidden", only(false, true, false), {"keep.h:6/3"}, {}},
     };
     for (const auto &row : cases) {
         const RepositoryAnalyticsInsights result = insights(index, row.options);
-        EXPECT_EQ(hotspotsOf(result), row.hotspots) << row.name;
+        EXPECT_EQ(hotspotsOf(result, true), row.hotspots) << row.name;
         EXPECT_EQ(couplingOf(result), row.coupling) << row.name;
         // A deleted file still counts in the technologies: its lines were written.
         EXPECT_EQ(churnOf(result, "C"), recordedChurn) << row.name;

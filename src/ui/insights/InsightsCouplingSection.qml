@@ -34,8 +34,22 @@ DashboardSection {
             ColumnLayout {
                 Layout.fillWidth: true
                 spacing: 0
-                MiddleElidedLabel { Layout.fillWidth: true; text: modelData.firstPath; color: Theme.text; font.pixelSize: 12 }
-                MiddleElidedLabel { Layout.fillWidth: true; text: modelData.secondPath; color: Theme.text; font.pixelSize: 12 }
+                Repeater {
+                    model: [{ path: modelData.firstPath, deleted: !!modelData.firstDeleted },
+                            { path: modelData.secondPath, deleted: !!modelData.secondDeleted }]
+                    delegate: RowLayout {
+                        required property var modelData
+                        Layout.fillWidth: true
+                        spacing: 6
+                        MiddleElidedLabel { Layout.fillWidth: true; text: modelData.path; color: Theme.text; font.pixelSize: 12 }
+                        Badge {
+                            objectName: "deletedMark"
+                            visible: modelData.deleted
+                            text: "deleted"
+                            tint: Theme.secondaryText
+                        }
+                    }
+                }
             }
             Label {
                 text: section.presenter.count(modelData.commits) + " commits"

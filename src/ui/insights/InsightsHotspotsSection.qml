@@ -5,7 +5,7 @@ import Strataloom.Style
 import Strataloom.Insights
 import Strataloom.Screens
 
-// The most often changed files; each opens the file's details.
+// The most often changed files; each opens the file's details (a deleted one its history).
 DashboardSection {
     id: section
     Layout.alignment: Qt.AlignTop
@@ -52,11 +52,22 @@ DashboardSection {
                 ColumnLayout {
                     Layout.fillWidth: true
                     spacing: 2
-                    MiddleElidedLabel {
+                    RowLayout {
                         Layout.fillWidth: true
-                        text: hotspotRow.modelData.path
-                        font.weight: Font.DemiBold
-                        color: Theme.text
+                        spacing: 6
+                        MiddleElidedLabel {
+                            Layout.fillWidth: true
+                            text: hotspotRow.modelData.path
+                            font.weight: Font.DemiBold
+                            color: Theme.text
+                        }
+                        // Shown only when the corrections let deleted files in.
+                        Badge {
+                            objectName: "deletedMark"
+                            visible: !!hotspotRow.modelData.deleted
+                            text: "deleted"
+                            tint: Theme.secondaryText
+                        }
                     }
                     RowLayout {
                         Layout.fillWidth: true

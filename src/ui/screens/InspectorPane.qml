@@ -22,6 +22,9 @@ Rectangle {
     readonly property var author: appModel ? appModel.selection.selectedAuthor : null
     readonly property var authorDetails: appModel ? appModel.selection.selectedAuthorDetails : null
     readonly property string fileDetailsError: appModel ? appModel.selection.fileDetailsError : ""
+    // The selected file's commits under all its names, once the index is ready.
+    readonly property var fileHistory: appModel ? appModel.selection.fileHistory : null
+    readonly property bool fileDeleted: !!file && file.status === "deleted"
     readonly property string authorDetailsError: appModel ? appModel.selection.authorDetailsError : ""
     // The person the insights know under several names or addresses, when the inspected author
     // is one of them.
@@ -313,6 +316,23 @@ Rectangle {
                             maximumLineCount: 4
                             elide: Text.ElideMiddle
                         }
+                        Badge {
+                            objectName: "fileDeletedMark"
+                            Layout.alignment: Qt.AlignTop
+                            visible: inspector.fileDeleted
+                            text: "deleted"
+                            tint: Theme.secondaryText
+                        }
+                    }
+                    Label {
+                        Layout.fillWidth: true
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        visible: inspector.fileDeleted
+                        text: "The file no longer exists in the working tree; its history remains."
+                        font.pixelSize: Theme.fontCaption
+                        color: Theme.secondaryText
+                        wrapMode: Text.Wrap
                     }
 
                     DetailsBox {
@@ -320,6 +340,7 @@ Rectangle {
                         Layout.rightMargin: Theme.padding
                         LabeledValue {
                             objectName: "fileSize"
+                            visible: !inspector.fileDeleted
                             label: "Size"
                             value: inspector.fileDetails ? Format.bytes(inspector.fileDetails.sizeBytes) : ""
                         }
@@ -367,8 +388,59 @@ Rectangle {
                         }
                     }
 
+                    Label {
+                        objectName: "fileHistoryTitle"
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        Layout.fillWidth: true
+                        readonly property bool available: !!inspector.fileHistory && inspector.fileHistory.isAvailable
+                        text: !available ? "History"
+                              : "History · " + Format.count(inspector.fileHistory.total)
+                                + (inspector.fileHistory.total === 1 ? " commit" : " commits")
+                        font.pixelSize: Theme.fontBody
+                        font.weight: Font.DemiBold
+                        color: Theme.text
+                    }
+                    Label {
+                        objectName: "fileHistoryNote"
+                        Layout.fillWidth: true
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        visible: !inspector.fileHistory || !inspector.fileHistory.isAvailable
+                                 || inspector.fileHistory.error !== ""
+                        text: inspector.fileHistory && inspector.fileHistory.error !== ""
+                              ? inspector.fileHistory.error
+                              : "The file's commits under all its names appear when indexing finishes."
+                        font.pixelSize: Theme.fontCaption
+                        color: Theme.secondaryText
+                        wrapMode: Text.Wrap
+                    }
+                    ListSurface {
+                        Layout.fillWidth: true
+                        Layout.leftMargin: Theme.padding
+                        Layout.rightMargin: Theme.padding
+                        // Up to six rows at once; the list scrolls and reads further pages itself.
+                        Layout.preferredHeight: Math.min(fileHistoryList.count, 6) * 54 + 8
+                        visible: fileHistoryList.count > 0
+                        ListView {
+                            id: fileHistoryList
+                            objectName: "fileHistoryList"
+                            anchors.fill: parent
+                            clip: true
+                            model: inspector.fileHistory && inspector.fileHistory.isAvailable ? inspector.fileHistory : null
+                            boundsBehavior: Flickable.StopAtBounds
+                            ScrollBar.vertical: ScrollBar { }
+                            delegate: CommitRow {
+                                showsCounts: false
+                                onSelectRequested: (commit) => inspector.appModel.selection.selectCommit(commit)
+                                onDiffRequested: (commit) => inspector.appModel.selection.presentDiff(commit)
+                            }
+                        }
+                    }
+
                     SymbolButton {
                         objectName: "openFile"
+                        visible: !inspector.fileDeleted
                         Layout.fillWidth: true
                         Layout.margins: Theme.padding
                         symbol: "arrow.up.forward.app"

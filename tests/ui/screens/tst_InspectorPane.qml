@@ -97,6 +97,29 @@ UiTestCase {
         verify(findChild(pane, data.list).visible)
     }
 
+    // Once the index is ready the file pane lists the file's commits under all its names; a file
+    // the working tree lost opens from the insights all the same, marked as deleted.
+    function test_fileHistoryFromTheIndex_data() {
+        return [
+            { tag: "renamed", path: "new-name.txt", deleted: false },
+            { tag: "deleted", path: "gone.txt", deleted: true },
+        ]
+    }
+
+    function test_fileHistoryFromTheIndex(data) {
+        const { model, pane } = openPane()
+        tryVerify(() => model.analytics.analyticsIndexState.isReady, 120000)
+        model.openInsightFile(data.path)
+        compare(model.errorMessage, "")
+        compare(pane.pane, "file")
+        const list = findChild(pane, "fileHistoryList")
+        tryVerify(() => !!pane.fileDetails && list.count === 2, 60000, data.path)
+        compare([0, 1].map(i => list.model.get(i).subject), ["Reshuffle files", "Start"])
+        compare(pane.fileDetails.commitCount, 2)
+        compare(findChild(pane, "fileDeletedMark").visible, data.deleted)
+        compare(findChild(pane, "openFile").visible, !data.deleted)
+    }
+
     function test_commitPaneShowsTheCommitAndItsChangedFiles() {
         const { model, pane } = openPane()
         compare(pane.pane, "commit")
