@@ -49,9 +49,10 @@ UiTestCase {
         compare(bars.length, 6)
         compare([0, 3].map(i => Math.round(bars[i].value)), [80, 40])
 
-        // The first run imported everything; a refresh finds the index up to date.
+        // The first run to open the history imported everything (another test of this file may
+        // have been first); a refresh finds the index up to date.
         const badge = findOne(screen, "indexBadge")
-        verify(badge.detailText.startsWith("+5 commits"), badge.detailText)
+        verify(/^\+?5 commits/.test(badge.detailText), badge.detailText)
         opened.model.session.refresh()
         tryVerify(() => badge.detailText.startsWith("5 commits"), 60000)
     }
