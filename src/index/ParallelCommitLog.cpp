@@ -172,26 +172,21 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
     state.chunks.resize(chunkCount);
     state.unreadable.resize(workers);
 
-    // Worker w reads chunks w, w + workers, w + 2 * workers... git reads every commit named on
-    // its standard input before it prints the first: tens of thousands take it a second or more,
-    // with nothing to show meanwhile. So each worker reads its first chunk in a git run of its
-    // own, while a second run, started at once, reads the rest; the long run keeps git's caches
-    // warm and starts git once more per worker only (more where a diff cannot be read).
-    // One run reads the worker's chunks from its @p first-th to before its @p end-th.
-    const auto work = [&](int worker, qsizetype first, qsizetype end) {
+    // Worker w reads chunks w, w + workers, w + 2 * workers... in one git run (more only where
+    // a diff cannot be read), so it keeps git's caches warm and starts git once.
+    const auto work = [&](int worker) {
         QStringList shas;
-        for (qsizetype ordinal = first; ordinal < end; ++ordinal)
-            shas << oldestFirst.mid((worker + ordinal * workers) * size, size);
+        for (qsizetype index = worker; index < chunkCount; index += workers)
+            shas << oldestFirst.mid(index * size, size);
         const auto chunkOf = [&](qsizetype position) {
-            return (first + position / size) * workers + worker;
+            return (position / size) * workers + worker;
         };
-        const qsizetype past = std::min(end * workers + worker, chunkCount);
-        qsizetype producing = first * workers + worker; // this run's first chunk not finished
+        qsizetype producing = worker; // this worker's first chunk not finished
         const auto finishBefore = [&](qsizetype chunk) { // under the lock
             for (; producing < chunk; producing += workers)
                 state.chunks[producing].finished = true;
         };
-        // The run's git is killed as soon as the group stops.
+        // The worker's git is killed as soon as the group stops.
         const ScopedProcessCancellation cancellation([&state] { return state.stop.load(); });
         try {
             const qint64 unreadable = readInOneRun(shas, [&](qsizetype position,
@@ -213,12 +208,12 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
                 state.produced.notify_one();
             });
             std::lock_guard lock(state.mutex);
-            finishBefore(past);
-            state.unreadable[worker] += unreadable;
+            finishBefore(chunkCount);
+            state.unreadable[worker] = unreadable;
         } catch (...) {
             // The failure belongs to the chunk being read; the calling thread stops there.
             std::lock_guard lock(state.mutex);
-            if (producing < past) {
+            if (producing < chunkCount) {
                 state.chunks[producing].error = std::current_exception();
                 state.chunks[producing].finished = true;
             }
@@ -227,12 +222,8 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
     };
 
     WorkerGroup group(state);
-    for (int worker = 0; worker < workers; ++worker) {
-        const qsizetype chunksOfWorker = (chunkCount - worker + workers - 1) / workers;
-        group.start([&work, worker] { work(worker, 0, 1); });
-        if (chunksOfWorker > 1)
-            group.start([&work, worker, chunksOfWorker] { work(worker, 1, chunksOfWorker); });
-    }
+    for (int worker = 0; worker < workers; ++worker)
+        group.start([&work, worker] { work(worker); });
 
     std::deque<IndexedCommit> taken;
     for (qsizetype index = 0; index < chunkCount; ++index) {
