@@ -70,6 +70,7 @@ void buildAwkwardHistory(TestRepository &repository)
     git({"checkout", "-q", "-b", "topic"});
     repository.write("topic.txt", "topic work\n");
     repository.commit("Topic work", "Linus", "linus@example.com");
+    git({"commit", "-q", "--amend", "--no-edit"}); // committed later than authored
     git({"checkout", "-q", "main"});
     repository.write("main.txt", "main work\n");
     repository.commit("Main work");
