@@ -6,7 +6,6 @@
 #include "index/RepositoryIndex.h"
 
 #include <QFile>
-#include <QLocale>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -156,31 +155,6 @@ private Q_SLOTS:
         QVERIFY(settle(model));
     }
 
-    void catalogChoiceOpensInTheSession()
-    {
-        const auto repository = smallRepository();
-        ModelHarness harness;
-        const QDateTime old(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC);
-        harness.recentStore().save(
-            {{QStringLiteral("old name"), repository->path(), old},
-             {QStringLiteral("gone"), QStringLiteral("/nonexistent/gone"), old}});
-        harness.restart();
-        AppViewModel &model = harness.model();
-
-        harness.catalog().openRecentRepository(harness.catalog().recentRepositories().at(1));
-        QVERIFY(model.errorMessage()->contains(QStringLiteral("/nonexistent/gone")));
-        QVERIFY(!harness.session().isLoading());
-
-        harness.catalog().openRecentRepository(harness.catalog().recentRepositories().at(0));
-        QVERIFY(harness.session().isLoading());
-        QVERIFY(!model.errorMessage());
-        QVERIFY(settle(model));
-        QCOMPARE(harness.session().repository()->path, repository->path());
-        const RecentRepository first = harness.catalog().recentRepositories().constFirst();
-        QCOMPARE(first.name, harness.session().repository()->name);
-        QVERIFY(first.lastOpened > old);
-    }
-
     void insightJumpsNeedAnExactMatch_data()
     {
         QTest::addColumn<bool>("author");
@@ -287,20 +261,6 @@ private Q_SLOTS:
                  secondsLeft < 0);
     }
 
-    void progressCountsUseTheLocale()
-    {
-        const QLocale previous;
-        for (const QLocale::Language language : {QLocale::English, QLocale::German}) {
-            QLocale::setDefault(QLocale(language));
-            const QString text = AnalyticsIndexState::indexing(12345, 85361).progressText();
-            QVERIFY2(text.contains(QLocale().toString(12345)) && text.contains(QLocale().toString(85361)),
-                     qPrintable(text));
-        }
-        QLocale::setDefault(previous);
-        QVERIFY(AnalyticsIndexState::indexing().progressText().isEmpty());
-        // Counts beyond the total are clamped: an import never shows more than all.
-        QCOMPARE(AnalyticsIndexState::indexing(7, 5).progressCommits(), qint64(5));
-    }
 };
 
 STRATALOOM_MODEL_TEST_MAIN(AppViewModelTest)

@@ -27,11 +27,6 @@ QStringList paths(const auto &repositories)
     return out;
 }
 
-RecentRepository recent(const QString &name)
-{
-    return {name, QStringLiteral("/tmp/") + name, opened};
-}
-
 } // namespace
 
 class RepositoryCatalogTest : public QObject
@@ -66,32 +61,6 @@ private Q_SLOTS:
         QCOMPARE(paths(catalog.recentRepositories()), expected);
         QVERIFY(catalog.recentRepositories().constFirst().lastOpened > before);
         QCOMPARE(harness.recentStore().load(), catalog.recentRepositories());
-    }
-
-    void removingAndClearingSave()
-    {
-        ModelHarness harness;
-        harness.recentStore().save({recent("one"), recent("two"), recent("three")});
-        harness.restart();
-        RepositoryCatalog &catalog = harness.catalog();
-        QCOMPARE(paths(catalog.recentRepositories()), paths(harness.recentStore().load()));
-        QSignalSpy changed(&catalog, &RepositoryCatalog::recentRepositoriesChanged);
-
-        catalog.removeRecentRepository(catalog.recentRepositoriesModel()->get(1));
-        QCOMPARE(catalog.recentRepositories(),
-                 (QList<RecentRepository> {recent("one"), recent("three")}));
-        QCOMPARE(harness.recentStore().load(), catalog.recentRepositories());
-
-        // Removing what is not there changes nothing, but the list is saved again.
-        harness.recentStore().save({});
-        catalog.removeRecentRepository(toVariantMap(recent("two")));
-        QCOMPARE(changed.count(), 1);
-        QCOMPARE(harness.recentStore().load(), catalog.recentRepositories());
-
-        catalog.clearRecentRepositories();
-        QCOMPARE(changed.count(), 2);
-        QCOMPARE(catalog.recentRepositoriesModel()->count(), 0);
-        QVERIFY(harness.recentStore().load().isEmpty());
     }
 
     void openingAsksTheSessionOnlyForExistingFolders_data()
@@ -167,28 +136,6 @@ private Q_SLOTS:
                  scannedAt.toMSecsSinceEpoch());
     }
 
-    void twoScansInARowPublishOnlyTheSecond()
-    {
-        QTemporaryDir home;
-        initRepository(home.path() + QStringLiteral("/alpha"));
-        ModelHarness harness(home.path());
-        RepositoryCatalog &catalog = harness.catalog();
-        QSignalSpy scanning(&catalog, &RepositoryCatalog::isScanningRepositoriesChanged);
-        QSignalSpy published(&catalog, &RepositoryCatalog::discoveredRepositoriesChanged);
-        QSignalSpy stamped(&catalog, &RepositoryCatalog::repositoriesScannedAtChanged);
-
-        catalog.scanHomeForRepositories();
-        initRepository(home.path() + QStringLiteral("/beta"));
-        catalog.scanHomeForRepositories();
-        QVERIFY(settle(catalog));
-
-        // Whichever finished first, only the second scan's result is written, once.
-        QCOMPARE(published.count(), 1);
-        QCOMPARE(stamped.count(), 1);
-        QCOMPARE(scanning.count(), 2);
-        QCOMPARE(catalog.discoveredRepositories().size(), 2);
-        QCOMPARE(harness.discoveredStore().load()->repositories, catalog.discoveredRepositories());
-    }
 };
 
 STRATALOOM_MODEL_TEST_MAIN(RepositoryCatalogTest)

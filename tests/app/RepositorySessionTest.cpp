@@ -140,47 +140,6 @@ private Q_SLOTS:
         QCOMPARE(session.commits(), commits);
     }
 
-    void overlappingSearchesPublishOnlyTheLast_data()
-    {
-        QTest::addColumn<QString>("first");
-        QTest::addColumn<QString>("second");
-        QTest::addColumn<int>("failures");
-        QTest::addColumn<QString>("found");
-        QTest::newRow("two searches") << "alpha"
-                                      << "beta" << 0 << "Fix beta bug";
-        // An unmatched bracket is an invalid pattern for git's --grep.
-        QTest::newRow("superseded error") << "["
-                                          << "beta" << 0 << "Fix beta bug";
-        QTest::newRow("last one fails") << "beta"
-                                        << "[" << 1 << "";
-    }
-
-    void overlappingSearchesPublishOnlyTheLast()
-    {
-        QFETCH(QString, first);
-        QFETCH(QString, second);
-        QFETCH(int, failures);
-        QFETCH(QString, found);
-        const auto repository = projectRepository();
-        RepositorySession session;
-        QVERIFY(openAndWait(session, repository->path()));
-        QSignalSpy published(&session, &RepositorySession::searchResultsChanged);
-        QSignalSpy failed(&session, &RepositorySession::failed);
-
-        for (const QString &text : {first, second}) {
-            session.setSearchText(text);
-            session.performSearch();
-        }
-        QVERIFY(settle(session));
-
-        QCOMPARE(failed.count(), failures);
-        QCOMPARE(published.count(), found.isEmpty() ? 0 : 1);
-        QStringList subjects;
-        for (const CommitRecord &commit : session.searchResults())
-            subjects << commit.subject;
-        QCOMPARE(subjects.join(QLatin1Char(',')), found);
-    }
-
     void checkout_data()
     {
         QTest::addColumn<bool>("localEdit");

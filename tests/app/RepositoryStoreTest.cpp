@@ -97,32 +97,6 @@ TEST_F(StoreTest, ValuesAreStoredAsJsonWithDatesInSecondsSince2001)
     EXPECT_EQ(catalog.size(), 2);
 }
 
-TEST_F(StoreTest, ReadsDataWrittenByAnotherEncoder)
-{
-    // Key order, white space, escaped slashes and unknown keys do not matter.
-    storeRaw("recentRepositories", R"( [ {"lastOpened": 731000000.25,
-        "path": "\/home\/ada\/tool", "name": "tool", "pinned": true} ] )");
-    storeRaw("discoveredRepositories",
-             R"({"scannedAt": 0, "repositories": [{"path": "/p", "name": "p"}]})");
-
-    const QDateTime reference = utc("2001-01-01T00:00:00Z");
-    EXPECT_EQ(
-        recents().load(),
-        (QList<RecentRepository> {{"tool", "/home/ada/tool", reference.addMSecs(731000000250)}}));
-    EXPECT_EQ(discovered().load(), (DiscoveredRepositoryCatalog {{{"p", "/p"}}, reference}));
-}
-
-TEST_F(StoreTest, UnencodableValuesLeaveTheStoredOnes)
-{
-    recents().save({recent("kept")});
-    recents().save({recent("fine"), {"broken", "/x", QDateTime()}});
-    EXPECT_EQ(names(recents().load()), QStringList {"kept"});
-
-    discovered().save(sampleCatalog);
-    discovered().save({{}, QDateTime()});
-    EXPECT_EQ(discovered().load(), sampleCatalog);
-}
-
 TEST_F(StoreTest, MissingOrCorruptedValuesLoadAsNothingAndAreOverwrittenByTheNextSave)
 {
     EXPECT_TRUE(recents().load().isEmpty());

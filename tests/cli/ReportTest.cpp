@@ -67,22 +67,6 @@ TEST(Report, FitsTheWidthAndColoursOnlyWhenAsked)
     }
 }
 
-TEST(Report, BarsAreProportionalAndTheSparklineEndsWithTheNewestActiveMonth)
-{
-    const QString report = formatReport(summary(), insights(), {false, 80}, now);
-    const qsizetype full = lineStartingWith(report, QStringLiteral("Ada")).count(QChar(0x2588));
-    const QString second = lineStartingWith(report, QStringLiteral("BBB"));
-    EXPECT_GT(full, 8);
-    EXPECT_EQ(second.count(QChar(0x2588)), full / 2);
-    EXPECT_TRUE(second.contains(QChar(0x2026))) << "a name too long for its column is cut";
-
-    // January (half of March), a silent February, then March, the busiest, last.
-    const QString months = lineStartingWith(report, QStringLiteral("2022-"));
-    EXPECT_TRUE(months.endsWith(QStringLiteral("\u2584 \u2588 2024-03"))) << qPrintable(months);
-    EXPECT_TRUE(report.contains(QStringLiteral("busiest: 2024-03 with 8 commits")));
-    EXPECT_TRUE(report.contains(QStringLiteral("2 years old")));
-}
-
 TEST(Report, AnEmptyHistoryHasNoListsButStillItsRiskSignals)
 {
     RepositorySummary empty;

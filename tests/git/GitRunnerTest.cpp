@@ -54,15 +54,6 @@ TEST(GitRunner, CommonDirectoryIsAbsoluteAndStandardizedFromSubfoldersAndWorktre
             << folder.toStdString();
 }
 
-TEST(GitRunner, TextHelpersKeepInnerBlanks)
-{
-    EXPECT_EQ(nonEmptyLines("a\n\n  \nb"), QStringList({"a", "b"}));
-    EXPECT_EQ(nonEmptyLines("  x  "), QStringList {"  x  "});
-    EXPECT_EQ(nonEmptyLines(QStringLiteral("a\r\nb\rc\u2028d")), QStringList({"a", "b", "c", "d"}));
-    EXPECT_EQ(nilIfEmpty(" \n"), std::nullopt);
-    EXPECT_EQ(nilIfEmpty("  x "), std::optional<QString>("x"));
-}
-
 TEST(GitRunner, ParsesOnlyStrictInternetDates)
 {
     const std::pair<const char *, std::optional<QDateTime>> cases[] = {

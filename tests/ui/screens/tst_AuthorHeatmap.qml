@@ -34,29 +34,4 @@ UiTestCase {
         compare(today.x, 52 * (heatmap.cellSize + heatmap.cellSpacing))
         compare(today.y, 3 * (heatmap.cellSize + heatmap.cellSpacing))
     }
-
-    // Two points on one day add up; days outside the grid are left out; a busiest day below two
-    // commits makes one commit the whole scale.
-    function test_colourStepsByShareOfTheBusiestDay_data() {
-        return [
-            { tag: "busiest day of 8", activity: [[0, 5], [0, 3], [-1, 1], [-2, 2], [-3, 4], [-4, 6], [-5, 7]],
-              cells: [[0, 8, 1], [-1, 1, 0.3], [-2, 2, 0.5], [-3, 4, 0.72], [-4, 6, 1], [-5, 7, 1], [-12, 0, 0.12]] },
-            { tag: "single commit", activity: [[-1, 1]], cells: [[-1, 1, 1], [0, 0, 0.12]] },
-            { tag: "days outside the grid", activity: [[-400, 9], [0, 2]], cells: [] },
-        ]
-    }
-
-    function test_colourStepsByShareOfTheBusiestDay(data) {
-        const heatmap = heatmapOf(data.activity)
-        const green = Qt.color(Theme.named("green"))
-        const total = heatmap.grid.cells.reduce((sum, cell) => sum + cell.count, 0)
-        compare(total, data.activity.filter(([offset]) => offset > -370).reduce((sum, [, count]) => sum + count, 0))
-        for (const [offset, count, opacity] of data.cells) {
-            const cell = cellFor(heatmap, offset)
-            compare(cell.count, count, "count on day " + offset)
-            fuzzyCompare(cell.color.a, opacity, 0.01, "opacity on day " + offset)
-            const isGreen = ["r", "g", "b"].every(channel => Math.abs(cell.color[channel] - green[channel]) < 0.01)
-            compare(isGreen, count > 0, "green only where there are commits, day " + offset)
-        }
-    }
 }

@@ -17,13 +17,6 @@ UiTestCase {
         return { model: model, welcome: welcome, shown: names => names.map(name => findOne(welcome, name).visible) }
     }
 
-    function test_nothingRecentAndNeverScanned() {
-        const { welcome, shown } = welcomeOver()
-        compare(shown(["recentEmpty", "recentList"]), [true, false])
-        mouseClick(findOne(welcome, "tab_Repositories"))
-        compare(shown(["neverScannedState", "scanningState", "discoveredList"]), [true, false, false])
-    }
-
     function test_scanShowsProgressThenTheRepositoriesFound_data() {
         return [{ tag: "one found", button: "scanHomeFolderButton", found: true },
                 { tag: "nothing found", button: "scanButton", found: false }]

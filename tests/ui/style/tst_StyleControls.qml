@@ -22,33 +22,6 @@ UiTestCase {
         compare(createTemporaryObject(iconComponent, this, { symbol: "no.such.symbol" }).text, "")
     }
 
-    Component {
-        id: cardComponent
-        Card { width: 300; title: "Recent"; symbol: "clock.arrow.circlepath"
-            Label { objectName: "first"; text: "one" } Label { objectName: "second"; text: "two" } }
-    }
-
-    function test_cardStacksItsChildrenBelowTheHeader() {
-        const card = createTemporaryObject(cardComponent, this)
-        waitForRendering(card)
-        const [first, second] = ["first", "second"].map(name => findChild(card, name))
-        const [firstY, secondY] = [first, second].map(label => label.mapToItem(card, 0, 0).y)
-        verify(firstY > 20, "below the header")
-        verify(secondY >= firstY + first.height, "stacked in a column")
-        verify(card.implicitHeight >= secondY + second.height)
-    }
-
-    Component { id: emptyComponent; EmptyStateView { width: 400; height: 300; symbol: "clock.arrow.circlepath"; title: "Nothing" } }
-
-    function test_emptyStateShowsEitherItsSymbolOrABusyIndicator() {
-        const view = createTemporaryObject(emptyComponent, this)
-        const symbol = findChild(view, "emptyStateSymbol")
-        const busy = findChild(view, "emptyStateBusy")
-        verify(symbol.visible && !busy.visible)
-        view.busy = true
-        verify(!symbol.visible && busy.visible && busy.running)
-    }
-
     Component { id: statCardComponent; StatCard { symbol: "calendar"; title: "Latest commit"; value: "19 Jun 2024" } }
 
     // A narrower card shrinks its value first; too narrow even for the smallest size, it shortens
