@@ -2,7 +2,7 @@
 
 #include "index/SQLite.h"
 
-#include <QScopedValueRollback>
+#include <algorithm>
 
 namespace strataloom {
 
@@ -19,13 +19,13 @@ struct HistoryListModel::Source
     }
 };
 
-/// @brief What the background run of one query hands back: the source, the count and the
-/// first page, or what is wrong with the query.
+/// @brief What the background run of one query hands back: the source, where every matching
+/// commit stands and the first page, or what is wrong with the query.
 struct HistoryListModel::Answer
 {
     std::shared_ptr<Source> source;
-    qint64 total = 0;
-    HistoryPage first;
+    QList<HistoryCursor> keys;
+    QList<CommitRecord> first;
     std::optional<HistoryQueryError> error;
 };
 
@@ -95,8 +95,8 @@ void HistoryListModel::reload()
                 answer.error = error;
                 return answer;
             }
-            answer.total = source->history->count();
-            answer.first = source->history->pageAfter(std::nullopt, pageSize);
+            answer.keys = source->history->keys();
+            answer.first = source->history->pageAfter(std::nullopt, pageSize).commits;
             answer.source = source;
             return answer;
         },
@@ -115,12 +115,61 @@ void HistoryListModel::show(const Answer &answer)
         setLoading(false);
         return;
     }
-    m_cursor = answer.first.end;
-    m_exhausted = answer.first.commits.size() < pageSize;
-    setRecords(answer.first.commits);
-    setTotal(answer.total);
+    // The same commits again (a reload that found nothing new) keep the view where it is; the
+    // pages held are read afresh from the new connection as they are asked for.
+    const bool sameRows = answer.keys == m_keys;
+    if (!sameRows)
+        beginResetModel();
+    m_keys = answer.keys;
+    m_pages.clear();
+    if (!answer.first.isEmpty())
+        m_pages.insert(0, Page {answer.first, ++m_uses});
+    if (!sameRows) {
+        endResetModel();
+        Q_EMIT countChanged();
+    }
+    setTotal(m_keys.size());
     setError({});
     setLoading(false);
+}
+
+int HistoryListModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_keys.size());
+}
+
+const CommitRecord &HistoryListModel::recordAt(int row) const
+{
+    static const CommitRecord unreadable;
+    const int page = row / pageSize;
+    auto found = m_pages.find(page);
+    if (found == m_pages.end()) {
+        if (!m_source)
+            return unreadable;
+        if (m_pages.size() >= cachedPages) {
+            const auto oldest = std::min_element(
+                m_pages.cbegin(), m_pages.cend(),
+                [](const Page &a, const Page &b) { return a.lastUse < b.lastUse; });
+            m_pages.erase(oldest);
+        }
+        Page read;
+        try {
+            const std::optional<HistoryCursor> after
+                = page == 0 ? std::nullopt : std::optional(m_keys.at(page * pageSize - 1));
+            read.commits = m_source->history->pageAfter(after, pageSize).commits;
+        } catch (const std::exception &error) {
+            // Told once the view is done drawing; the row shows empty meanwhile.
+            auto *self = const_cast<HistoryListModel *>(this);
+            QMetaObject::invokeMethod(
+                self, [self, message = userMessage(error)] { self->setError(message); },
+                Qt::QueuedConnection);
+        }
+        found = m_pages.insert(page, read);
+    }
+    found->lastUse = ++m_uses;
+    const int at = row - page * pageSize;
+    // A commit that became unreachable since the query ran leaves the page short.
+    return at < found->commits.size() ? found->commits.at(at) : unreadable;
 }
 
 QVariant HistoryListModel::data(const QModelIndex &index, int role) const
@@ -129,40 +178,21 @@ QVariant HistoryListModel::data(const QModelIndex &index, int role) const
         || !checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return RecordList::data(index, role);
     try {
-        return m_source->history->body(records().at(index.row()).id);
+        return m_source->history->body(recordAt(index.row()).id);
     } catch (const SQLiteError &) {
         return QString();
     }
 }
 
-bool HistoryListModel::canFetchMore(const QModelIndex &parent) const
-{
-    return !parent.isValid() && m_source && !m_exhausted && !m_loading && !m_fetching;
-}
-
-void HistoryListModel::fetchMore(const QModelIndex &parent)
-{
-    if (!canFetchMore(parent))
-        return;
-    // Views may ask for more while the rows are being inserted; those rows come first.
-    const QScopedValueRollback fetching(m_fetching, true);
-    try {
-        const HistoryPage page = m_source->history->pageAfter(m_cursor, pageSize);
-        m_exhausted = page.commits.size() < pageSize;
-        if (page.end)
-            m_cursor = page.end;
-        appendRecords(page.commits);
-    } catch (const std::exception &error) {
-        m_exhausted = true;
-        setError(userMessage(error));
-    }
-}
-
 void HistoryListModel::clearRows()
 {
-    m_cursor.reset();
-    m_exhausted = true;
-    setRecords({});
+    if (m_keys.isEmpty() && m_pages.isEmpty())
+        return;
+    beginResetModel();
+    m_keys.clear();
+    m_pages.clear();
+    endResetModel();
+    Q_EMIT countChanged();
 }
 
 void HistoryListModel::setLoading(bool loading)

@@ -4,6 +4,7 @@
 #include "app/RecordModels.h"
 #include "insights/IndexedHistory.h"
 
+#include <QHash>
 #include <QObject>
 #include <QString>
 
@@ -13,14 +14,17 @@
 namespace strataloom {
 
 /**
- * @brief The commits of the open repository's index that match a query, newest first, read a
- * page at a time as a view scrolls (canFetchMore/fetchMore). Roles: those of CommitListModel.
+ * @brief The commits of the open repository's index that match a query, newest first, every
+ * one a row from the start: a view's scroll bar spans the whole list and any row can be shown
+ * at once (the End key, a drag to the bottom). Roles: those of CommitListModel.
  *
- * Each query is resolved and counted on the background pool over a connection of its own,
- * which then reads the next pages on the GUI thread (a page of 100 rows takes about a
- * millisecond). The rows are those stored when the query ran: a synchronisation that adds
- * commits meanwhile shows them at the next reload(), never as repeated or skipped rows.
- * Without an index (none yet, or it failed) the model is empty and isAvailable false.
+ * Each query is resolved on the background pool over a connection of its own, which hands back
+ * where every matching commit stands (two numbers a commit) and the first page. Rows are then
+ * read a page at a time on the GUI thread as views ask for them (a page of 100 rows takes about
+ * a millisecond), and at most cachedPages pages are held. The rows are those stored when the
+ * query ran: a synchronisation that adds commits meanwhile shows them at the next reload(),
+ * never as repeated or skipped rows. Without an index (none yet, or it failed) the model is
+ * empty and isAvailable false.
  */
 class HistoryListModel : public RecordList<CommitRecord>
 {
@@ -41,6 +45,7 @@ class HistoryListModel : public RecordList<CommitRecord>
 
 public:
     static constexpr int pageSize = 100;
+    static constexpr int cachedPages = 40;
 
     explicit HistoryListModel(QObject *parent = nullptr);
     ~HistoryListModel() override;
@@ -62,10 +67,14 @@ public:
     /// @brief Runs the query again, for example after the index took in new commits.
     Q_INVOKABLE void reload();
 
+    /// Rows are read as they are shown: there is no list of them all to hand out.
+    const QList<CommitRecord> &records() const = delete;
+    /// @brief Pages held right now (for checks of the cache's bound).
+    int cachedPageCount() const { return int(m_pages.size()); }
+
+    int rowCount(const QModelIndex &parent = {}) const override;
     /// @brief The body role is read from the index when asked for: rows hold no bodies.
     QVariant data(const QModelIndex &index, int role) const override;
-    bool canFetchMore(const QModelIndex &parent) const override;
-    void fetchMore(const QModelIndex &parent) override;
 
 Q_SIGNALS:
     void queryChanged();
@@ -74,9 +83,17 @@ Q_SIGNALS:
     void totalChanged();
     void errorChanged();
 
+protected:
+    const CommitRecord &recordAt(int row) const override;
+
 private:
     struct Source;
     struct Answer;
+    struct Page
+    {
+        QList<CommitRecord> commits;
+        quint64 lastUse = 0;
+    };
 
     void show(const Answer &answer);
     void clearRows();
@@ -88,9 +105,10 @@ private:
     QString m_database;
     QString m_query;
     std::shared_ptr<Source> m_source;
-    std::optional<HistoryCursor> m_cursor;
-    bool m_exhausted = true;
-    bool m_fetching = false;
+    QList<HistoryCursor> m_keys; ///< where each row's commit stands, in the rows' order
+    // Filled from data(), which views call as they draw.
+    mutable QHash<int, Page> m_pages;
+    mutable quint64 m_uses = 0;
     bool m_loading = false;
     qint64 m_total = 0;
     QString m_error;

@@ -1,6 +1,9 @@
 #include "app/IndexedGraphModel.h"
 
+#include "app/RecordModels.h"
 #include "index/IndexedGraph.h"
+#include "index/SQLite.h"
+#include "insights/IndexedHistory.h"
 
 #include <QMetaObject>
 #include <QThreadPool>
@@ -297,6 +300,21 @@ QVariantMap IndexedGraphModel::get(int row) const
     for (auto name = names.begin(); name != names.end(); ++name)
         map.insert(QString::fromLatin1(name.value()), data(index(row), name.key()));
     return map;
+}
+
+QVariantMap IndexedGraphModel::commitAt(int row) const
+{
+    const QString sha = hashAt(row);
+    if (sha.isEmpty() || m_database.isEmpty())
+        return {};
+    try {
+        SQLiteDatabase database(m_database);
+        IndexedHistory history(database, HistoryQuery());
+        const std::optional<CommitRecord> commit = history.commit(sha);
+        return commit ? toVariantMap(*commit) : QVariantMap();
+    } catch (const std::exception &) {
+        return {};
+    }
 }
 
 int IndexedGraphModel::rowCount(const QModelIndex &parent) const

@@ -95,6 +95,9 @@ public:
     Q_INVOKABLE int rowOfHash(const QString &hash) const;
     /// @brief Row @p row as a map from role name to value (placeholders while not loaded).
     Q_INVOKABLE QVariantMap get(int row) const;
+    /// @brief The commit of @p row as History's rows give it (what the inspector shows), read
+    /// from the index; empty out of range or when the index cannot be read.
+    Q_INVOKABLE QVariantMap commitAt(int row) const;
 
     int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;

@@ -195,7 +195,7 @@ public:
             if (position++ == field)
                 value = toVariant(fieldValue);
         };
-        const Record &record = m_records.at(index.row());
+        const Record &record = recordAt(index.row());
         visitFields(record, pick);
         visitComputedFields(record, pick);
         return value;
@@ -209,6 +209,11 @@ public:
             names.insert(Qt::UserRole + 1 + field, fields.at(field));
         return names;
     }
+
+protected:
+    /// @brief The record shown in @p row, a valid row of rowCount(); a list that reads its rows
+    /// from elsewhere gives them here (the reference must stay valid until the next call).
+    virtual const Record &recordAt(int row) const { return m_records.at(row); }
 
 private:
     static const QList<QByteArray> &fieldNames()

@@ -336,6 +336,26 @@ qint64 IndexedHistory::count()
     return statement.step() ? statement.columnInt64(0) : 0;
 }
 
+QList<HistoryCursor> IndexedHistory::keys()
+{
+    SQLiteStatement statement = m_database.statement(
+        QStringLiteral("SELECT c.committer_time, c.id FROM commits c WHERE ")
+        + m_conditions.join(QStringLiteral(" AND "))
+        + QStringLiteral("\nORDER BY c.committer_time DESC, c.id DESC"));
+    bindAll(statement);
+    QList<HistoryCursor> keys;
+    while (statement.step())
+        keys.append({statement.columnInt64(0), statement.columnInt64(1)});
+    return keys;
+}
+
+std::optional<CommitRecord> IndexedHistory::commit(const QString &sha)
+{
+    const QList<CommitRecord> found
+        = rows(QStringLiteral("c.sha = ?%1").arg(m_values.size() + 1), {sha}, 1, 0).commits;
+    return found.isEmpty() ? std::nullopt : std::optional(found.constFirst());
+}
+
 QList<CommitRecord> IndexedHistory::page(qint64 offset, qint64 limit)
 {
     return rows({}, {}, limit, std::max<qint64>(offset, 0)).commits;

@@ -65,6 +65,12 @@ public:
 
     /// @brief How many commits match.
     qint64 count();
+    /// @brief Where each matching commit stands, in the list's order: the cursor after row r is
+    /// element r, so that any page can be read with pageAfter() from the one before it.
+    QList<HistoryCursor> keys();
+    /// @brief The matching commit with full hash @p sha, as the rows give it; none when it does
+    /// not match (or the index lacks it).
+    std::optional<CommitRecord> commit(const QString &sha);
     /// @brief The matching commits from @p offset on, at most @p limit of them (all when
     /// @p limit is 0 or less).
     QList<CommitRecord> page(qint64 offset, qint64 limit);

@@ -59,8 +59,8 @@ void renameTwiceThenDelete(TestRepository &repository)
 QStringList idsOf(const HistoryListModel &history)
 {
     QStringList ids;
-    for (const CommitRecord &commit : history.records())
-        ids << commit.id;
+    for (int row = 0; row < history.rowCount(); ++row)
+        ids << history.get(row).value(QStringLiteral("id")).toString();
     return ids;
 }
 

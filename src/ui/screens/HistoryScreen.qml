@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 import Strataloom.Screens
+import "RowKeys.js" as RowKeys
 
 // Every commit of every ref, newest first, from the index once it is ready: the list loads
 // pages as it scrolls and the field filters it with the query language. Until then, the latest
@@ -104,9 +105,26 @@ Item {
                 model: screen.rows
                 boundsBehavior: Flickable.StopAtBounds
                 ScrollBar.vertical: ScrollBar { }
+                currentIndex: -1
+                activeFocusOnTab: true
+                // The keys below move the current row and show it in the inspector.
+                keyNavigationEnabled: false
+                Keys.onPressed: (event) => {
+                    const row = RowKeys.target(event.key, currentIndex, count, Math.floor(height / 54))
+                    if (row < 0)
+                        return
+                    currentIndex = row
+                    positionViewAtIndex(row, ListView.Contain)
+                    screen.appModel.selection.selectCommit(model.get(row))
+                    event.accepted = true
+                }
                 delegate: CommitRow {
                     selected: !!screen.appModel.selection.selectedCommit && screen.appModel.selection.selectedCommit.id === commitId
-                    onSelectRequested: (commit) => screen.appModel.selection.selectCommit(commit)
+                    onSelectRequested: (commit) => {
+                        list.currentIndex = index
+                        list.forceActiveFocus()
+                        screen.appModel.selection.selectCommit(commit)
+                    }
                     onDiffRequested: (commit) => screen.appModel.selection.presentDiff(commit)
                 }
             }

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Strataloom.Style
 import Strataloom.Screens
+import "RowKeys.js" as RowKeys
 
 // The commit graph over all refs: lanes, joins and commit dots on the left, then the commit
 // with its refs as badges. Once the index is ready, the whole history, one row per commit, read
@@ -19,6 +20,15 @@ Item {
     readonly property var graphModel: fromIndex ? timeline : appModel ? appModel.session.graphCommits : null
     readonly property bool oneLine: appModel ? appModel.timelineOneLine : true
     readonly property int commitHeight: oneLine ? 26 : 46
+    readonly property string selectedHash: appModel && appModel.selection.selectedCommit
+                                           ? appModel.selection.selectedCommit.id : ""
+
+    // Shows the commit of the index's row in the inspector.
+    function selectRow(row) {
+        const commit = timeline.commitAt(row)
+        if (commit.id !== undefined)
+            appModel.selection.selectCommit(commit)
+    }
     readonly property var laneColors: [Theme.named("blue"), Theme.named("purple"), Theme.named("teal"),
         Theme.named("orange"), Theme.named("pink"), Theme.named("green"), Theme.named("indigo"),
         Theme.named("cyan")]
@@ -222,11 +232,20 @@ Item {
             height: isConnector ? 14 : screen.commitHeight
 
             HoverHandler { id: hover; enabled: !line.isConnector }
+            TapHandler {
+                enabled: line.fromLanes
+                onTapped: {
+                    list.currentIndex = line.index
+                    list.forceActiveFocus()
+                    screen.selectRow(line.index)
+                }
+            }
             Rectangle {
                 anchors.fill: parent
                 anchors.rightMargin: 4
                 radius: 6
-                color: hover.hovered ? Theme.hover : "transparent"
+                color: line.fromLanes && line.hash !== "" && line.hash === screen.selectedHash ? Theme.selection
+                       : hover.hovered ? Theme.hover : "transparent"
             }
             GraphRow {
                 id: graphRow
@@ -311,6 +330,19 @@ Item {
                 boundsBehavior: Flickable.StopAtBounds
                 ScrollBar.vertical: ScrollBar { }
                 delegate: graphLine
+                currentIndex: -1
+                activeFocusOnTab: true
+                keyNavigationEnabled: false
+                Keys.onPressed: (event) => {
+                    const row = screen.fromIndex
+                        ? RowKeys.target(event.key, currentIndex, count, Math.floor(height / screen.commitHeight)) : -1
+                    if (row < 0)
+                        return
+                    currentIndex = row
+                    positionViewAtIndex(row, ListView.Contain)
+                    screen.selectRow(row)
+                    event.accepted = true
+                }
                 onContentYChanged: measure.restart()
                 onHeightChanged: measure.restart()
             }
