@@ -34,6 +34,9 @@ class AnalyticsIndexController : public QObject
     /// Every field of the last successful run's insights as a map, or null.
     Q_PROPERTY(
         QVariant analyticsInsights READ analyticsInsightsValue NOTIFY analyticsInsightsChanged)
+    /// True when analyticsInsights holds insights: a test that does not turn them into a script
+    /// object, which on a long history takes a good part of a frame.
+    Q_PROPERTY(bool hasAnalyticsInsights READ hasAnalyticsInsights NOTIFY analyticsInsightsChanged)
     /// How the insights read the history, remembered per repository: each option by name and
     /// "asRecorded", true when every correction is off.
     Q_PROPERTY(QVariantMap insightOptions READ insightOptionsValue NOTIFY insightOptionsChanged)
@@ -92,6 +95,7 @@ private:
     void setInsights(const std::optional<RepositoryAnalyticsInsights> &insights,
                      const QVariant &value, int people = -1);
     QVariant analyticsInsightsValue() const { return m_insightsValue; }
+    bool hasAnalyticsInsights() const { return m_insights.has_value(); }
     int peopleCount() const { return m_people; }
     /// One index run of the open repository; @p keepInsights shows the last ones meanwhile.
     void run(bool keepInsights);

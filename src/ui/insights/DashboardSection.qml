@@ -20,16 +20,15 @@ SectionPanel {
     readonly property bool wide: contentWidth >= 900
     readonly property int cardColumns: Math.max(2, Math.min(6, Math.floor(contentWidth / 175)))
 
-    function currentInsights() { return appModel ? appModel.analytics.analyticsInsights : null }
+    function currentInsights() { return presenter.insightsValue }
 
     Component.onCompleted: insights = currentInsights()
-    onAppModelChanged: insights = currentInsights()
 
     Connections {
-        target: section.appModel ? section.appModel.analytics : null
-        // Reading the insights turns the whole map into script values, which on a long
-        // history takes a good part of a frame: it is read once, when the section's turn comes.
-        function onAnalyticsInsightsChanged() {
+        target: section.presenter
+        // One section takes new insights when its turn comes; the presenter makes their script
+        // object once for the whole screen.
+        function onInsightsChanged() {
             if (section.insights)
                 staged.restart()
             else

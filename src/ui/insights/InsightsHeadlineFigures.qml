@@ -10,7 +10,7 @@ ColumnLayout {
     required property InsightsPresenter presenter
     property real contentWidth: width
 
-    readonly property var insights: presenter.appModel ? presenter.appModel.analytics.analyticsInsights : null
+    readonly property var insights: presenter.insightsValue
     readonly property real total: insights ? insights.totalCommits : 0
 
     function trendTile(title, value, caption) {

@@ -8,6 +8,7 @@
 
 #include <QBrush>
 #include <QFileInfo>
+#include <QJSEngine>
 #include <QLinearGradient>
 #include <QLocale>
 #include <QPen>
@@ -88,6 +89,20 @@ void InsightsPresenter::setAppModel(QObject *model)
     }
     Q_EMIT appModelChanged();
     update();
+}
+
+QJSValue InsightsPresenter::insightsValue() const
+{
+    if (m_insightsValueRevision != m_revision) {
+        QJSEngine *engine = qjsEngine(this);
+        if (!engine)
+            return QJSValue(QJSValue::NullValue);
+        m_insightsValue = m_insights
+            ? engine->toScriptValue(m_model->analytics()->property("analyticsInsights"))
+            : QJSValue(QJSValue::NullValue);
+        m_insightsValueRevision = m_revision;
+    }
+    return m_insightsValue;
 }
 
 void InsightsPresenter::update()

@@ -4,6 +4,7 @@
 #include "ui/screens/TableExport.h"
 
 #include <QColor>
+#include <QJSValue>
 #include <QObject>
 #include <QPointer>
 #include <QVariantList>
@@ -33,6 +34,10 @@ class InsightsPresenter : public QObject
     Q_PROPERTY(bool hasInsights READ hasInsights NOTIFY insightsChanged)
     /// Counts up with every new insights value; charts refill their series when it changes.
     Q_PROPERTY(int revision READ revision NOTIFY insightsChanged)
+    /// The model's insights as one script object (null without any), made once per value and
+    /// then shared by every section of the screen: reading the model's map instead makes a new
+    /// object at each read, which on a long history takes a good part of a frame.
+    Q_PROPERTY(QJSValue insightsValue READ insightsValue NOTIFY insightsChanged)
     /// {icon, color, title, detail} per observation.
     Q_PROPERTY(QVariantList observations READ observations NOTIFY insightsChanged)
     /// {name, value, color, threshold} per signal, always six.
@@ -51,6 +56,7 @@ public:
     void setAppModel(QObject *model);
     bool hasInsights() const { return m_insights.has_value(); }
     int revision() const { return m_revision; }
+    QJSValue insightsValue() const;
     QVariantList observations() const { return m_observations; }
     QVariantList riskSignals() const { return m_riskSignals; }
     QVariantList milestones() const { return m_milestones; }
@@ -113,6 +119,9 @@ private:
     QPointer<AppViewModel> m_model;
     std::optional<RepositoryAnalyticsInsights> m_insights;
     int m_revision = 0;
+    // Made when first read after a new value.
+    mutable QJSValue m_insightsValue;
+    mutable int m_insightsValueRevision = -1;
     QVariantList m_observations;
     QVariantList m_riskSignals;
     QVariantList m_milestones;

@@ -12,7 +12,7 @@ Item {
 
     property var appModel
 
-    readonly property var insights: appModel ? appModel.analytics.analyticsInsights : null
+    readonly property var insights: presenter.insightsValue
     readonly property bool hasRepository: !!appModel && !!appModel.session.repository
     readonly property var indexState: appModel ? appModel.analytics.analyticsIndexState : null
     /// "noRepository", "indexing", "failed" or "ready".

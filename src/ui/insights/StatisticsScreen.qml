@@ -14,7 +14,7 @@ Item {
     property alias activityPeriod: activitySection.activityPeriod
 
     readonly property var summary: appModel ? appModel.session.repository : null
-    readonly property var insights: appModel ? appModel.analytics.analyticsInsights : null
+    readonly property var insights: presenter.insightsValue
     readonly property var indexState: appModel ? appModel.analytics.analyticsIndexState : null
     readonly property bool indexFailed: !insights && !!indexState && indexState.isFailed
     readonly property real contentWidth: flick.width - 2 * 24

@@ -227,7 +227,7 @@ ApplicationWindow {
                     clip: true
 
                     readonly property int section: window.appModel.selectedSection
-                    readonly property bool hasInsights: !!window.appModel.analytics.analyticsInsights
+                    readonly property bool hasInsights: window.appModel.analytics.hasAnalyticsInsights
                     readonly property string repositoryPath: window.hasRepository ? window.appModel.session.repository.path : ""
 
                     // One loader per section. A screen is built the first time its section is
