@@ -263,7 +263,8 @@ QList<AliasIdentity> readAliasPeople(SQLiteDatabase &database, bool mergeIdentit
         alias.email = textOr(statement, 2, QString());
         alias.mappedName = textOr(statement, 4, alias.name);
         alias.mappedEmail = textOr(statement, 5, alias.email);
-        alias.person = statement.columnInt64(3); // the author: one exact name
+        alias.authorID = statement.columnInt64(3);
+        alias.person = alias.authorID;
         names.append(alias.mappedName);
         emails.append(alias.mappedEmail);
         aliases.append(alias);

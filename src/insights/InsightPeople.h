@@ -63,6 +63,7 @@ struct AliasIdentity
     QString email;
     QString mappedName; ///< as the mailmap maps the alias; its own name without merging
     QString mappedEmail;
+    qint64 authorID = 0; ///< the author of the alias's exact name
     qint64 person = 0; ///< the same for every alias of one person
 };
 
