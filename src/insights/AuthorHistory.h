@@ -38,7 +38,7 @@ AuthorDetails indexedAuthorDetails(SQLiteDatabase &database, const QString &name
 /// @brief A file and how many of an author's commits changed it.
 struct AuthorFileChanges
 {
-    QString path; ///< the file's current (or last) path; it carries the changes under its earlier names
+    QString path; ///< as the commits named it: a file renamed counts under each of its names
     int commits = 0;
 
     bool operator==(const AuthorFileChanges &) const = default;
