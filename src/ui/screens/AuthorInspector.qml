@@ -260,6 +260,7 @@ Item {
                             color: Theme.secondaryText
                         }
                         ElidedPath {
+                            objectName: "authorFilePath"
                             Layout.fillWidth: true
                             text: modelData.path
                             color: fileHover.hovered ? Theme.accent : Theme.text
