@@ -58,8 +58,7 @@ Timing measure(int runs, const std::function<void()> &work)
 
 void report(const char *what, const Timing &timing)
 {
-    std::printf("%-44s fastest %9.1f ms   median %9.1f ms\n", what, timing.fastest,
-                timing.median);
+    std::printf("%-44s fastest %9.1f ms   median %9.1f ms\n", what, timing.fastest, timing.median);
 }
 
 } // namespace
@@ -90,15 +89,13 @@ int main(int argc, char **argv)
         QList<AuthorFileChanges> files;
         qint64 total = 0;
         SQLiteDatabase database(path);
-        report("details from the index", measure(runs, [&] {
-                   details = indexedAuthorDetails(database, name, merged);
-               }));
-        report("most-changed files from the index", measure(runs, [&] {
-                   files = indexedAuthorFiles(database, name, merged);
-               }));
+        report("details from the index",
+               measure(runs, [&] { details = indexedAuthorDetails(database, name, merged); }));
+        report("most-changed files from the index",
+               measure(runs, [&] { files = indexedAuthorFiles(database, name, merged); }));
         report("history: count and first page of 100", measure(runs, [&] {
-                   IndexedHistory history(database,
-                                          HistoryQuery::parse(*authorHistoryQuery(name)), merged);
+                   IndexedHistory history(database, HistoryQuery::parse(*authorHistoryQuery(name)),
+                                          merged);
                    history.setReadsBodies(false);
                    total = history.count();
                    history.pageAfter(std::nullopt, 100);

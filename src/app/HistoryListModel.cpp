@@ -97,8 +97,8 @@ void HistoryListModel::reload()
             auto source = std::make_shared<Source>();
             source->database = std::make_unique<SQLiteDatabase>(path);
             try {
-                source->history = std::make_unique<IndexedHistory>(*source->database, parsed,
-                                                                   merges);
+                source->history
+                    = std::make_unique<IndexedHistory>(*source->database, parsed, merges);
                 source->history->setReadsBodies(false);
             } catch (const HistoryQueryError &error) {
                 answer.error = error;

@@ -227,8 +227,7 @@ void RepositorySelection::loadAuthorDetails()
         QList<AuthorFileChanges> files;
     };
     m_tasks.run(
-        [git = m_git, path = *path, name = m_author->name, index,
-         merges = m_mergesIdentities] {
+        [git = m_git, path = *path, name = m_author->name, index, merges = m_mergesIdentities] {
             if (index.isEmpty())
                 return Loaded {git.loadAuthorDetails(path, name), {}};
             SQLiteDatabase database(index);

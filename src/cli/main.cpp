@@ -246,11 +246,12 @@ const QHash<QString, Command> &commands()
           .flagOptions = {QStringLiteral("--no-identities"), QStringLiteral("--as-recorded")},
           .run =
               [indexDir, limit](const Invocation &in) {
-                  printList(in, cli::logCommand(in.repository, in.texts.value(indexDir),
-                                                in.texts.value(QStringLiteral("--query")),
-                                                in.number(QStringLiteral("--offset"), 0),
-                                                in.number(limit, 300),
-                                                cli::insightOptions(in.flags).mergeIdentities));
+                  printList(in,
+                            cli::logCommand(in.repository, in.texts.value(indexDir),
+                                            in.texts.value(QStringLiteral("--query")),
+                                            in.number(QStringLiteral("--offset"), 0),
+                                            in.number(limit, 300),
+                                            cli::insightOptions(in.flags).mergeIdentities));
               }}},
         {QStringLiteral("index"),
          {.textOptions = {indexDir},

@@ -87,7 +87,8 @@ protected:
 
     void SetUp() override
     {
-        const Who ada {"Ada Lovelace", "ada@example.com"}, augusta {"Augusta King", "ADA@Example.com"},
+        const Who ada {"Ada Lovelace", "ada@example.com"},
+            augusta {"Augusta King", "ADA@Example.com"},
             sideAda {"Ada Lovelace", "countess@lovelace.org"},
             countess {"Countess", "countess@old.example"}, grace {"Grace Hopper", "grace@navy.mil"};
         const auto commit = [&](const char *date, const char *message, const Who &who) {
@@ -110,7 +111,8 @@ protected:
         commit("2024-03-31T01:30:00Z", "Old habits", countess);
         repo.setDate("2024-10-26T22:30:00Z");
         repo.git({"merge", "-q", "--no-ff", "-m", "Merge side", "side"});
-        repo.git({"commit", "-q", "--amend", "--no-edit", "--author=Ada Lovelace <ada@example.com>"});
+        repo.git(
+            {"commit", "-q", "--amend", "--no-edit", "--author=Ada Lovelace <ada@example.com>"});
         repo.write("logo.bin", QByteArray("\x00\x03", 2));
         commit("2024-10-27T01:30:00Z", "New logo", grace);
         repo.write("notes.txt", "zero\none\ntwo\n");
@@ -151,8 +153,8 @@ protected:
 TEST_F(AuthorHistoryTest, DetailsAsRecordedEqualGitsInEveryZone)
 {
     // "countess" names one of Ada Lovelace's addresses and Countess: part of an author.
-    const char *const names[] = {"Ada Lovelace", "Augusta King", "Grace Hopper", "countess",
-                                 "Nobody"};
+    const char *const names[]
+        = {"Ada Lovelace", "Augusta King", "Grace Hopper", "countess", "Nobody"};
     for (const char *zone : {"UTC", "Europe/Berlin", "America/St_Johns", "Asia/Kolkata"}) {
         const ZoneScope scope(zone);
         for (const char *name : names) {
@@ -170,9 +172,8 @@ TEST_F(AuthorHistoryTest, DetailsOfAPersonAddUpTheirNamesOnce)
 {
     writeMailmap();
     const auto details = [&](const char *name, bool merged) {
-        return read([&](SQLiteDatabase &database) {
-            return indexedAuthorDetails(database, name, merged);
-        });
+        return read(
+            [&](SQLiteDatabase &database) { return indexedAuthorDetails(database, name, merged); });
     };
     AuthorDetails sum;
     // The three aliases apart; "Countess" as recorded would hold one of Ada's addresses too.
@@ -189,8 +190,9 @@ TEST_F(AuthorHistoryTest, DetailsOfAPersonAddUpTheirNamesOnce)
         const AuthorDetails person = details(name, true);
         EXPECT_EQ(std::tuple(person.commits, person.additions, person.deletions),
                   std::tuple(sum.commits, sum.additions, sum.deletions));
-        EXPECT_EQ(person.emails, parts("ADA@Example.com|ada@example.com|countess@lovelace.org|"
-                                       "countess@old.example"));
+        EXPECT_EQ(person.emails,
+                  parts("ADA@Example.com|ada@example.com|countess@lovelace.org|"
+                        "countess@old.example"));
         EXPECT_EQ(person.firstCommitDate, utcDate("2024-03-09T12:00:00Z"));
         EXPECT_EQ(person.lastCommitDate, utcDate("2024-10-27T22:30:00Z"));
     }
