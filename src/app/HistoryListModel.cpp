@@ -59,6 +59,14 @@ void HistoryListModel::setQuery(const QString &query)
     reload();
 }
 
+void HistoryListModel::setMergesIdentities(bool merges)
+{
+    if (m_mergesIdentities == merges)
+        return;
+    m_mergesIdentities = merges;
+    reload();
+}
+
 void HistoryListModel::reload()
 {
     const quint64 generation = ++m_generation;
@@ -84,12 +92,13 @@ void HistoryListModel::reload()
     }
     setLoading(true);
     m_tasks.run(
-        [path = m_database, parsed] {
+        [path = m_database, parsed, merges = m_mergesIdentities] {
             Answer answer;
             auto source = std::make_shared<Source>();
             source->database = std::make_unique<SQLiteDatabase>(path);
             try {
-                source->history = std::make_unique<IndexedHistory>(*source->database, parsed);
+                source->history
+                    = std::make_unique<IndexedHistory>(*source->database, parsed, merges);
                 source->history->setReadsBodies(false);
             } catch (const HistoryQueryError &error) {
                 answer.error = error;

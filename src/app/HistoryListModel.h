@@ -56,6 +56,10 @@ public:
 
     QString query() const { return m_query; }
     void setQuery(const QString &query);
+    /// @brief Whether `author:` takes a person's other names and addresses along (the default)
+    /// or matches the names and addresses as recorded.
+    void setMergesIdentities(bool merges);
+    bool mergesIdentities() const { return m_mergesIdentities; }
     bool isAvailable() const { return !m_database.isEmpty(); }
     bool isLoading() const { return m_loading; }
     int total() const { return int(m_total); }
@@ -104,6 +108,7 @@ private:
     BackgroundTasks m_tasks;
     QString m_database;
     QString m_query;
+    bool m_mergesIdentities = true;
     std::shared_ptr<Source> m_source;
     QList<HistoryCursor> m_keys; ///< where each row's commit stands, in the rows' order
     // Filled from data(), which views call as they draw.

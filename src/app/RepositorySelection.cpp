@@ -36,6 +36,7 @@ RepositorySelection::RepositorySelection(const RepositorySession &session,
     , m_tasks(this, [this](const QString &error) { Q_EMIT failed(error); })
     , m_commitChanges(new CommitChangeListModel(this))
     , m_fileHistory(new HistoryListModel(this))
+    , m_authorHistory(new HistoryListModel(this))
 { }
 
 std::optional<QString> RepositorySelection::repositoryPath() const
@@ -60,6 +61,9 @@ void RepositorySelection::reset(const std::optional<CommitRecord> &commit)
     setCommitChanges({});
     ++m_fileGeneration;
     m_fileHistory->setDatabase({});
+    ++m_authorGeneration;
+    setAuthorFiles({});
+    m_authorHistory->setDatabase({});
 }
 
 void RepositorySelection::setIndexDatabase(const QString &path)
@@ -71,6 +75,20 @@ void RepositorySelection::setIndexDatabase(const QString &path)
         loadFileDetails();
     else
         m_fileHistory->setDatabase({});
+    if (m_author)
+        loadAuthorDetails();
+    else
+        m_authorHistory->setDatabase({});
+}
+
+void RepositorySelection::setMergesIdentities(bool merges)
+{
+    if (m_mergesIdentities == merges)
+        return;
+    m_mergesIdentities = merges;
+    m_authorHistory->setMergesIdentities(merges);
+    if (m_author)
+        loadAuthorDetails();
 }
 
 void RepositorySelection::selectCommit(const QVariantMap &commit)
@@ -183,20 +201,67 @@ void RepositorySelection::selectAuthor(const AuthorStat &author)
     assign(this, m_authorDetails, std::optional<AuthorDetails>(),
            &RepositorySelection::selectedAuthorDetailsChanged);
     assign(this, m_authorDetailsError, QString(), &RepositorySelection::authorDetailsErrorChanged);
+    setAuthorFiles({});
+    loadAuthorDetails();
+}
+
+void RepositorySelection::loadAuthorDetails()
+{
     const std::optional<QString> path = repositoryPath();
+    const std::optional<QString> query = authorHistoryQuery(m_author->name);
+    // A name the query language cannot hold (a double quote in it) is read from git.
+    const QString index = path && query ? m_indexDatabase : QString();
+    const bool newQuery = query && m_authorHistory->query() != *query;
+    if (query)
+        m_authorHistory->setQuery(*query);
+    if (m_authorHistory->database() != index)
+        m_authorHistory->setDatabase(index);
+    else if (!newQuery)
+        m_authorHistory->reload(); // the same author chosen again is read afresh
+    const quint64 generation = ++m_authorGeneration;
     if (!path)
         return;
-    m_tasks.run([git = m_git, path = *path,
-                 name = author.name] { return git.loadAuthorDetails(path, name); },
-                [this](const AuthorDetails &details) {
-                    assign(this, m_authorDetails, std::optional(details),
-                           &RepositorySelection::selectedAuthorDetailsChanged);
-                },
-                [this](const QString &error) {
-                    assign(this, m_authorDetailsError, error,
-                           &RepositorySelection::authorDetailsErrorChanged);
-                    Q_EMIT failed(error);
-                });
+    struct Loaded
+    {
+        AuthorDetails details;
+        QList<AuthorFileChanges> files;
+    };
+    m_tasks.run(
+        [git = m_git, path = *path, name = m_author->name, index, merges = m_mergesIdentities] {
+            if (index.isEmpty())
+                return Loaded {git.loadAuthorDetails(path, name), {}};
+            SQLiteDatabase database(index);
+            return Loaded {indexedAuthorDetails(database, name, merges),
+                           indexedAuthorFiles(database, name, merges)};
+        },
+        [this](const Loaded &loaded) {
+            assign(this, m_authorDetails, std::optional(loaded.details),
+                   &RepositorySelection::selectedAuthorDetailsChanged);
+            setAuthorFiles(loaded.files);
+        },
+        [this](const QString &error) {
+            assign(this, m_authorDetailsError, error,
+                   &RepositorySelection::authorDetailsErrorChanged);
+            Q_EMIT failed(error);
+        },
+        [this, generation] { return m_authorGeneration == generation; });
+}
+
+void RepositorySelection::setAuthorFiles(const QList<AuthorFileChanges> &files)
+{
+    if (m_authorFiles == files)
+        return;
+    m_authorFiles = files;
+    Q_EMIT authorFilesChanged();
+}
+
+QVariantList RepositorySelection::authorFilesValue() const
+{
+    QVariantList files;
+    for (const AuthorFileChanges &file : m_authorFiles)
+        files.append(QVariantMap {{QStringLiteral("path"), file.path},
+                                  {QStringLiteral("commits"), file.commits}});
+    return files;
 }
 
 void RepositorySelection::setDiffPresented(bool presented)

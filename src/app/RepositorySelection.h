@@ -4,6 +4,7 @@
 #include "app/HistoryListModel.h"
 #include "app/RecordModels.h"
 #include "git/GitService.h"
+#include "insights/AuthorHistory.h"
 
 #include <QObject>
 #include <QVariant>
@@ -26,6 +27,9 @@ class RepositorySession;
  * Once the repository's index is ready (setIndexDatabase), a file's details and its commits
  * (fileHistory) come from the index and follow the file through its renames, whether or not the
  * working tree still holds it; until then the details are git's and the list is unavailable.
+ * The same goes for an author: details, every commit (authorHistory) and the files changed most
+ * (authorFiles) come from the index once it is ready, taking the person's other names and
+ * addresses along unless identities are read as recorded (setMergesIdentities).
  */
 class RepositorySelection : public QObject
 {
@@ -46,6 +50,11 @@ class RepositorySelection : public QObject
     Q_PROPERTY(strataloom::HistoryListModel *fileHistory READ fileHistory CONSTANT)
     /// Why the selected author's details could not be read; empty while they load or once read.
     Q_PROPERTY(QString authorDetailsError READ authorDetailsError NOTIFY authorDetailsErrorChanged)
+    /// The selected author's commits, newest first, paged from the index.
+    Q_PROPERTY(strataloom::HistoryListModel *authorHistory READ authorHistory CONSTANT)
+    /// The files the selected author changed most, from the index: maps of path and commits,
+    /// most commits first; empty until they are read, and without an index.
+    Q_PROPERTY(QVariantList authorFiles READ authorFilesValue NOTIFY authorFilesChanged)
     Q_PROPERTY(QString presentedDiff READ presentedDiff NOTIFY presentedDiffChanged)
     Q_PROPERTY(bool isDiffPresented READ isDiffPresented WRITE setDiffPresented NOTIFY
                    isDiffPresentedChanged)
@@ -69,11 +78,21 @@ public:
     QString presentedDiff() const { return m_presentedDiff; }
     bool isDiffPresented() const { return m_isDiffPresented; }
     HistoryListModel *fileHistory() const { return m_fileHistory; }
-    int runningTaskCount() const { return m_tasks.running() + m_fileHistory->runningTaskCount(); }
+    HistoryListModel *authorHistory() const { return m_authorHistory; }
+    const QList<AuthorFileChanges> &authorFiles() const { return m_authorFiles; }
+    int runningTaskCount() const
+    {
+        return m_tasks.running() + m_fileHistory->runningTaskCount()
+            + m_authorHistory->runningTaskCount();
+    }
 
     /// @brief Reads file histories from the index database at @p path from now on ("": from git);
     /// a file already selected is read again from there.
     void setIndexDatabase(const QString &path);
+    /// @brief Whether an author is read with the person's other names and addresses (the
+    /// default) or as recorded; an author already selected is read again.
+    void setMergesIdentities(bool merges);
+    bool mergesIdentities() const { return m_mergesIdentities; }
 
     void setDiffPresented(bool presented);
     /// @brief Starts over for a newly published repository: @p commit selected, nothing else.
@@ -99,6 +118,7 @@ Q_SIGNALS:
     void commitChangesChanged();
     void fileDetailsErrorChanged();
     void authorDetailsErrorChanged();
+    void authorFilesChanged();
     void presentedDiffChanged();
     void isDiffPresentedChanged();
     void failed(const QString &message);
@@ -107,6 +127,9 @@ private:
     std::optional<QString> repositoryPath() const;
     void setCommitChanges(const QList<CommitFileChange> &changes);
     void loadFileDetails();
+    void loadAuthorDetails();
+    void setAuthorFiles(const QList<AuthorFileChanges> &files);
+    QVariantList authorFilesValue() const;
 
     QVariant selectedCommitValue() const;
     QVariant selectedFileValue() const;
@@ -125,6 +148,10 @@ private:
     std::optional<AuthorDetails> m_authorDetails;
     CommitChangeListModel *m_commitChanges;
     HistoryListModel *m_fileHistory;
+    HistoryListModel *m_authorHistory;
+    QList<AuthorFileChanges> m_authorFiles;
+    quint64 m_authorGeneration = 0;
+    bool m_mergesIdentities = true;
     QString m_indexDatabase;
     quint64 m_fileGeneration = 0;
     QString m_fileDetailsError;

@@ -11,7 +11,8 @@
 namespace strataloom::cli {
 
 QList<CommitRecord> logCommand(const QString &repository, const QString &indexDirectory,
-                               const QString &query, qint64 offset, qint64 limit)
+                               const QString &query, qint64 offset, qint64 limit,
+                               bool mergeIdentities)
 {
     // Parsed first: a malformed query is reported even where there is no index.
     const HistoryQuery parsed = HistoryQuery::parse(query);
@@ -30,7 +31,7 @@ QList<CommitRecord> logCommand(const QString &repository, const QString &indexDi
     if (!index.metadata(QStringLiteral("last_indexed_at")))
         throw missing();
     return index.read([&](SQLiteDatabase &database) {
-        IndexedHistory history(database, parsed);
+        IndexedHistory history(database, parsed, mergeIdentities);
         return history.page(offset, limit);
     });
 }

@@ -51,10 +51,13 @@ Commands:
   diff     <repo> <commit>           full text of a commit
   index    <repo> [--index-dir DIR]  bring the repository's analytics index up to date
   log      <repo> [--query Q] [--offset N] [--limit N] [--index-dir DIR]
+           [--no-identities | --as-recorded]
                                      commits of every ref from the index, newest first (default
                                      300; --limit 0: all), those matching Q when given: words
                                      of the message, "a phrase", author:, path:, after: and
-                                     before: (YYYY-MM-DD), type:, ref:, merges:no
+                                     before: (YYYY-MM-DD), type:, ref:, merges:no; author:
+                                     finds all of a person's names and addresses, or with
+                                     --no-identities or --as-recorded only those that match
   insights <repo> [--index-dir DIR] [corrections]
                                      synchronise the index, then print the repository's insights
   report   <repo> [--index-dir DIR] [corrections] [--html FILE]
@@ -240,12 +243,15 @@ const QHash<QString, Command> &commands()
         {QStringLiteral("log"),
          {.countOptions = {QStringLiteral("--offset"), limit},
           .textOptions = {indexDir, QStringLiteral("--query"), formatOption},
+          .flagOptions = {QStringLiteral("--no-identities"), QStringLiteral("--as-recorded")},
           .run =
               [indexDir, limit](const Invocation &in) {
-                  printList(in, cli::logCommand(in.repository, in.texts.value(indexDir),
-                                                in.texts.value(QStringLiteral("--query")),
-                                                in.number(QStringLiteral("--offset"), 0),
-                                                in.number(limit, 300)));
+                  printList(in,
+                            cli::logCommand(in.repository, in.texts.value(indexDir),
+                                            in.texts.value(QStringLiteral("--query")),
+                                            in.number(QStringLiteral("--offset"), 0),
+                                            in.number(limit, 300),
+                                            cli::insightOptions(in.flags).mergeIdentities));
               }}},
         {QStringLiteral("index"),
          {.textOptions = {indexDir},

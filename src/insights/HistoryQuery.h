@@ -60,7 +60,9 @@ struct HistoryQueryTerm
  * the user types finds "alpha" at "alp" (a trailing `*`, as other search boxes take it, changes
  * nothing); `"several words"` matches those whole words in that order.
  * `key:value` terms (a value with blanks goes in quotes: `author:"Ada Lovelace"`):
- *   - author: part of the author's name or e-mail, letter case ignored;
+ *   - author: part of the author's name or e-mail, letter case ignored; where one person's
+ *     names and addresses are taken together (the identity correction), every commit of each
+ *     person with such a name or address;
  *   - path: a file or a folder (`src/` or `src`); a file also matches the commits made to it
  *     under earlier names, through its renames;
  *   - after: / before: a day (YYYY-MM-DD, the day's start in the local time zone) or a local

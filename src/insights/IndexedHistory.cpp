@@ -1,5 +1,6 @@
 #include "insights/IndexedHistory.h"
 
+#include "insights/AuthorHistory.h"
 #include "insights/Classifiers.h"
 
 #include <QDateTime>
@@ -81,8 +82,10 @@ constexpr int shortHashLength = 7;
 
 } // namespace
 
-IndexedHistory::IndexedHistory(SQLiteDatabase &database, const HistoryQuery &query)
+IndexedHistory::IndexedHistory(SQLiteDatabase &database, const HistoryQuery &query,
+                               bool mergeIdentities)
     : m_database(database)
+    , m_mergeIdentities(mergeIdentities)
 {
     // Every term that names a set of commits (words, author, path, ref) is a subquery of row
     // ids, so that SQLite walks the history index in its order, which holds everything these
@@ -183,15 +186,10 @@ void IndexedHistory::add(const HistoryQueryTerm &term)
 
 void IndexedHistory::addAuthor(const QString &text)
 {
-    // Matched here rather than with LIKE, which folds ASCII letters only.
+    // Matched in C++ rather than with LIKE, which folds ASCII letters only.
     QStringList ids;
-    SQLiteStatement aliases
-        = m_database.statement(QStringLiteral("SELECT id, name, email FROM author_aliases"));
-    while (aliases.step()) {
-        if (aliases.columnText(1).value_or(QString()).contains(text, Qt::CaseInsensitive)
-            || aliases.columnText(2).value_or(QString()).contains(text, Qt::CaseInsensitive))
-            ids.append(QString::number(aliases.columnInt64(0)));
-    }
+    for (const qint64 id : authorAliasIDs(m_database, text, m_mergeIdentities))
+        ids.append(QString::number(id));
     m_conditions.append(ids.isEmpty() ? QStringLiteral("0")
                                       : QStringLiteral("c.id IN (SELECT id FROM commits WHERE "
                                                        "author_alias_id IN (%1))")

@@ -47,9 +47,14 @@ struct HistoryPage
 class IndexedHistory
 {
 public:
-    /// @brief Resolves @p query over @p database: authors, file names, refs. Throws
-    /// HistoryQueryError for a ref the index does not know, SQLiteError otherwise.
-    IndexedHistory(SQLiteDatabase &database, const HistoryQuery &query);
+    /**
+     * @brief Resolves @p query over @p database: authors, file names, refs. With
+     * @p mergeIdentities an `author:` term matches every commit of the people it names
+     * (authorAliasIDs()); without, the commits whose recorded name or e-mail holds it. Throws
+     * HistoryQueryError for a ref the index does not know, SQLiteError otherwise.
+     */
+    IndexedHistory(SQLiteDatabase &database, const HistoryQuery &query,
+                   bool mergeIdentities = true);
     ~IndexedHistory();
     IndexedHistory(const IndexedHistory &) = delete;
     IndexedHistory &operator=(const IndexedHistory &) = delete;
@@ -91,6 +96,7 @@ private:
                      qint64 offset);
 
     SQLiteDatabase &m_database;
+    bool m_mergeIdentities;
     QStringList m_conditions;
     QList<Value> m_values;
     QStringList m_temporaryTables;

@@ -92,6 +92,21 @@ private:
     std::vector<qsizetype> m_parent;
 };
 
+// Joins the aliases at the same positions of @p names and @p emails (as the mailmap maps them)
+// that share a name, or an address compared without case that is no placeholder.
+void joinPeople(Groups &groups, const QStringList &names, const QStringList &emails)
+{
+    QHash<QString, qsizetype> firstOfName;
+    QHash<QString, qsizetype> firstOfEmail;
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        groups.join(i, *firstOfName.insert(names[i], firstOfName.value(names[i], i)));
+        if (!isPlaceholderEmail(emails[i])) {
+            const QString email = emails[i].trimmed().toLower();
+            groups.join(i, *firstOfEmail.insert(email, firstOfEmail.value(email, i)));
+        }
+    }
+}
+
 } // namespace
 
 bool isPlaceholderEmail(const QString &email)
@@ -147,19 +162,13 @@ People applyPeople(History &history, const QHash<qint64, std::pair<QString, QStr
 
     // The person of each alias: without merging, the author it belongs to (one exact name).
     Groups groups(count);
-    QHash<qint64, qsizetype> firstOfAuthor;
-    QHash<QString, qsizetype> firstOfName;
-    QHash<QString, qsizetype> firstOfEmail;
-    for (qsizetype i = 0; i < count; ++i) {
-        if (!options.mergeIdentities) {
+    if (options.mergeIdentities) {
+        joinPeople(groups, names, emails);
+    } else {
+        QHash<qint64, qsizetype> firstOfAuthor;
+        for (qsizetype i = 0; i < count; ++i) {
             const qint64 author = history.aliases[aliasIDs[size_t(i)]].authorID;
             groups.join(i, *firstOfAuthor.insert(author, firstOfAuthor.value(author, i)));
-            continue;
-        }
-        groups.join(i, *firstOfName.insert(names[i], firstOfName.value(names[i], i)));
-        if (!isPlaceholderEmail(emails[i])) {
-            const QString email = emails[i].trimmed().toLower();
-            groups.join(i, *firstOfEmail.insert(email, firstOfEmail.value(email, i)));
         }
     }
 
@@ -237,6 +246,42 @@ People applyPeople(History &history, const QHash<qint64, std::pair<QString, QStr
     if (options.mergeIdentities)
         history.authorNames = personNames;
     return people;
+}
+
+QList<AliasIdentity> readAliasPeople(SQLiteDatabase &database, bool mergeIdentities)
+{
+    QList<AliasIdentity> aliases;
+    SQLiteStatement statement = database.statement(QStringLiteral(
+        "SELECT a.id, a.name, a.email, a.author_id, i.mapped_name, i.mapped_email "
+        "FROM author_aliases a LEFT JOIN author_identities i ON i.alias_id = a.id ORDER BY a.id"));
+    QStringList names;
+    QStringList emails;
+    while (statement.step()) {
+        AliasIdentity alias;
+        alias.id = statement.columnInt64(0);
+        alias.name = textOr(statement, 1, QString());
+        alias.email = textOr(statement, 2, QString());
+        alias.mappedName = textOr(statement, 4, alias.name);
+        alias.mappedEmail = textOr(statement, 5, alias.email);
+        alias.authorID = statement.columnInt64(3);
+        alias.person = alias.authorID;
+        names.append(alias.mappedName);
+        emails.append(alias.mappedEmail);
+        aliases.append(alias);
+    }
+    if (!mergeIdentities) {
+        for (AliasIdentity &alias : aliases) {
+            alias.mappedName = alias.name;
+            alias.mappedEmail = alias.email;
+        }
+        return aliases;
+    }
+    Groups groups(aliases.size());
+    joinPeople(groups, names, emails);
+    // As applyPeople names them: a person by its first alias.
+    for (AliasIdentity &alias : aliases)
+        alias.person = aliases[groups.find(&alias - aliases.data())].id;
+    return aliases;
 }
 
 QList<IndexedAuthorInsight> botAuthors(const History &history, qint64 totalCommits)

@@ -55,6 +55,26 @@ struct People
 People applyPeople(History &history, const QHash<qint64, std::pair<QString, QString>> &mapped,
                    const PeopleOptions &options);
 
+/// @brief An alias of the index (a name and address as commits record them) and its person.
+struct AliasIdentity
+{
+    qint64 id = 0;
+    QString name;
+    QString email;
+    QString mappedName; ///< as the mailmap maps the alias; its own name without merging
+    QString mappedEmail;
+    qint64 authorID = 0; ///< the author of the alias's exact name
+    qint64 person = 0; ///< the same for every alias of one person
+};
+
+/**
+ * @brief Every alias of the index in id order with the person it belongs to: with
+ * @p mergeIdentities, people as applyPeople joins them (the mailmap, then shared names and
+ * addresses), identified by their first alias's id; without, the author of the alias's exact
+ * name, identified by the author's id.
+ */
+QList<AliasIdentity> readAliasPeople(SQLiteDatabase &database, bool mergeIdentities);
+
 /// @brief The automation accounts of a history rewritten by applyPeople, like topAuthors.
 QList<IndexedAuthorInsight> botAuthors(const History &history, qint64 totalCommits);
 

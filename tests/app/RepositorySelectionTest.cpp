@@ -234,6 +234,78 @@ private Q_SLOTS:
         }
     }
 
+    // Once the index is ready an author's details, commits and files come from it, with the
+    // person's other names unless identities are read as recorded; git's details stand in before.
+    // Files are counted by the path each commit changed: Bob worked on b.c, Cyd on c.c.
+    void authorFromTheIndex()
+    {
+        FixtureRepository repository;
+        renameTwiceThenDelete(repository);
+        // Robert is Bob only through the mailmap; nothing of his name or address holds "Bob".
+        repository.write(".mailmap", "Bob <Bob@example.com> Robert <robert@example.org>\n");
+        repository.write("keep.h", "by Robert\n");
+        repository.commit("by Robert", "Robert", "robert@example.org");
+        ModelHarness harness;
+        QVERIFY(openAndWait(harness.session(), repository.path()));
+        QVERIFY(settle(harness.model()));
+        QVERIFY(harness.analytics().analyticsIndexState().isReady());
+        RepositorySelection &selection = harness.selection();
+        const auto gitLog = [&repository](const char *mailmap, const char *author) {
+            return repository
+                .git({"log", "--all", mailmap, "--format=%H", QStringLiteral("--author=") + author})
+                .split('\n', Qt::SkipEmptyParts);
+        };
+
+        const struct
+        {
+            const char *name;
+            const char *author;
+            bool indexReady;
+            bool merges;
+            QStringList commits; ///< newest first
+            QList<AuthorFileChanges> files;
+        } cases[] = {
+            {"merged", "Bob", true, true, gitLog("--use-mailmap", "Bob"),
+             {{"keep.h", 3}, {"b.c", 2}, {".mailmap", 1}}},
+            {"as recorded", "Bob", true, false, gitLog("--no-mailmap", "Bob"),
+             {{"b.c", 2}, {"keep.h", 2}}},
+            {"one name", "Cyd", true, true, gitLog("--no-mailmap", "Cyd"),
+             {{"c.c", 3}, {"keep.h", 2}}},
+            {"before the index", "Bob", false, true, gitLog("--use-mailmap", "Bob"), {}},
+        };
+        for (const auto &test : cases) {
+            selection.setIndexDatabase(test.indexReady ? harness.analytics().databasePath()
+                                                       : QString());
+            selection.setMergesIdentities(test.merges);
+            selection.selectAuthor(AuthorStat {test.author, 0});
+            QVERIFY2(settle(harness.model()), test.name);
+            QCOMPARE(harness.model().errorMessage(), std::nullopt);
+            const std::optional<AuthorDetails> &details = selection.selectedAuthorDetails();
+            QVERIFY2(details, test.name);
+            QCOMPARE(details->commits, test.commits.size());
+            QCOMPARE(selection.authorFiles(), test.files);
+            HistoryListModel &history = *selection.authorHistory();
+            QCOMPARE(history.isAvailable(), test.indexReady);
+            if (!test.indexReady) {
+                QCOMPARE(*details, GitService().loadAuthorDetails(repository.path(), test.author));
+                continue;
+            }
+            while (history.canFetchMore({}))
+                history.fetchMore({});
+            QCOMPARE(idsOf(history), test.commits);
+        }
+
+        // Reading identities as recorded again reads the author again.
+        selection.setIndexDatabase(harness.analytics().databasePath());
+        selection.setMergesIdentities(true);
+        selection.selectAuthor(AuthorStat {"Bob", 0});
+        QVERIFY(settle(harness.model()));
+        selection.setMergesIdentities(false);
+        QVERIFY(settle(harness.model()));
+        QCOMPARE(selection.selectedAuthorDetails()->commits, gitLog("--no-mailmap", "Bob").size());
+        QCOMPARE(selection.authorHistory()->total(), gitLog("--no-mailmap", "Bob").size());
+    }
+
     void withoutRepositoryNothingStarts()
     {
         RecordingDesktopActions desktop;

@@ -54,7 +54,10 @@ TEST_F(LogCommandTest, ReadsTheIndexAsItStandsNewestFirstPaged)
         {{"--limit", "0"}, all},
         {{"--offset", "1", "--limit", "2"}, all.mid(1, 2)},
         {{"--offset", "9"}, {}},
-        {{"--query", "author:odd number"}, {all[0], all[2], all[4]}},
+        // Both authors write as ada@example.com: one person, unless read as recorded.
+        {{"--query", "author:odd number"}, all},
+        {{"--query", "author:odd number", "--as-recorded"}, {all[0], all[2], all[4]}},
+        {{"--no-identities", "--query", "author:even"}, {all[1], all[3]}},
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.options.join(' ').toStdString());

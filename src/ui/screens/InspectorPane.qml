@@ -7,7 +7,7 @@ import Strataloom.Screens
 import "Format.js" as Format
 
 // The side pane with the details of the current selection: a commit with its changed files, a
-// file with its history facts, or an author with contribution statistics and a heat map.
+// file with its history facts, or an author (AuthorInspector).
 Rectangle {
     id: inspector
 
@@ -19,22 +19,10 @@ Rectangle {
     readonly property var commit: appModel ? appModel.selection.selectedCommit : null
     readonly property var file: appModel ? appModel.selection.selectedFile : null
     readonly property var fileDetails: appModel ? appModel.selection.selectedFileDetails : null
-    readonly property var author: appModel ? appModel.selection.selectedAuthor : null
-    readonly property var authorDetails: appModel ? appModel.selection.selectedAuthorDetails : null
     readonly property string fileDetailsError: appModel ? appModel.selection.fileDetailsError : ""
     // The selected file's commits under all its names, once the index is ready.
     readonly property var fileHistory: appModel ? appModel.selection.fileHistory : null
     readonly property bool fileDeleted: !!file && file.status === "deleted"
-    readonly property string authorDetailsError: appModel ? appModel.selection.authorDetailsError : ""
-    // The person the insights know under several names or addresses, when the inspected author
-    // is one of them.
-    readonly property var authorIdentity: {
-        const insights = appModel ? appModel.analytics.analyticsInsights : null
-        const name = author ? author.name : ""
-        if (!insights || !insights.identities || name === "")
-            return null
-        return insights.identities.find(i => i.name === name || i.names.indexOf(name) >= 0) || null
-    }
 
     function paneForSection(section) {
         switch (section) {
@@ -451,234 +439,8 @@ Rectangle {
             }
         }
 
-        // Author pane.
-        Item {
-            objectName: "authorPane"
-
-            EmptyStateView {
-                objectName: "authorEmpty"
-                anchors.fill: parent
-                visible: !inspector.author
-                symbol: "person.2"
-                title: "No author selected"
-                message: "Select an author to inspect contribution activity."
-            }
-            EmptyStateView {
-                objectName: "authorLoading"
-                anchors.fill: parent
-                visible: !!inspector.author && !inspector.authorDetails && inspector.authorDetailsError === ""
-                busy: true
-                title: "Calculating author statistics…"
-            }
-            EmptyStateView {
-                objectName: "authorFailed"
-                anchors.fill: parent
-                visible: !!inspector.author && !inspector.authorDetails && inspector.authorDetailsError !== ""
-                symbol: "exclamationmark.triangle"
-                title: "Author statistics unavailable"
-                message: inspector.authorDetailsError
-            }
-
-            ScrollView {
-                id: authorScroll
-                anchors.fill: parent
-                visible: !!inspector.author && !!inspector.authorDetails
-                contentWidth: availableWidth
-
-                ColumnLayout {
-                    width: authorScroll.availableWidth
-                    spacing: Theme.spacing + 4
-
-                    RowLayout {
-                        Layout.fillWidth: true
-                        Layout.margins: Theme.padding
-                        Layout.bottomMargin: 0
-                        spacing: Theme.spacing + 2
-                        SymbolIcon {
-                            symbol: "person.crop.circle.fill"
-                            size: 40
-                            color: Theme.accent
-                        }
-                        Label {
-                            objectName: "authorName"
-                            Layout.fillWidth: true
-                            text: inspector.authorDetails ? inspector.authorDetails.name : ""
-                            font.pixelSize: Theme.fontHeadline + 2
-                            font.weight: Font.DemiBold
-                            color: Theme.text
-                            wrapMode: Text.Wrap
-                            maximumLineCount: 2
-                            elide: Text.ElideRight
-                        }
-                    }
-                    ColumnLayout {
-                        Layout.fillWidth: true
-                        Layout.leftMargin: Theme.padding
-                        Layout.rightMargin: Theme.padding
-                        spacing: 4
-                        Repeater {
-                            model: inspector.authorDetails ? inspector.authorDetails.emails : []
-                            delegate: SymbolLabel {
-                                required property string modelData
-                                Layout.fillWidth: true
-                                symbol: "envelope"
-                                symbolColor: Theme.secondaryText
-                                color: Theme.secondaryText
-                                text: modelData
-                            }
-                        }
-                    }
-
-                    ColumnLayout {
-                        objectName: "authorIdentity"
-                        Layout.fillWidth: true
-                        Layout.leftMargin: Theme.padding
-                        Layout.rightMargin: Theme.padding
-                        visible: !!inspector.authorIdentity
-                        spacing: 4
-                        Label {
-                            Layout.fillWidth: true
-                            text: inspector.authorIdentity
-                                  ? "The insights count one person, " + inspector.authorIdentity.name + ", known as:"
-                                  : ""
-                            color: Theme.secondaryText
-                            font.pixelSize: Theme.fontCaption
-                            wrapMode: Text.WordWrap
-                        }
-                        Repeater {
-                            model: inspector.authorIdentity
-                                   ? inspector.authorIdentity.names.concat(inspector.authorIdentity.emails) : []
-                            delegate: SymbolLabel {
-                                required property string modelData
-                                required property int index
-                                objectName: "authorAlias"
-                                Layout.fillWidth: true
-                                symbol: index < inspector.authorIdentity.names.length ? "person.circle" : "envelope"
-                                symbolColor: Theme.tertiaryText
-                                color: Theme.secondaryText
-                                text: modelData
-                            }
-                        }
-                    }
-
-                    DetailsBox {
-                        Layout.leftMargin: Theme.padding
-                        Layout.rightMargin: Theme.padding
-                        LabeledValue {
-                            objectName: "authorCommits"
-                            label: "Commits"
-                            value: inspector.authorDetails ? Format.count(inspector.authorDetails.commits) : ""
-                        }
-                        LabeledValue {
-                            objectName: "authorAdded"
-                            label: "Lines added"
-                            value: inspector.authorDetails ? "+" + Format.count(inspector.authorDetails.additions) : ""
-                            valueColor: Theme.named("green")
-                        }
-                        LabeledValue {
-                            objectName: "authorRemoved"
-                            label: "Lines removed"
-                            value: inspector.authorDetails ? Format.count(inspector.authorDetails.deletions) : ""
-                            valueColor: Theme.named("red")
-                        }
-                        LabeledValue {
-                            label: "First commit"
-                            value: inspector.authorDetails ? Format.date(inspector.authorDetails.firstCommitDate) : ""
-                        }
-                        LabeledValue {
-                            label: "Last commit"
-                            value: inspector.authorDetails ? Format.date(inspector.authorDetails.lastCommitDate) : ""
-                        }
-                    }
-
-                    Label {
-                        Layout.leftMargin: Theme.padding
-                        text: "Contribution activity"
-                        font.pixelSize: Theme.fontBody
-                        font.weight: Font.DemiBold
-                        color: Theme.text
-                    }
-                    // The year of weeks is wider than the pane: it scrolls sideways and starts
-                    // at the current week.
-                    Flickable {
-                        id: heatmapScroll
-                        Layout.fillWidth: true
-                        Layout.leftMargin: Theme.padding
-                        Layout.rightMargin: Theme.padding
-                        implicitHeight: heatmap.implicitHeight + 10
-                        contentWidth: heatmap.implicitWidth
-                        contentHeight: heatmap.implicitHeight
-                        clip: true
-                        flickableDirection: Flickable.HorizontalFlick
-                        boundsBehavior: Flickable.StopAtBounds
-                        onContentWidthChanged: contentX = Math.max(0, contentWidth - width)
-                        onWidthChanged: contentX = Math.max(0, contentWidth - width)
-                        ScrollBar.horizontal: ScrollBar { policy: ScrollBar.AsNeeded }
-
-                        AuthorHeatmap {
-                            id: heatmap
-                            objectName: "heatmap"
-                            activity: inspector.authorDetails ? inspector.authorDetails.activity : []
-                        }
-                    }
-                    RowLayout {
-                        Layout.fillWidth: true
-                        Layout.leftMargin: Theme.padding
-                        Layout.rightMargin: Theme.padding
-                        Layout.bottomMargin: Theme.padding
-                        spacing: 3
-                        Label {
-                            Layout.fillWidth: true
-                            text: heatmap.commitsShown === 0 ? "None this year" : Format.count(heatmap.commitsShown) + " this year"
-                            font.pixelSize: Theme.fontCaption
-                            color: Theme.secondaryText
-                            elide: Text.ElideRight
-                            HoverHandler { id: captionHover }
-                            ToolTip.visible: captionHover.hovered && truncated
-                            ToolTip.text: text
-                        }
-                        Label {
-                            text: "Less"
-                            font.pixelSize: Theme.fontCaption
-                            color: Theme.tertiaryText
-                        }
-                        Repeater {
-                            model: [0, 1, 2, 3, 4]
-                            delegate: Rectangle {
-                                required property int modelData
-                                implicitWidth: 9
-                                implicitHeight: 9
-                                radius: 2
-                                color: heatmap.cellColor([0, 1, 3, 5, 8][modelData], 8)
-                            }
-                        }
-                        Label {
-                            text: "More"
-                            font.pixelSize: Theme.fontCaption
-                            color: Theme.tertiaryText
-                        }
-                    }
-                }
-            }
-        }
-    }
-
-    // A rounded box that groups labelled values.
-    component DetailsBox: Rectangle {
-        default property alias rows: box.data
-        Layout.fillWidth: true
-        implicitHeight: box.implicitHeight + 2 * Theme.spacing + 4
-        radius: Theme.radius
-        color: Theme.card
-        border.width: 1
-        border.color: Theme.cardBorder
-        ColumnLayout {
-            id: box
-            anchors.fill: parent
-            anchors.margins: Theme.spacing + 2
-            anchors.leftMargin: Theme.spacing + 4
-            anchors.rightMargin: Theme.spacing + 4
-            spacing: 6
+        AuthorInspector {
+            appModel: inspector.appModel
         }
     }
 }

@@ -1,5 +1,6 @@
 import QtQuick
 import QtTest
+import Strataloom.Model
 import Strataloom.Screens
 import "../support"
 
@@ -118,6 +119,28 @@ UiTestCase {
         compare(pane.fileDetails.commitCount, 2)
         compare(findChild(pane, "fileDeletedMark").visible, data.deleted)
         compare(findChild(pane, "openFile").visible, !data.deleted)
+    }
+
+    // Once the index is ready the author pane lists the author's commits and the files they
+    // changed most; a file opens in Files.
+    function test_authorHistoryAndFilesFromTheIndex() {
+        const { model, pane } = openPane()
+        const note = findChild(pane, "authorHistoryNote")
+        selectGrace(model)
+        tryVerify(() => !!model.selection.selectedAuthorDetails, 10000)
+        tryVerify(() => model.analytics.analyticsIndexState.isReady, 120000)
+        const list = findChild(pane, "authorHistoryList")
+        const files = findChild(pane, "authorFiles")
+        tryVerify(() => list.count === 1 && files.count === 4, 60000)
+        verify(!note.visible)
+        compare(list.model.get(0).subject, "Reshuffle files")
+        compare(findChild(pane, "authorHistoryTitle").text.indexOf("1 commit") >= 0, true)
+
+        const path = findChild(files.itemAt(0), "authorFilePath")
+        waitForRendering(pane)
+        mouseClick(path)
+        tryCompare(model, "selectedSection", AppViewModel.Files, 10000)
+        tryVerify(() => !!model.selection.selectedFile && model.selection.selectedFile.path === path.text, 10000)
     }
 
     function test_commitPaneShowsTheCommitAndItsChangedFiles() {

@@ -1,0 +1,120 @@
+// The author inspector on a real history: an author's details and most-changed files read from
+// the index, and the count and first page of their commits, as the inspector asks for them,
+// with identities merged and as recorded. Against git's `log --author` walk that the inspector
+// runs until the index is ready, in the same run.
+//
+// Run (from the build folder):
+//   cmake --build . --target author_benchmark && bench/author_benchmark ../corpora/git
+//
+// Usage: author_benchmark [REPOSITORY] [--index-dir DIR] [--runs N] [--author NAME]
+//   REPOSITORY   the history to measure (default ../corpora/git beside the checkout)
+//   --index-dir  where the index lives (default /tmp/author-index); it is brought up to date
+//                first, untimed, so the first run on a new folder builds the whole index
+//   --runs N     measure N times and report the fastest and the median (default 5)
+//   --author     the author (default Junio C Hamano, the busiest of git's history)
+
+#include "git/GitService.h"
+#include "index/RepositoryIndex.h"
+#include "index/RepositoryIndexer.h"
+#include "insights/AuthorHistory.h"
+#include "insights/IndexedHistory.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <vector>
+
+using namespace strataloom;
+
+namespace {
+
+QString argument(const QStringList &arguments, const QString &name, const QString &fallback)
+{
+    const qsizetype at = arguments.indexOf(name);
+    return at >= 0 && at + 1 < arguments.size() ? arguments.at(at + 1) : fallback;
+}
+
+struct Timing
+{
+    double fastest = 0;
+    double median = 0;
+};
+
+Timing measure(int runs, const std::function<void()> &work)
+{
+    std::vector<double> times;
+    for (int run = 0; run < runs; ++run) {
+        QElapsedTimer clock;
+        clock.start();
+        work();
+        times.push_back(double(clock.nsecsElapsed()) / 1e6);
+    }
+    std::sort(times.begin(), times.end());
+    return {times.front(), times[times.size() / 2]};
+}
+
+void report(const char *what, const Timing &timing)
+{
+    std::printf("%-44s fastest %9.1f ms   median %9.1f ms\n", what, timing.fastest, timing.median);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = application.arguments().mid(1);
+    const QString repository
+        = !arguments.isEmpty() && !arguments.first().startsWith(QLatin1String("--"))
+        ? arguments.first()
+        : QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git");
+    const QString indexDirectory
+        = argument(arguments, QStringLiteral("--index-dir"), QStringLiteral("/tmp/author-index"));
+    const int runs = std::max(1, argument(arguments, QStringLiteral("--runs"), "5").toInt());
+    const QString name
+        = argument(arguments, QStringLiteral("--author"), QStringLiteral("Junio C Hamano"));
+
+    const QString path = RepositoryIndexLocation::databasePath(
+        GitService().commonDirectory(repository), indexDirectory);
+    RepositoryIndex index(path);
+    RepositoryIndexer(index).synchronize(repository);
+    std::printf("%s, author \"%s\", %d runs\n", qPrintable(repository), qPrintable(name), runs);
+
+    for (const bool merged : {true, false}) {
+        std::printf("\n%s\n", merged ? "identities merged" : "as recorded");
+        AuthorDetails details;
+        QList<AuthorFileChanges> files;
+        qint64 total = 0;
+        SQLiteDatabase database(path);
+        report("details from the index",
+               measure(runs, [&] { details = indexedAuthorDetails(database, name, merged); }));
+        report("most-changed files from the index",
+               measure(runs, [&] { files = indexedAuthorFiles(database, name, merged); }));
+        report("history: count and first page of 100", measure(runs, [&] {
+                   IndexedHistory history(database, HistoryQuery::parse(*authorHistoryQuery(name)),
+                                          merged);
+                   history.setReadsBodies(false);
+                   total = history.count();
+                   history.pageAfter(std::nullopt, 100);
+               }));
+        std::printf("  %d commits, +%d -%d lines, %lld e-mails, %lld active days, history %lld, "
+                    "top file %s (%d)\n",
+                    details.commits, details.additions, details.deletions,
+                    qint64(details.emails.size()), qint64(details.activity.size()), total,
+                    files.isEmpty() ? "-" : qPrintable(files.first().path),
+                    files.isEmpty() ? 0 : files.first().commits);
+    }
+
+    AuthorDetails fromGit;
+    std::printf("\ngit\n");
+    report("details from git log --author", measure(std::min(runs, 2), [&] {
+               fromGit = GitService().loadAuthorDetails(repository, name);
+           }));
+    std::printf("  %d commits, +%d -%d lines, %lld e-mails, %lld active days\n", fromGit.commits,
+                fromGit.additions, fromGit.deletions, qint64(fromGit.emails.size()),
+                qint64(fromGit.activity.size()));
+    return 0;
+}

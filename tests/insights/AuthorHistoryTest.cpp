@@ -1,0 +1,272 @@
+// An author's details, files and commits from the index, against git's own answers, on a
+// history where one person writes under two names and three addresses.
+
+#include "insights/AuthorHistory.h"
+#include "TestRepository.h"
+#include "git/GitService.h"
+#include "index/RepositoryIndexer.h"
+#include "insights/IndexedHistory.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+namespace strataloom {
+
+// Failures name the figures rather than the record's bytes.
+void PrintTo(const AuthorDetails &details, std::ostream *out)
+{
+    QStringList days;
+    for (const ActivityPoint &point : details.activity)
+        days << QStringLiteral("%1:%2").arg(point.date.toString(Qt::ISODate)).arg(point.count);
+    *out << qPrintable(QStringLiteral("%1: %2 commits +%3 -%4 %5..%6 [%7] {%8}")
+                           .arg(details.name)
+                           .arg(details.commits)
+                           .arg(details.additions)
+                           .arg(details.deletions)
+                           .arg(details.firstCommitDate.value_or(QDateTime()).toString(Qt::ISODate),
+                                details.lastCommitDate.value_or(QDateTime()).toString(Qt::ISODate),
+                                details.emails.join(u' '), days.join(u' ')));
+}
+
+} // namespace strataloom
+
+using namespace strataloom;
+
+namespace {
+
+QStringList parts(const char *joined)
+{
+    return QString::fromUtf8(joined).split(u'|', Qt::SkipEmptyParts);
+}
+
+// Sets TZ for one scope, as a user in that zone runs the application.
+class ZoneScope
+{
+public:
+    explicit ZoneScope(const char *zone)
+        : m_previous(qgetenv("TZ"))
+    {
+        qputenv("TZ", zone);
+        ::tzset();
+    }
+    ~ZoneScope()
+    {
+        qputenv("TZ", m_previous);
+        ::tzset();
+    }
+
+private:
+    QByteArray m_previous;
+};
+
+/**
+ * Ada Lovelace <ada@example.com>, Augusta King <ADA@Example.com> (the same address in other
+ * letter case) and Ada Lovelace <countess@lovelace.org> are one person; Countess
+ * <countess@old.example> joins her only through the .mailmap some tests write. Commits fall
+ * beside daylight-saving changes of Berlin and St. John's, so that local days differ from UTC's.
+ *   Start the engine     Ada <ada@>        notes.txt, logo.bin (binary)
+ *   Compile it           Grace             compiler.c
+ *   Annotate the engine  Augusta <ADA@>    notes.txt
+ *   Side note            Ada <countess@>   compiler.c, notes.txt       (branch side)
+ *   Old habits           Countess          notes.txt
+ *   Merge side           Ada <ada@>        (merge)
+ *   New logo             Grace             logo.bin (binary)
+ *   Fix the notes        Ada <ada@>        notes.txt
+ */
+class AuthorHistoryTest : public ::testing::Test
+{
+protected:
+    struct Who
+    {
+        const char *name;
+        const char *email;
+    };
+
+    void SetUp() override
+    {
+        const Who ada {"Ada Lovelace", "ada@example.com"},
+            augusta {"Augusta King", "ADA@Example.com"},
+            sideAda {"Ada Lovelace", "countess@lovelace.org"},
+            countess {"Countess", "countess@old.example"}, grace {"Grace Hopper", "grace@navy.mil"};
+        const auto commit = [&](const char *date, const char *message, const Who &who) {
+            repo.setDate(QString::fromLatin1(date));
+            repo.commit(QString::fromUtf8(message), QString::fromUtf8(who.name), who.email);
+        };
+        repo.write("notes.txt", "one\ntwo\nthree\n");
+        repo.write("logo.bin", QByteArray("\x00\x01\x02", 3));
+        commit("2024-03-09T12:00:00Z", "Start the engine", ada);
+        repo.write("compiler.c", "int main;\n");
+        commit("2024-03-10T02:45:00Z", "Compile it", grace);
+        repo.write("notes.txt", "one\ntwo\nthree\nfour\n");
+        commit("2024-03-10T05:45:00Z", "Annotate the engine", augusta);
+        repo.git({"switch", "-q", "-c", "side"});
+        repo.write("compiler.c", "int main(void);\n");
+        repo.write("notes.txt", "one\n2\nthree\nfour\n");
+        commit("2024-03-30T23:30:00Z", "Side note", sideAda);
+        repo.git({"switch", "-q", "main"});
+        repo.write("notes.txt", "zero\none\ntwo\nthree\nfour\n");
+        commit("2024-03-31T01:30:00Z", "Old habits", countess);
+        repo.setDate("2024-10-26T22:30:00Z");
+        repo.git({"merge", "-q", "--no-ff", "-m", "Merge side", "side"});
+        repo.git(
+            {"commit", "-q", "--amend", "--no-edit", "--author=Ada Lovelace <ada@example.com>"});
+        repo.write("logo.bin", QByteArray("\x00\x03", 2));
+        commit("2024-10-27T01:30:00Z", "New logo", grace);
+        repo.write("notes.txt", "zero\none\ntwo\n");
+        commit("2024-10-27T22:30:00Z", "Fix the notes", ada);
+        synchronize();
+    }
+
+    void synchronize() { RepositoryIndexer(index).synchronize(repo.path()); }
+
+    void writeMailmap()
+    {
+        repo.write(".mailmap", "Ada Lovelace <ada@example.com> Countess <countess@old.example>\n");
+        synchronize();
+    }
+
+    template<typename Read> auto read(Read read)
+    {
+        return index.read([&](SQLiteDatabase &database) { return read(database); });
+    }
+
+    QStringList subjects(const QString &query, bool mergeIdentities)
+    {
+        return read([&](SQLiteDatabase &database) {
+            IndexedHistory history(database, HistoryQuery::parse(query), mergeIdentities);
+            QStringList result;
+            for (const CommitRecord &commit : history.page(0, 0))
+                result << commit.subject;
+            EXPECT_EQ(history.count(), result.size());
+            return result;
+        });
+    }
+
+    TestRepository repo;
+    QTemporaryDir folder;
+    RepositoryIndex index {folder.filePath("index.sqlite")};
+};
+
+TEST_F(AuthorHistoryTest, DetailsAsRecordedEqualGitsInEveryZone)
+{
+    // "countess" names one of Ada Lovelace's addresses and Countess: part of an author.
+    const char *const names[]
+        = {"Ada Lovelace", "Augusta King", "Grace Hopper", "countess", "Nobody"};
+    for (const char *zone : {"UTC", "Europe/Berlin", "America/St_Johns", "Asia/Kolkata"}) {
+        const ZoneScope scope(zone);
+        for (const char *name : names) {
+            SCOPED_TRACE(std::string(zone) + " " + name);
+            const AuthorDetails fromGit = GitService().loadAuthorDetails(repo.path(), name);
+            EXPECT_EQ(read([&](SQLiteDatabase &database) {
+                          return indexedAuthorDetails(database, name, false);
+                      }),
+                      fromGit);
+        }
+    }
+}
+
+TEST_F(AuthorHistoryTest, DetailsOfAPersonAddUpTheirNamesOnce)
+{
+    writeMailmap();
+    const auto details = [&](const char *name, bool merged) {
+        return read(
+            [&](SQLiteDatabase &database) { return indexedAuthorDetails(database, name, merged); });
+    };
+    AuthorDetails sum;
+    // The three aliases apart; "Countess" as recorded would hold one of Ada's addresses too.
+    for (const char *name : {"Ada Lovelace", "Augusta King", "old.example"}) {
+        const AuthorDetails part = details(name, false);
+        sum.commits += part.commits;
+        sum.additions += part.additions;
+        sum.deletions += part.deletions;
+    }
+    ASSERT_EQ(sum.commits, 6);
+    // Any of the person's names or addresses reads the whole person.
+    for (const char *name : {"Ada Lovelace", "Augusta King", "Countess", "countess@lovelace"}) {
+        SCOPED_TRACE(name);
+        const AuthorDetails person = details(name, true);
+        EXPECT_EQ(std::tuple(person.commits, person.additions, person.deletions),
+                  std::tuple(sum.commits, sum.additions, sum.deletions));
+        EXPECT_EQ(person.emails,
+                  parts("ADA@Example.com|ada@example.com|countess@lovelace.org|"
+                        "countess@old.example"));
+        EXPECT_EQ(person.firstCommitDate, utcDate("2024-03-09T12:00:00Z"));
+        EXPECT_EQ(person.lastCommitDate, utcDate("2024-10-27T22:30:00Z"));
+    }
+}
+
+struct TermCase
+{
+    const char *query;
+    const char *gitArguments; ///< git log's answer as recorded, '|'-separated
+    const char *person; ///< the answer with identities merged, without the mailmap
+    const char *personMapped; ///< the same with the mailmap
+};
+
+TEST_F(AuthorHistoryTest, AuthorTermsMatchThePersonOrTheRecordAsGitDoes)
+{
+    const char *ada = "Fix the notes|Merge side|Side note|Annotate the engine|Start the engine";
+    const char *adaMapped
+        = "Fix the notes|Merge side|Old habits|Side note|Annotate the engine|Start the engine";
+    const TermCase cases[] = {
+        {"author:augusta", "--author=augusta", ada, adaMapped},
+        {"author:ADA@EXAMPLE.COM", "--author=ADA@EXAMPLE.COM", ada, adaMapped},
+        {"author:\"Ada Lovelace\"", "--author=Ada Lovelace", ada, adaMapped},
+        {"author:countess", "--author=countess", adaMapped, adaMapped},
+        {"author:old.example", "--author=old.example", "Old habits", adaMapped},
+        {"author:grace", "--author=grace", "New logo|Compile it", "New logo|Compile it"},
+        {"author:nobody", "--author=nobody", "", ""},
+        {"author:ada merges:no", "--no-merges|--author=ada",
+         "Fix the notes|Side note|Annotate the engine|Start the engine",
+         "Fix the notes|Old habits|Side note|Annotate the engine|Start the engine"},
+    };
+    for (const bool mapped : {false, true}) {
+        if (mapped)
+            writeMailmap();
+        for (const TermCase &test : cases) {
+            SCOPED_TRACE(std::string(test.query) + (mapped ? " with the mailmap" : ""));
+            // As recorded: the names and addresses of the commits, as git reads them without
+            // the mailmap.
+            const QString asRecorded
+                = repo.git(QStringList {"log", "--all", "--no-mailmap", "-i", "-F", "--format=%s"}
+                           + parts(test.gitArguments));
+            EXPECT_EQ(subjects(test.query, false), asRecorded.split(u'\n', Qt::SkipEmptyParts));
+            EXPECT_EQ(subjects(test.query, true), parts(mapped ? test.personMapped : test.person));
+        }
+    }
+}
+
+TEST_F(AuthorHistoryTest, MostChangedFilesCountTheAuthorsCommitsPerFile)
+{
+    const auto files = [&](const char *name, bool merged, int limit) {
+        return read([&](SQLiteDatabase &database) {
+            return indexedAuthorFiles(database, name, merged, limit);
+        });
+    };
+    using Files = QList<AuthorFileChanges>;
+    // Ties by path; the merge changed nothing of its own.
+    EXPECT_EQ(files("Ada Lovelace", false, 10),
+              (Files {{"notes.txt", 3}, {"compiler.c", 1}, {"logo.bin", 1}}));
+    EXPECT_EQ(files("Ada Lovelace", true, 2), (Files {{"notes.txt", 4}, {"compiler.c", 1}}));
+    EXPECT_EQ(files("Grace Hopper", false, 10), (Files {{"compiler.c", 1}, {"logo.bin", 1}}));
+    EXPECT_EQ(files("Nobody", true, 10), Files {});
+}
+
+TEST(AuthorHistoryQuery, NamesTheAuthorAsOneTerm)
+{
+    for (const char *name : {"Ada Lovelace", "dependabot[bot]", "a:b", "-dash", "Zoë Ünlü"}) {
+        const std::optional<QString> query = authorHistoryQuery(QString::fromUtf8(name));
+        ASSERT_TRUE(query) << name;
+        const HistoryQuery parsed = HistoryQuery::parse(*query);
+        ASSERT_EQ(parsed.terms().size(), 1) << name;
+        EXPECT_EQ(parsed.terms().first().kind, HistoryQueryTerm::Kind::Author) << name;
+        EXPECT_EQ(parsed.terms().first().value, QString::fromUtf8(name));
+    }
+    for (const char *name : {"say \"hi\"", ""})
+        EXPECT_FALSE(authorHistoryQuery(QString::fromUtf8(name))) << name;
+}
+
+} // namespace
