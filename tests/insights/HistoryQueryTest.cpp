@@ -62,7 +62,8 @@ TEST(HistoryQueryTest, ReadsEveryKindOfTerm)
 TEST(HistoryQueryTest, TermsKnowWhereTheyStand)
 {
     QList<std::pair<qsizetype, qsizetype>> places;
-    for (const HistoryQueryTerm &term : HistoryQuery::parse("  fix author:\"A B\" x").terms())
+    const HistoryQuery query = HistoryQuery::parse("  fix author:\"A B\" x");
+    for (const HistoryQueryTerm &term : query.terms())
         places.append({term.position, term.length});
     EXPECT_EQ(places, (QList<std::pair<qsizetype, qsizetype>> {{2, 3}, {6, 12}, {19, 1}}));
 }
