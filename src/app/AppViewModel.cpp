@@ -47,6 +47,16 @@ AppViewModel::AppViewModel(RecentRepositoryStore recentStore,
     connect(m_session, &RepositorySession::published, this, &AppViewModel::published);
     connect(m_catalog, &RepositoryCatalog::openRequested, m_session,
             &RepositorySession::openRepository);
+    // History, Search and the inspector read authors as the insights do: as people, or as
+    // recorded.
+    const auto followIdentities = [this] {
+        const bool merges = m_analytics->insightOptions().mergeIdentities;
+        m_selection->setMergesIdentities(merges);
+        m_history->setMergesIdentities(merges);
+        m_historySearch->setMergesIdentities(merges);
+    };
+    connect(m_analytics, &AnalyticsIndexController::insightOptionsChanged, this, followIdentities);
+    followIdentities();
 }
 
 void AppViewModel::published()

@@ -155,6 +155,24 @@ private Q_SLOTS:
         QVERIFY(settle(model));
     }
 
+    void historyAndInspectorReadAuthorsAsTheInsightsDo()
+    {
+        const auto repository = smallRepository();
+        ModelHarness harness;
+        AppViewModel &model = harness.model();
+        QVERIFY(openAndWait(model, repository->path()));
+        QVERIFY(settle(model));
+        const auto merging = [&] {
+            return QList<bool> {harness.selection().mergesIdentities(),
+                                model.history()->mergesIdentities(),
+                                model.historySearch()->mergesIdentities()};
+        };
+        QCOMPARE(merging(), QList<bool>(3, true));
+        harness.analytics().setInsightOption(QStringLiteral("asRecorded"), true);
+        QCOMPARE(merging(), QList<bool>(3, false));
+        QVERIFY(settle(model));
+    }
+
     void insightJumpsNeedAnExactMatch_data()
     {
         QTest::addColumn<bool>("author");

@@ -54,7 +54,9 @@ SignalOrder::SignalOrder(const QList<QObject *> &objects)
         const QMetaObject *meta = object->metaObject();
         for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
             const QMetaProperty property = meta->property(i);
-            if (!property.hasNotifySignal())
+            // A signal several properties share is told once, under the first one's name.
+            if (!property.hasNotifySignal()
+                || m_names.contains({object, property.notifySignalIndex()}))
                 continue;
             m_names.insert({object, property.notifySignalIndex()},
                            QString::fromLatin1(property.name()));
