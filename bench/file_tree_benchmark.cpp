@@ -101,9 +101,10 @@ int main(int argc, char **argv)
     // The rows the tree sums, read and thrown away: the floor of any way of computing it.
     const Timing rows = measure(runs, [&] {
         SQLiteDatabase database(databasePath, SQLiteDatabase::Mode::ReadOnly);
-        for (const char *sql : {"SELECT id, author_alias_id, author_time FROM commits "
-                                "WHERE is_reachable = 1",
-                                "SELECT commit_id, file_id FROM commit_files"}) {
+        for (const char *sql : {"SELECT id, author_alias_id, author_time, committer_time, "
+                                "is_reachable FROM commits",
+                                "SELECT commit_id, file_id, CASE WHEN status LIKE 'R%' THEN "
+                                "old_path END FROM commit_files"}) {
             SQLiteStatement statement = database.statement(QString::fromLatin1(sql));
             qint64 count = 0;
             while (statement.step())

@@ -61,7 +61,7 @@ FileTreeModel::FileTreeModel(QObject *parent)
     })
     , m_listing(new FileTreeListing(*this, this))
 {
-    m_tree.nodes.push_back({});
+    m_tree = buildFileTree({});
 }
 
 FileTreeModel::~FileTreeModel() = default;
@@ -107,7 +107,7 @@ void FileTreeModel::reload()
 void FileTreeModel::setTree(FileTree tree, bool countsPeople)
 {
     if (tree.nodes.empty())
-        tree.nodes.push_back({});
+        tree = buildFileTree({});
     m_shownPaths.clear();
     m_shownPaths.reserve(qsizetype(m_rows.size()));
     for (const int node : m_rows)

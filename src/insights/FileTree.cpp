@@ -5,10 +5,13 @@
 
 #include <QCollator>
 #include <QHash>
+#include <QLocale>
+#include <QSet>
 
 #include <algorithm>
 #include <limits>
 #include <numeric>
+#include <optional>
 
 namespace strataloom {
 
@@ -112,6 +115,7 @@ FileTree buildFileTree(const QStringList &paths)
 {
     FileTree tree;
     tree.nodes.push_back({});
+    tree.nodes.front().isFolder = true;
     QHash<QString, int> folders; // folder path -> node
     QHash<QString, int> files;
     const auto add = [&tree](const QString &name, const QString &path, int parent, bool folder) {
@@ -153,7 +157,12 @@ FileTree buildFileTree(const QStringList &paths)
         tree.nodes[node].depth = tree.nodes[size_t(parent)].depth + 1;
     }
 
-    QCollator collator;
+    // The file browsers' order: case-insensitive, digit runs by value. The C locale ignores
+    // the numeric mode, so it falls back to the neutral English rules.
+    QLocale locale;
+    if (locale.language() == QLocale::C)
+        locale = QLocale(QLocale::English, QLocale::UnitedStates);
+    QCollator collator(locale);
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     for (FileTreeNode &entry : tree.nodes) {
@@ -225,24 +234,13 @@ void addFileTreeChanges(FileTree &tree, std::vector<FileTreeChange> changes,
 FileTree readFileTree(SQLiteDatabase &database, bool mergeIdentities)
 {
     QStringList paths;
-    QList<qint64> fileIDs; // beside paths; 0 for a path no commit changed
     {
-        SQLiteStatement statement = database.statement(QStringLiteral(
-            "SELECT p.path, f.id FROM path_facts p LEFT JOIN files f ON f.current_path = p.path "
-            "WHERE p.at_head = 1"));
-        while (statement.step()) {
+        SQLiteStatement statement = database.statement(
+            QStringLiteral("SELECT path FROM path_facts WHERE at_head = 1"));
+        while (statement.step())
             paths.append(textOr(statement, 0));
-            fileIDs.append(statement.columnIsNull(1) ? 0 : statement.columnInt64(1));
-        }
     }
     FileTree tree = buildFileTree(paths);
-
-    QHash<qint64, int> nodeOfFile;
-    nodeOfFile.reserve(fileIDs.size());
-    for (qsizetype i = 0; i < paths.size(); ++i) {
-        if (fileIDs[i] != 0)
-            nodeOfFile.insert(fileIDs[i], tree.find(paths[i]));
-    }
 
     std::vector<Alias> aliases;
     {
@@ -264,38 +262,104 @@ FileTree readFileTree(SQLiteDatabase &database, bool mergeIdentities)
         names.append(alias.name);
     }
 
-    // Two covering-index scans and a join in memory: a join in SQL looks up each change's
-    // commit row, messages and all, and takes several times as long.
+    // Plain scans and a join in memory: a join in SQL looks up each change's commit row,
+    // messages and all, and takes several times as long.
     struct Commit
     {
         qint64 author = 0;
-        qint64 time = 0;
+        qint64 authorTime = 0;
+        qint64 committerTime = 0;
         int name = -1;
+        bool reachable = false;
     };
     QHash<qint64, Commit> commits;
     {
-        SQLiteStatement statement = database.statement(QStringLiteral(
-            "SELECT id, author_alias_id, author_time FROM commits WHERE is_reachable = 1"));
+        SQLiteStatement statement = database.statement(
+            QStringLiteral("SELECT id, author_alias_id, author_time, committer_time, is_reachable "
+                           "FROM commits"));
         while (statement.step()) {
             // Commits without an author row count as one unknown author.
             const bool hasAlias = !statement.columnIsNull(1);
             const qint64 alias = hasAlias ? statement.columnInt64(1) : 0;
             commits.insert(statement.columnInt64(0),
                            {hasAlias ? person.value(alias, -alias) : unseen + 1,
-                            statement.columnInt64(2), nameOfAlias.value(alias, -1)});
+                            statement.columnInt64(2), statement.columnInt64(3),
+                            nameOfAlias.value(alias, -1), statement.columnInt64(4) != 0});
         }
     }
+    QHash<QString, qint64> fileOfPath;
+    {
+        SQLiteStatement statement
+            = database.statement(QStringLiteral("SELECT id, current_path FROM files"));
+        while (statement.step())
+            fileOfPath.insert(textOr(statement, 1), statement.columnInt64(0));
+    }
+    struct Row
+    {
+        qint64 commit = 0;
+        QString renamedFrom; ///< the name before, for a rename
+    };
+    QHash<qint64, std::vector<Row>> rowsOfFile;
+    QHash<QString, std::vector<qint64>> renamedAway; // old name -> commits that renamed it
+    {
+        SQLiteStatement statement = database.statement(QStringLiteral(
+            "SELECT commit_id, file_id, CASE WHEN status LIKE 'R%' THEN old_path END "
+            "FROM commit_files"));
+        while (statement.step()) {
+            Row row {statement.columnInt64(0), textOr(statement, 2)};
+            if (!row.renamedFrom.isEmpty())
+                renamedAway[row.renamedFrom].push_back(row.commit);
+            rowsOfFile[statement.columnInt64(1)].push_back(std::move(row));
+        }
+    }
+
+    // A file's commits as its history in the inspector lists them: those under its name, the
+    // renames that took a file away from that name, and under each earlier name the commits up
+    // to the rename from it (by committer date), so a name used again later by another file
+    // adds nothing.
     std::vector<FileTreeChange> changes;
-    SQLiteStatement statement
-        = database.statement(QStringLiteral("SELECT commit_id, file_id FROM commit_files"));
-    while (statement.step()) {
-        const int node = nodeOfFile.value(statement.columnInt64(1), -1);
-        if (node < 0)
+    QSet<qint64> found;
+    QHash<QString, std::optional<qint64>> visited;
+    for (size_t node = 1; node < tree.nodes.size(); ++node) {
+        if (tree.nodes[node].isFolder)
             continue;
-        const qint64 id = statement.columnInt64(0);
-        const auto commit = commits.constFind(id);
-        if (commit != commits.cend())
-            changes.push_back({node, id, commit->author, commit->time, commit->name});
+        const QString &path = tree.nodes[node].path;
+        found.clear();
+        visited.clear();
+        for (const qint64 commit : renamedAway.value(path))
+            found.insert(commit);
+        std::vector<std::pair<QString, std::optional<qint64>>> pending {{path, std::nullopt}};
+        while (!pending.empty()) {
+            const auto [name, until] = pending.back();
+            pending.pop_back();
+            if (const auto seen = visited.constFind(name); seen != visited.cend()) {
+                // Already followed at least this far back.
+                if (!seen->has_value() || (until && **seen >= *until))
+                    continue;
+            }
+            visited.insert(name, until);
+            const auto file = fileOfPath.constFind(name);
+            if (file == fileOfPath.cend())
+                continue;
+            const auto rows = rowsOfFile.constFind(*file);
+            if (rows == rowsOfFile.cend())
+                continue;
+            for (const Row &row : *rows) {
+                const auto commit = commits.constFind(row.commit);
+                const qint64 time = commit != commits.cend() ? commit->committerTime : 0;
+                if (until && time > *until)
+                    continue;
+                found.insert(row.commit);
+                if (!row.renamedFrom.isEmpty())
+                    pending.emplace_back(row.renamedFrom, time);
+            }
+        }
+        for (const qint64 id : std::as_const(found)) {
+            const auto commit = commits.constFind(id);
+            if (commit != commits.cend() && commit->reachable)
+                changes.push_back({int(node), id, commit->author, commit->authorTime,
+                                   commit->name});
+        }
     }
     addFileTreeChanges(tree, std::move(changes), names);
     return tree;

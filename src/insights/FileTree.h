@@ -66,7 +66,8 @@ void addFileTreeChanges(FileTree &tree, std::vector<FileTreeChange> changes,
 
 /**
  * @brief The files HEAD holds, in their folder tree, with figures from every reachable commit in
- * the index that changed them under their present path. Authors count as people when
+ * the index that changed them, through their renames: the commits a file's history lists
+ * (indexedFileDetails), a folder's the union of its files'. Authors count as people when
  * @p mergeIdentities (the mailmap, then a shared name or e-mail address, as the insights count
  * them), otherwise as the distinct names recorded.
  *
