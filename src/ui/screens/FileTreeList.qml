@@ -16,10 +16,12 @@ ListView {
     readonly property var tree: appModel ? appModel.fileTree : null
     readonly property string selectedPath: appModel && appModel.selection.selectedFile
                                            ? appModel.selection.selectedFile.path : ""
-    // The figure columns give way to the names in a narrow window.
-    readonly property bool wide: width > 560
-    readonly property int figureWidth: 68
-    readonly property int dateWidth: 96
+    // The figure columns give way to the names only in a very narrow pane; the folders' file
+    // counts go first.
+    readonly property bool wide: width > 380
+    readonly property bool roomy: width > 640
+    readonly property int figureWidth: roomy ? 68 : 54
+    readonly property int dateWidth: roomy ? 96 : 84
 
     clip: true
     model: tree
@@ -150,7 +152,7 @@ ListView {
                 font.weight: row.isFolder ? Font.Medium : Font.Normal
             }
             Label {
-                visible: row.isFolder
+                visible: row.isFolder && list.roomy
                 text: Format.count(row.fileCount) + (row.fileCount === 1 ? " file" : " files")
                 font.pixelSize: Theme.fontCaption
                 color: Theme.tertiaryText
