@@ -25,7 +25,8 @@ ListView {
 
     clip: true
     model: tree
-    focus: true
+    // The keys reach the tree once it is clicked or tabbed to; the filter field keeps them first.
+    activeFocusOnTab: true
     keyNavigationEnabled: true
     highlightMoveDuration: 0
     boundsBehavior: Flickable.StopAtBounds
