@@ -32,12 +32,19 @@ AppViewModel::AppViewModel(RecentRepositoryStore recentStore,
     , m_history(new HistoryListModel(this))
     , m_historySearch(new HistoryListModel(this))
     , m_timeline(new IndexedGraphModel(this))
+    , m_fileTree(new FileTreeModel(this))
 {
     const QJsonDocument rowStyle
         = QJsonDocument::fromJson("[" + PreferenceValue(timelineRowStyleKey).read() + "]");
     m_timelineOneLine = rowStyle.array().at(0).toString() != QLatin1String("twoLines");
     connect(m_analytics, &AnalyticsIndexController::analyticsIndexStateChanged, this,
             &AppViewModel::indexStateChanged);
+    // The tree counts authors as the insights do: people or recorded names.
+    connect(m_analytics, &AnalyticsIndexController::insightOptionsChanged, this, [this] {
+        if (m_fileTree->isAvailable())
+            m_fileTree->setSource(m_fileTree->database(),
+                                  m_analytics->insightOptions().mergeIdentities);
+    });
     const auto report = [this](const QString &message) { setErrorMessage(message); };
     connect(m_session, &RepositorySession::failed, this, report);
     connect(m_selection, &RepositorySelection::failed, this, report);
@@ -71,6 +78,7 @@ void AppViewModel::published()
         m_history->setDatabase({});
         m_historySearch->setDatabase({});
         m_timeline->setSource({}, {});
+        m_fileTree->setSource({}, false);
         m_selection->setIndexDatabase({});
     }
     m_analytics->start(*m_session->repository());
@@ -84,6 +92,8 @@ void AppViewModel::indexStateChanged()
     m_history->setDatabase(m_analytics->databasePath());
     m_historySearch->setDatabase(m_analytics->databasePath());
     m_timeline->setSource(m_historyRepository, m_analytics->databasePath());
+    m_fileTree->setSource(m_analytics->databasePath(),
+                          m_analytics->insightOptions().mergeIdentities);
     m_selection->setIndexDatabase(m_analytics->databasePath());
 }
 
@@ -92,7 +102,7 @@ int AppViewModel::runningTaskCount() const
     return m_session->runningTaskCount() + m_selection->runningTaskCount()
         + m_catalog->runningTaskCount() + m_analytics->runningTaskCount()
         + m_history->runningTaskCount() + m_historySearch->runningTaskCount()
-        + m_timeline->runningTaskCount();
+        + m_timeline->runningTaskCount() + m_fileTree->runningTaskCount();
 }
 
 QString AppViewModel::sectionTitle(SidebarSection section) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AnalyticsIndexController.h"
+#include "app/FileTreeModel.h"
 #include "app/HistoryListModel.h"
 #include "app/IndexedGraphModel.h"
 #include "app/RepositoryCatalog.h"
@@ -43,6 +44,8 @@ class AppViewModel : public QObject
     Q_PROPERTY(strataloom::HistoryListModel *historySearch READ historySearch CONSTANT)
     /// The commit graph of the whole history from the index, for the Timeline.
     Q_PROPERTY(strataloom::IndexedGraphModel *timeline READ timeline CONSTANT)
+    /// HEAD's files as a folder tree with their figures from the index, for Files.
+    Q_PROPERTY(strataloom::FileTreeModel *fileTree READ fileTree CONSTANT)
     /// The Timeline lists one line per commit (true, the default) or two; kept in the
     /// preferences under timelineRowStyle.
     Q_PROPERTY(bool timelineOneLine READ timelineOneLine WRITE setTimelineOneLine NOTIFY
@@ -90,6 +93,7 @@ public:
     HistoryListModel *history() const { return m_history; }
     HistoryListModel *historySearch() const { return m_historySearch; }
     IndexedGraphModel *timeline() const { return m_timeline; }
+    FileTreeModel *fileTree() const { return m_fileTree; }
     bool timelineOneLine() const { return m_timelineOneLine; }
     void setTimelineOneLine(bool oneLine);
 
@@ -135,6 +139,7 @@ private:
     HistoryListModel *m_history;
     HistoryListModel *m_historySearch;
     IndexedGraphModel *m_timeline;
+    FileTreeModel *m_fileTree;
     bool m_timelineOneLine = true;
     /// The repository whose index the history lists read; they keep it while it is brought
     /// up to date again.

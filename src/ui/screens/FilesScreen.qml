@@ -5,13 +5,17 @@ import Strataloom.Style
 import Strataloom.Screens
 import "Format.js" as Format
 
-// The tracked files, found by path. A click selects a file for the inspector; a double click
-// opens it in its default application.
+// The tracked files, found by path. Once the index is ready they stand in their folder tree with
+// each file's and folder's commits, authors and last change; until then git's list of the first
+// files. A click selects a file for the inspector; a double click opens it in its default
+// application.
 Item {
     id: screen
 
     property var appModel
     property alias filter: filterField.text
+    readonly property var tree: appModel ? appModel.fileTree : null
+    readonly property bool fromIndex: !!tree && tree.isReady
 
     readonly property int fileCount: appModel ? appModel.session.files.count : 0
     // The list stops at the loader's limit; the summary knows how many files there are.
@@ -25,6 +29,13 @@ Item {
         filterText: filterField.text
     }
 
+    Binding {
+        target: screen.tree
+        property: "filter"
+        value: filterField.text
+        when: !!screen.tree
+    }
+
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: Theme.paddingLarge
@@ -34,7 +45,11 @@ Item {
             Layout.fillWidth: true
             symbol: "folder"
             title: "Files"
-            subtitle: filtered.count !== screen.fileCount
+            subtitle: screen.fromIndex
+                      ? (screen.tree.matchCount !== screen.tree.fileCount
+                         ? Format.count(screen.tree.matchCount) + " of " + Format.count(screen.tree.fileCount) + " files"
+                         : Format.count(screen.tree.fileCount) + " tracked files")
+                      : filtered.count !== screen.fileCount
                       ? Format.count(filtered.count) + " of " + Format.count(screen.fileCount) + " files"
                         + (screen.fileCount < screen.trackedCount ? " listed" : "")
                       : screen.fileCount < screen.trackedCount
@@ -46,17 +61,44 @@ Item {
                 Layout.preferredWidth: Math.min(240, screen.width * 0.4)
                 placeholderText: "Find file"
             }
-            CsvExportButton { model: filtered; fileName: "files.csv" }
+            CsvExportButton {
+                model: screen.fromIndex ? screen.tree.listing : filtered
+                columns: screen.fromIndex
+                         ? [{ role: "path", header: "Path" }, { role: "commits", header: "Commits" },
+                            { role: "authors", header: "Authors" }, { role: "lastChange", header: "Last Change" },
+                            { role: "lastAuthor", header: "Last Author" }]
+                         : []
+                fileName: "files.csv"
+            }
+        }
+
+        QueryNote {
+            objectName: "filesNote"
+            Layout.fillWidth: true
+            error: screen.tree && screen.tree.isAvailable ? screen.tree.error : ""
+            notice: screen.fromIndex || !screen.appModel || !screen.appModel.session.repository ? ""
+                    : screen.appModel.analytics.analyticsIndexState.isFailed
+                    ? "The folder tree with each file's commits and authors needs the index, which could not be built"
+                    : "The folder tree with each file's commits and authors appears when indexing finishes"
         }
 
         ListSurface {
             Layout.fillWidth: true
             Layout.fillHeight: true
 
+            FileTreeList {
+                id: treeList
+                objectName: "fileTree"
+                anchors.fill: parent
+                visible: screen.fromIndex
+                appModel: screen.appModel
+            }
+
             ListView {
                 id: list
                 objectName: "fileList"
                 anchors.fill: parent
+                visible: !screen.fromIndex
                 clip: true
                 model: filtered
                 boundsBehavior: Flickable.StopAtBounds
@@ -134,10 +176,12 @@ Item {
 
             EmptyStateView {
                 anchors.fill: parent
-                visible: filtered.count === 0
+                visible: screen.fromIndex ? screen.tree.count === 0 : filtered.count === 0
                 symbol: "doc"
-                title: screen.fileCount === 0 ? "No files" : "No matching files"
-                message: screen.fileCount === 0 ? "The work tree has no tracked files." : "Try a different filter."
+                title: (screen.fromIndex ? screen.tree.fileCount : screen.fileCount) === 0 ? "No files" : "No matching files"
+                message: (screen.fromIndex ? screen.tree.fileCount : screen.fileCount) === 0
+                         ? (screen.fromIndex ? "The newest commit holds no files." : "The work tree has no tracked files.")
+                         : "Try a different filter."
             }
         }
     }
