@@ -207,6 +207,8 @@ shot_about() {
 shot_overview() { LAUNCH_WAIT=8 launch recents "$history"; save overview; }
 shot_timeline() { section Timeline; save timeline; }
 shot_history() { section History; click "$(content_x)" 200; save history; }
+# Not in SHOTS by default: the end of the whole history, reached with the End key from a row.
+shot_history-end() { section History; click "$(content_x)" 200; key End; sleep 2; save history-end; }
 shot_branches() { section Branches; save branches; key Escape; }
 shot_tags() { section Tags; save tags; }
 shot_files() { section Files; click "$(content_x)" 200; save files; }
