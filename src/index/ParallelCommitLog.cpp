@@ -25,6 +25,9 @@ namespace {
 // chunks of 250); a few chunks of that size in memory are a few megabytes.
 constexpr qsizetype largestChunk = 1000;
 constexpr qsizetype smallestChunk = 4;
+// The most commits the short run that starts the import reads (see readInParallel()): about a
+// second of git's diff work at the start of a long history.
+constexpr qsizetype headCommits = 256;
 // How many chunks past the one being handed over the workers may fill, per worker.
 constexpr qsizetype chunksAheadPerWorker = 2;
 // How often the calling thread asks for cancellation while it waits for a worker.
@@ -172,14 +175,49 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
     state.chunks.resize(chunkCount);
     state.unreadable.resize(workers);
 
+    // git reads every commit named on its standard input before it prints the first one, which
+    // for a worker's share of a long history takes about a second. The first commits of all
+    // are read by a short run of their own beside the first worker's, so that the first ones are
+    // handed over at once; the first worker's run hands over its own after them.
+    const qsizetype head = std::min(size / 4, headCommits);
+    bool headDone = head == 0; // under the lock
+    std::exception_ptr headError;
+    qint64 headUnreadable = 0;
+    const auto readHead = [&] {
+        const ScopedProcessCancellation cancellation([&state] { return state.stop.load(); });
+        try {
+            const qint64 unreadable
+                = readInOneRun(oldestFirst.first(head), [&](qsizetype, IndexedCommit &&commit) {
+                      {
+                          std::lock_guard lock(state.mutex);
+                          if (state.stop)
+                              throw ProcessCancelled();
+                          state.chunks[0].commits.push_back(std::move(commit));
+                      }
+                      state.produced.notify_one();
+                  });
+            std::lock_guard lock(state.mutex);
+            headUnreadable = unreadable;
+            headDone = true;
+        } catch (...) {
+            std::lock_guard lock(state.mutex);
+            headError = std::current_exception();
+            headDone = true;
+        }
+        state.consumed.notify_all();
+        state.produced.notify_all();
+    };
+
     // Worker w reads chunks w, w + workers, w + 2 * workers... in one git run (more only where
     // a diff cannot be read), so it keeps git's caches warm and starts git once.
     const auto work = [&](int worker) {
         QStringList shas;
         for (qsizetype index = worker; index < chunkCount; index += workers)
             shas << oldestFirst.mid(index * size, size);
+        const qsizetype skipped = worker == 0 ? head : 0; // read by the head's run
+        shas.remove(0, skipped);
         const auto chunkOf = [&](qsizetype position) {
-            return (position / size) * workers + worker;
+            return ((position + skipped) / size) * workers + worker;
         };
         qsizetype producing = worker; // this worker's first chunk not finished
         const auto finishBefore = [&](qsizetype chunk) { // under the lock
@@ -198,11 +236,16 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
                         finishBefore(chunk);
                         state.produced.notify_all();
                     }
-                    // Far ahead of the writer: wait, and let git wait on its full pipe.
-                    state.consumed.wait(
-                        lock, [&] { return state.stop || chunk < state.current + ahead; });
+                    // Far ahead of the writer, or behind the head's run: wait, and let git wait
+                    // on its full pipe.
+                    state.consumed.wait(lock, [&] {
+                        return state.stop
+                            || (chunk < state.current + ahead && (skipped == 0 || headDone));
+                    });
                     if (state.stop)
                         throw ProcessCancelled();
+                    if (skipped != 0 && headError)
+                        std::rethrow_exception(headError);
                     state.chunks[chunk].commits.push_back(std::move(commit));
                 }
                 state.produced.notify_one();
@@ -222,6 +265,8 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
     };
 
     WorkerGroup group(state);
+    if (head > 0)
+        group.start(readHead);
     for (int worker = 0; worker < workers; ++worker)
         group.start([&work, worker] { work(worker); });
 
@@ -254,7 +299,8 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
         }
         state.consumed.notify_all();
     }
-    qint64 unreadable = 0;
+    std::lock_guard lock(state.mutex);
+    qint64 unreadable = headUnreadable;
     for (const qint64 count : state.unreadable)
         unreadable += count;
     return unreadable;
