@@ -85,6 +85,10 @@ struct Build
 {
     double seconds = 0;
     double peakMiB = 0;
+    double lastFoundSeconds = 0; // from the start to the walk's last count of commits found
+    double listedSeconds = 0; // from the start to the end of the walk that lists the commits
+    double firstCommitSeconds = 0; // from the start to the first commit imported
+    double longestWaitSeconds = 0; // between two progress reports once the import started
     ProcessorTime processor; // spent by this build
     RepositorySynchronization result;
 };
@@ -97,9 +101,21 @@ Build build(const QString &repository, const QString &databasePath, int workers)
     SynchronizationOptions options;
     options.importWorkers = workers;
     QElapsedTimer timer;
+    Build measured;
+    double lastReport = 0;
+    options.listing = [&](qint64) { measured.lastFoundSeconds = timer.nsecsElapsed() / 1e9; };
+    options.listed = [&](qint64) {
+        measured.listedSeconds = lastReport = timer.nsecsElapsed() / 1e9;
+    };
+    options.progress = [&](qint64 imported, qint64) {
+        const double now = timer.nsecsElapsed() / 1e9;
+        if (imported > 0 && measured.firstCommitSeconds == 0)
+            measured.firstCommitSeconds = now;
+        measured.longestWaitSeconds = std::max(measured.longestWaitSeconds, now - lastReport);
+        lastReport = now;
+    };
     const ProcessorTime before = processorTime();
     timer.start();
-    Build measured;
     measured.result = indexer.synchronize(repository, options);
     measured.seconds = timer.elapsed() / 1000.0;
     measured.peakMiB = peakMemoryMiB();
@@ -184,6 +200,11 @@ int main(int argc, char **argv)
                 usedWorkers, parallel.seconds, parallel.peakMiB, gitDuringBuildMiB);
     std::printf("  RATIO build / raw git pass    %8.2f x  (target at most 0.70)\n",
                 parallel.seconds / rawSeconds);
+    std::printf("  walk's last count after       %8.2f s; all listed %.2f s later; the first "
+                "imported %.2f s after that\n",
+                parallel.lastFoundSeconds, parallel.listedSeconds - parallel.lastFoundSeconds,
+                parallel.firstCommitSeconds - parallel.listedSeconds);
+    std::printf("  longest wait between two imported commits %.2f s\n", parallel.longestWaitSeconds);
     std::printf("processor time: raw git %.1f s; parallel build: git %.1f s, ours %.1f s\n",
                 rawProcessor, parallel.processor.children, parallel.processor.own);
     if (single) {
