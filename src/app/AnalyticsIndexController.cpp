@@ -125,6 +125,17 @@ void AnalyticsIndexController::setRecomputing(bool recomputing)
     Q_EMIT recomputingInsightsChanged();
 }
 
+QVariant AnalyticsIndexController::identityOf(const QString &name) const
+{
+    if (!m_insights || name.isEmpty())
+        return {};
+    for (const IndexedIdentityInsight &identity : m_insights->identities) {
+        if (identity.name == name || identity.names.contains(name))
+            return toVariantMap(identity);
+    }
+    return {};
+}
+
 void AnalyticsIndexController::showProgress()
 {
     if (!m_state.isIndexing() || !m_progress)

@@ -96,6 +96,14 @@ private:
                      const QVariant &value, int people = -1);
     QVariant analyticsInsightsValue() const { return m_insightsValue; }
     bool hasAnalyticsInsights() const { return m_insights.has_value(); }
+
+public:
+    /// @brief The person the last insights know under several names or addresses, one of them
+    /// @p name ({name, names, emails, isBot}); null when there is none. Cheaper than looking
+    /// through analyticsInsights from QML, which first turns the whole map into script values.
+    Q_INVOKABLE QVariant identityOf(const QString &name) const;
+
+private:
     int peopleCount() const { return m_people; }
     /// One index run of the open repository; @p keepInsights shows the last ones meanwhile.
     void run(bool keepInsights);

@@ -89,6 +89,9 @@ private Q_SLOTS:
             index.start(summaryAt(repository.path()));
             QVERIFY(settle(index));
             QCOMPARE(index.analyticsInsights()->topAuthors.size(), 1);
+            // Either spelling finds the one person and every name the commits record.
+            QCOMPARE(index.identityOf("Tj Holowaychuk").toMap().value("names").toStringList(),
+                     QStringList({"TJ Holowaychuk", "Tj Holowaychuk"}));
 
             QSignalSpy recomputing(&index, &AnalyticsIndexController::recomputingInsightsChanged);
             index.setInsightOption("asRecorded", true);
@@ -100,6 +103,7 @@ private Q_SLOTS:
             QVERIFY(!index.recomputingInsights());
             QCOMPARE(recomputing.count(), 2);
             QCOMPARE(index.analyticsInsights()->topAuthors.size(), 2);
+            QVERIFY(!index.identityOf("Tj Holowaychuk").isValid());
             QCOMPARE(index.insightOptions(), InsightOptions::asRecorded());
         }
         AnalyticsIndexController reopened;

@@ -18,13 +18,8 @@ Item {
     readonly property var authorHistory: appModel ? appModel.selection.authorHistory : null
     // The person the insights know under several names or addresses, when the inspected author
     // is one of them.
-    readonly property var authorIdentity: {
-        const insights = appModel ? appModel.analytics.analyticsInsights : null
-        const name = author ? author.name : ""
-        if (!insights || !insights.identities || name === "")
-            return null
-        return insights.identities.find(i => i.name === name || i.names.indexOf(name) >= 0) || null
-    }
+    readonly property var authorIdentity: appModel && author && appModel.analytics.hasAnalyticsInsights
+                                          ? appModel.analytics.identityOf(author.name) : null
 
     objectName: "authorPane"
 
