@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <numeric>
 #include <optional>
 
 namespace strataloom {
@@ -22,74 +21,6 @@ constexpr qint64 unseen = std::numeric_limits<qint64>::min();
 QString textOr(const SQLiteStatement &statement, int column)
 {
     return statement.columnText(column).value_or(QString());
-}
-
-/// Union-find over alias positions: who is the same person.
-class Groups
-{
-public:
-    explicit Groups(qsizetype count)
-        : m_parent(size_t(count))
-    {
-        std::iota(m_parent.begin(), m_parent.end(), qsizetype(0));
-    }
-    qsizetype find(qsizetype item)
-    {
-        while (m_parent[size_t(item)] != item) {
-            m_parent[size_t(item)] = m_parent[size_t(m_parent[size_t(item)])];
-            item = m_parent[size_t(item)];
-        }
-        return item;
-    }
-    void join(qsizetype a, qsizetype b) { m_parent[size_t(find(a))] = find(b); }
-
-private:
-    std::vector<qsizetype> m_parent;
-};
-
-struct Alias
-{
-    qint64 id = 0;
-    qint64 authorID = 0;
-    QString name;
-    QString email;
-};
-
-/**
- * The person of every alias, as a number equal for the same person. Without merging, an alias
- * belongs to its recorded name; with merging, aliases are first taken as the mailmap maps them,
- * then joined by a shared name or a shared address compared without case (placeholders join
- * nobody), the grouping the insights count people by.
- */
-QHash<qint64, qint64> personOfAlias(const std::vector<Alias> &aliases,
-                                    const QHash<qint64, std::pair<QString, QString>> &mapped,
-                                    bool mergeIdentities)
-{
-    QHash<qint64, qint64> person;
-    person.reserve(qsizetype(aliases.size()));
-    if (!mergeIdentities) {
-        for (const Alias &alias : aliases)
-            person.insert(alias.id, alias.authorID);
-        return person;
-    }
-    const qsizetype count = qsizetype(aliases.size());
-    Groups groups(count);
-    QHash<QString, qsizetype> firstOfName;
-    QHash<QString, qsizetype> firstOfEmail;
-    for (qsizetype i = 0; i < count; ++i) {
-        const Alias &alias = aliases[size_t(i)];
-        const auto found = mapped.constFind(alias.id);
-        const QString &name = found != mapped.cend() ? found->first : alias.name;
-        const QString &email = found != mapped.cend() ? found->second : alias.email;
-        groups.join(i, *firstOfName.insert(name, firstOfName.value(name, i)));
-        if (!aggregates::isPlaceholderEmail(email)) {
-            const QString key = email.trimmed().toLower();
-            groups.join(i, *firstOfEmail.insert(key, firstOfEmail.value(key, i)));
-        }
-    }
-    for (qsizetype i = 0; i < count; ++i)
-        person.insert(aliases[size_t(i)].id, qint64(groups.find(i)));
-    return person;
 }
 
 } // namespace
@@ -242,22 +173,14 @@ FileTree readFileTree(SQLiteDatabase &database, bool mergeIdentities)
     }
     FileTree tree = buildFileTree(paths);
 
-    std::vector<Alias> aliases;
-    {
-        SQLiteStatement statement = database.statement(
-            QStringLiteral("SELECT id, author_id, name, email FROM author_aliases ORDER BY id"));
-        while (statement.step()) {
-            aliases.push_back({statement.columnInt64(0), statement.columnInt64(1),
-                               textOr(statement, 2), textOr(statement, 3)});
-        }
-    }
-    const QHash<qint64, qint64> person = personOfAlias(
-        aliases, mergeIdentities ? aggregates::readMappedIdentities(database)
-                                 : QHash<qint64, std::pair<QString, QString>>(),
-        mergeIdentities);
+    // People as the insights count them, or recorded names.
+    const QList<aggregates::AliasIdentity> aliases
+        = aggregates::readAliasPeople(database, mergeIdentities);
+    QHash<qint64, qint64> person;
     QStringList names;
     QHash<qint64, int> nameOfAlias;
-    for (const Alias &alias : aliases) {
+    for (const aggregates::AliasIdentity &alias : aliases) {
+        person.insert(alias.id, alias.person);
         nameOfAlias.insert(alias.id, int(names.size()));
         names.append(alias.name);
     }
