@@ -13,6 +13,7 @@
 //   --runs N     measure N times and report the fastest and the median (default 5)
 //   --author     the author (default Junio C Hamano, the busiest of git's history)
 
+#include "BenchTiming.h"
 #include "git/GitService.h"
 #include "index/RepositoryIndex.h"
 #include "index/RepositoryIndexer.h"
@@ -28,40 +29,10 @@
 #include <vector>
 
 using namespace strataloom;
-
-namespace {
-
-QString argument(const QStringList &arguments, const QString &name, const QString &fallback)
-{
-    const qsizetype at = arguments.indexOf(name);
-    return at >= 0 && at + 1 < arguments.size() ? arguments.at(at + 1) : fallback;
-}
-
-struct Timing
-{
-    double fastest = 0;
-    double median = 0;
-};
-
-Timing measure(int runs, const std::function<void()> &work)
-{
-    std::vector<double> times;
-    for (int run = 0; run < runs; ++run) {
-        QElapsedTimer clock;
-        clock.start();
-        work();
-        times.push_back(double(clock.nsecsElapsed()) / 1e6);
-    }
-    std::sort(times.begin(), times.end());
-    return {times.front(), times[times.size() / 2]};
-}
-
-void report(const char *what, const Timing &timing)
-{
-    std::printf("%-44s fastest %9.1f ms   median %9.1f ms\n", what, timing.fastest, timing.median);
-}
-
-} // namespace
+using bench::argument;
+using bench::measure;
+using bench::report;
+using bench::Timing;
 
 int main(int argc, char **argv)
 {

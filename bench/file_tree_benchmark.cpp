@@ -12,6 +12,7 @@
 //                first, untimed, so the first run on a new folder builds the whole index
 //   --runs N     measure N times and report the fastest and the median (default 5)
 
+#include "BenchTiming.h"
 #include "git/GitService.h"
 #include "index/RepositoryIndex.h"
 #include "index/RepositoryIndexer.h"
@@ -28,41 +29,10 @@
 #include <vector>
 
 using namespace strataloom;
-
-namespace {
-
-QString argument(const QStringList &arguments, const QString &name, const QString &fallback)
-{
-    const qsizetype at = arguments.indexOf(name);
-    return at >= 0 && at + 1 < arguments.size() ? arguments.at(at + 1) : fallback;
-}
-
-struct Timing
-{
-    double fastest = 0;
-    double median = 0;
-};
-
-Timing measure(int runs, const std::function<void()> &work)
-{
-    std::vector<double> times;
-    for (int run = 0; run < runs; ++run) {
-        QElapsedTimer clock;
-        clock.start();
-        work();
-        times.push_back(double(clock.nsecsElapsed()) / 1e6);
-    }
-    std::sort(times.begin(), times.end());
-    return {times.front(), times[times.size() / 2]};
-}
-
-void report(const char *what, const Timing &timing, const char *target = "")
-{
-    std::printf("%-52s fastest %8.1f ms  median %8.1f ms  %s\n", what, timing.fastest,
-                timing.median, target);
-}
-
-} // namespace
+using bench::argument;
+using bench::measure;
+using bench::report;
+using bench::Timing;
 
 int main(int argc, char **argv)
 {

@@ -14,6 +14,7 @@
 //   --runs N     measure N times and report the fastest and the median (default 5)
 //   --query Q    the combined query (default: fix author:peff path:Documentation/)
 
+#include "BenchTiming.h"
 #include "app/HistoryListModel.h"
 #include "git/GitService.h"
 #include "index/RepositoryIndex.h"
@@ -34,33 +35,12 @@
 #include <vector>
 
 using namespace strataloom;
+using bench::argument;
+using bench::measure;
+using bench::report;
+using bench::Timing;
 
 namespace {
-
-QString argument(const QStringList &arguments, const QString &name, const QString &fallback)
-{
-    const qsizetype at = arguments.indexOf(name);
-    return at >= 0 && at + 1 < arguments.size() ? arguments.at(at + 1) : fallback;
-}
-
-struct Timing
-{
-    double fastest = 0;
-    double median = 0;
-};
-
-Timing measure(int runs, const std::function<void()> &work)
-{
-    std::vector<double> times;
-    for (int run = 0; run < runs; ++run) {
-        QElapsedTimer clock;
-        clock.start();
-        work();
-        times.push_back(double(clock.nsecsElapsed()) / 1e6);
-    }
-    std::sort(times.begin(), times.end());
-    return {times.front(), times[times.size() / 2]};
-}
 
 // Resident memory of this process in kilobytes, from the kernel's own accounting.
 qint64 residentKilobytes()
@@ -92,12 +72,6 @@ QByteArray output(const QString &program, const QStringList &arguments)
 qint64 lineCount(const QByteArray &text)
 {
     return text.count('\n');
-}
-
-void report(const char *what, const Timing &timing, const char *target = "")
-{
-    std::printf("%-58s fastest %8.1f ms  median %8.1f ms  %s\n", what, timing.fastest,
-                timing.median, target);
 }
 
 } // namespace
