@@ -1,9 +1,10 @@
 #include "app/RepositoryScanner.h"
 
+#include "insights/FileTree.h"
+
 #include <QCollator>
 #include <QDir>
 #include <QFile>
-#include <QLocale>
 
 #include <algorithm>
 #include <optional>
@@ -148,22 +149,9 @@ std::optional<FolderListing> readFolder(const std::string &path, int depth, bool
     return listing;
 }
 
-// The file browsers' order: case-insensitive, digit runs by value. The C locale ignores the
-// numeric mode, so it falls back to the neutral English rules.
-QCollator standardCollator()
-{
-    QLocale locale;
-    if (locale.language() == QLocale::C)
-        locale = QLocale(QLocale::English, QLocale::UnitedStates);
-    QCollator collator(locale);
-    collator.setNumericMode(true);
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
-    return collator;
-}
-
 void sortRepositories(QList<DiscoveredRepository> &repositories)
 {
-    const QCollator collator = standardCollator();
+    const QCollator collator = fileNameCollator();
     std::sort(repositories.begin(), repositories.end(),
               [&](const DiscoveredRepository &left, const DiscoveredRepository &right) {
                   if (const int byName = collator.compare(left.name, right.name))

@@ -25,6 +25,18 @@ QString textOr(const SQLiteStatement &statement, int column)
 
 } // namespace
 
+QCollator fileNameCollator()
+{
+    // The C locale ignores the numeric mode, so it falls back to the neutral English rules.
+    QLocale locale;
+    if (locale.language() == QLocale::C)
+        locale = QLocale(QLocale::English, QLocale::UnitedStates);
+    QCollator collator(locale);
+    collator.setNumericMode(true);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    return collator;
+}
+
 int FileTree::find(const QString &path) const
 {
     if (path.isEmpty())
@@ -88,14 +100,7 @@ FileTree buildFileTree(const QStringList &paths)
         tree.nodes[node].depth = tree.nodes[size_t(parent)].depth + 1;
     }
 
-    // The file browsers' order: case-insensitive, digit runs by value. The C locale ignores
-    // the numeric mode, so it falls back to the neutral English rules.
-    QLocale locale;
-    if (locale.language() == QLocale::C)
-        locale = QLocale(QLocale::English, QLocale::UnitedStates);
-    QCollator collator(locale);
-    collator.setNumericMode(true);
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    const QCollator collator = fileNameCollator();
     for (FileTreeNode &entry : tree.nodes) {
         std::sort(entry.children.begin(), entry.children.end(), [&](int left, int right) {
             const FileTreeNode &a = tree.nodes[size_t(left)];

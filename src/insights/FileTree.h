@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCollator>
 #include <QString>
 #include <QStringList>
 
@@ -54,6 +55,9 @@ struct FileTree
 };
 
 /// @brief The folder tree of @p paths (files, '/'-separated), sorted, with no figures yet.
+/// @brief The file browsers' order of names: case-insensitive, digit runs by value.
+QCollator fileNameCollator();
+
 FileTree buildFileTree(const QStringList &paths);
 
 /**
