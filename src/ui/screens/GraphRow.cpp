@@ -59,6 +59,22 @@ void GraphRow::setColumnWidth(qreal width)
     Q_EMIT appearanceChanged();
 }
 
+void GraphRow::setFitWidth(qreal width)
+{
+    if (qFuzzyCompare(width, m_fitWidth))
+        return;
+    m_fitWidth = width;
+    Q_EMIT appearanceChanged();
+}
+
+void GraphRow::setFitColumns(int columns)
+{
+    if (columns == m_fitColumns)
+        return;
+    m_fitColumns = columns;
+    Q_EMIT appearanceChanged();
+}
+
 void GraphRow::setLineWidth(qreal width)
 {
     if (qFuzzyCompare(width, m_lineWidth))
@@ -144,7 +160,9 @@ void GraphRow::updateSegments()
 
 void GraphRow::updateImplicitWidth()
 {
-    setImplicitWidth(m_columns * m_columnWidth);
+    const int columns = m_fitColumns > 0 ? m_fitColumns : m_columns;
+    m_fit = fitGraphColumns(columns, m_fitWidth, m_columnWidth, 1.5);
+    setImplicitWidth(m_fit.width(columns));
 }
 
 QColor GraphRow::laneColor(int lane) const
@@ -158,19 +176,25 @@ void GraphRow::paint(QPainter *painter)
 {
     const qreal rowHeight = height();
     const auto point
-        = [&](QPointF cell) { return QPointF(cell.x() * m_columnWidth, cell.y() * rowHeight); };
+        = [&](QPointF cell) { return QPointF(m_fit.x(cell.x()), cell.y() * rowHeight); };
+    // Packed lanes are drawn finer, so that neighbours stay apart.
+    const qreal packedLine = std::min(m_lineWidth, std::max<qreal>(1, m_fit.packed * 0.7));
+    const qreal packedDot = std::min(m_dotRadius, std::max<qreal>(1.5, m_fit.packed));
     painter->setRenderHint(QPainter::Antialiasing);
     for (const GraphSegment &segment : std::as_const(m_segments)) {
         const QColor color = laneColor(segment.lane);
         if (segment.kind == GraphSegment::Kind::Line) {
-            painter->setPen(QPen(color, m_lineWidth, Qt::SolidLine, Qt::RoundCap));
+            const bool packed = m_fit.isPacked(segment.from.x()) && m_fit.isPacked(segment.to.x());
+            painter->setPen(
+                QPen(color, packed ? packedLine : m_lineWidth, Qt::SolidLine, Qt::RoundCap));
             painter->drawLine(point(segment.from), point(segment.to));
         } else {
+            const qreal radius = m_fit.isPacked(segment.from.x()) ? packedDot : m_dotRadius;
             // The ring keeps passing lines apart from the dot; small dots get a thin one.
             painter->setPen(QPen(m_background.isValid() ? m_background : color,
-                                 std::min<qreal>(2, m_dotRadius * 0.3)));
+                                 std::min<qreal>(2, radius * 0.3)));
             painter->setBrush(color);
-            painter->drawEllipse(point(segment.from), m_dotRadius, m_dotRadius);
+            painter->drawEllipse(point(segment.from), radius, radius);
         }
     }
 }

@@ -30,6 +30,11 @@ class GraphRow : public QQuickPaintedItem
     /// [from, to, ...]}); when not empty, drawn instead of graph.
     Q_PROPERTY(QVariantMap laneRow READ laneRow WRITE setLaneRow NOTIFY graphChanged)
     Q_PROPERTY(qreal columnWidth READ columnWidth WRITE setColumnWidth NOTIFY appearanceChanged)
+    /// When above 0, the width the graph of fitColumns columns must fit: the lanes beyond what
+    /// fits at columnWidth are packed closer (see fitGraphColumns()). Rows that share both
+    /// values join.
+    Q_PROPERTY(qreal fitWidth READ fitWidth WRITE setFitWidth NOTIFY appearanceChanged)
+    Q_PROPERTY(int fitColumns READ fitColumns WRITE setFitColumns NOTIFY appearanceChanged)
     Q_PROPERTY(qreal lineWidth READ lineWidth WRITE setLineWidth NOTIFY appearanceChanged)
     Q_PROPERTY(qreal dotRadius READ dotRadius WRITE setDotRadius NOTIFY appearanceChanged)
     /// Lane colours, used in turn; lane n takes colour n modulo their number.
@@ -53,6 +58,10 @@ public:
     void setLaneRow(const QVariantMap &laneRow);
     qreal columnWidth() const { return m_columnWidth; }
     void setColumnWidth(qreal width);
+    qreal fitWidth() const { return m_fitWidth; }
+    void setFitWidth(qreal width);
+    int fitColumns() const { return m_fitColumns; }
+    void setFitColumns(int columns);
     qreal lineWidth() const { return m_lineWidth; }
     void setLineWidth(qreal width);
     qreal dotRadius() const { return m_dotRadius; }
@@ -81,6 +90,9 @@ private:
     int m_columns = 0;
     QList<GraphSegment> m_segments;
     qreal m_columnWidth = 9;
+    qreal m_fitWidth = 0;
+    int m_fitColumns = 0;
+    GraphColumns m_fit;
     qreal m_lineWidth = 2;
     qreal m_dotRadius = 4.5;
     QList<QColor> m_laneColors;

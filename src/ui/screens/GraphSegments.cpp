@@ -90,4 +90,21 @@ QList<GraphSegment> laneSegments(int lane, int lanesAbove, const QList<std::pair
     return segments;
 }
 
+qreal GraphColumns::x(qreal cell) const
+{
+    return cell <= fullColumns ? cell * full : fullColumns * full + (cell - fullColumns) * packed;
+}
+
+GraphColumns fitGraphColumns(int columns, qreal available, qreal full, qreal minimum)
+{
+    if (columns <= 0 || available <= 0 || columns * full <= available)
+        return {full, std::max(columns, 0), full};
+    if (columns * minimum >= available)
+        return {available / columns, 0, available / columns};
+    // full * k + minimum * (columns - k) <= available
+    // Whole lanes (two columns each) stay unpacked.
+    const int fullColumns = int((available - columns * minimum) / (full - minimum)) / 2 * 2;
+    return {full, fullColumns, (available - fullColumns * full) / (columns - fullColumns)};
+}
+
 } // namespace strataloom

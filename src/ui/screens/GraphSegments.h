@@ -46,4 +46,30 @@ QList<GraphSegment> graphSegments(const QString &graph, const QString &above = {
  */
 QList<GraphSegment> laneSegments(int lane, int lanesAbove, const QList<std::pair<int, int>> &edges);
 
+/**
+ * @brief Where the columns of a graph go when it must fit a width: the first fullColumns at
+ * their full width, the rest packed closer, so that a busy region (dozens of open topic
+ * branches) keeps its main lanes readable and leaves room for the commits' texts.
+ */
+struct GraphColumns
+{
+    qreal full = 0; ///< width of an unpacked column
+    int fullColumns = 0; ///< columns before the packed ones
+    qreal packed = 0; ///< width of a packed column
+
+    /// The pixel offset of cell x (the scale of GraphSegment's x).
+    qreal x(qreal cell) const;
+    /// The width that @p columns columns take.
+    qreal width(int columns) const { return x(columns); }
+    /// Is cell x among the packed columns?
+    bool isPacked(qreal cell) const { return cell > fullColumns; }
+};
+
+/**
+ * @brief The columns of a graph @p columns wide fitted into @p available pixels: all at @p full
+ * when they fit; otherwise as many as fit at @p full and the rest at @p minimum, or all at less
+ * than @p minimum when even that does not fit. Rows laid out with the same arguments join.
+ */
+GraphColumns fitGraphColumns(int columns, qreal available, qreal full, qreal minimum);
+
 } // namespace strataloom

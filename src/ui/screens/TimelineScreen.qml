@@ -49,13 +49,11 @@ Item {
         return names
     }
 
-    // The index's rows share one graph column, as wide as the widest of the rows in view, so
-    // that the texts of neighbouring rows line up. Busy regions narrow the lanes rather than
-    // hide the commits on the right (up to almost half the list).
+    // The index's rows share one graph column, fitted to the widest of the rows in view, so
+    // that lines join and the texts of neighbouring rows line up. In a busy region the lanes
+    // beyond what fits are packed closer rather than pushing the commits' texts aside.
     property int widestColumns: 0
-    readonly property real laneGraphWidth: list.width * 0.45
-    readonly property real laneColumnWidth: Math.max(2.5, Math.min(oneLine ? 7 : 9,
-                                                                  laneGraphWidth / Math.max(1, widestColumns)))
+    readonly property real laneGraphWidth: list.width * 0.25
     function measureColumns() {
         let widest = 0
         const items = list.contentItem.children
@@ -116,6 +114,7 @@ Item {
         property string decorations
         property bool loaded: true
         property real rowWidth
+        readonly property bool narrow: rowWidth < 600
 
         GridLayout {
             anchors.fill: parent
@@ -123,8 +122,9 @@ Item {
             rowSpacing: 3
             columnSpacing: 8
 
+            // A narrow row leaves the hash and the author to the inspector, for the subject's sake.
             Label {
-                visible: screen.oneLine
+                visible: screen.oneLine && !texts.narrow
                 text: texts.shortHash
                 font.family: Theme.monospace
                 font.pixelSize: Theme.fontCaption
@@ -162,7 +162,7 @@ Item {
                 Item { visible: !texts.loaded; Layout.fillWidth: true }
             }
             Label {
-                visible: screen.oneLine
+                visible: screen.oneLine && !texts.narrow
                 Layout.maximumWidth: texts.rowWidth * 0.18
                 text: texts.author
                 font.pixelSize: Theme.fontCaption
@@ -252,16 +252,16 @@ Item {
                 objectName: "graphRow"
                 x: 4
                 height: parent.height
-                width: line.fromLanes ? Math.min(screen.widestColumns * columnWidth, screen.laneGraphWidth)
-                                      : Math.min(implicitWidth, line.width * 0.35)
+                width: Math.min(implicitWidth, line.fromLanes ? screen.laneGraphWidth : line.width * 0.35)
                 clip: true
                 graph: line.fromLanes ? "" : line.graph
                 graphAbove: line.fromLanes ? "" : screen.graphAt(line.index - 1)
                 graphBelow: line.fromLanes ? "" : screen.graphAt(line.index + 1)
                 laneRow: line.fromLanes ? line.model.laneRow : ({})
-                columnWidth: line.fromLanes ? screen.laneColumnWidth : 10
-                lineWidth: line.fromLanes && screen.laneColumnWidth < 5 ? 1.5 : 2
-                dotRadius: Math.min(screen.oneLine ? 4 : 5, line.fromLanes ? screen.laneColumnWidth * 0.9 : 5)
+                columnWidth: line.fromLanes ? (screen.oneLine ? 6 : 8) : 10
+                fitWidth: line.fromLanes ? screen.laneGraphWidth : 0
+                fitColumns: line.fromLanes ? screen.widestColumns : 0
+                dotRadius: screen.oneLine ? 4 : 5
                 laneColors: screen.laneColors
                 backgroundColor: Theme.card
             }

@@ -94,6 +94,36 @@ private Q_SLOTS:
         QFETCH(QList<GraphSegment>, expected);
         QCOMPARE(laneSegments(lane, lanesAbove, edges), expected);
     }
+
+    // Columns fitted to a width: unpacked when they fit, whole lanes at full width then packed,
+    // all evenly squeezed when even the packed width does not fit; never wider than asked.
+    void graphColumnsFitTheirWidth_data()
+    {
+        QTest::addColumn<int>("columns");
+        QTest::addColumn<qreal>("available");
+        QTest::addColumn<int>("fullColumns");
+        QTest::addColumn<qreal>("width"); // of all the columns
+        QTest::newRow("fits") << 10 << 100.0 << 10 << 70.0;
+        QTest::newRow("fits exactly") << 10 << 70.0 << 10 << 70.0;
+        QTest::newRow("packs the lanes on the right") << 60 << 216.0 << 22 << 216.0;
+        QTest::newRow("an odd split keeps whole lanes") << 20 << 95.0 << 10 << 95.0;
+        QTest::newRow("squeezes all when packing does not fit") << 60 << 60.0 << 0 << 60.0;
+        QTest::newRow("no width asked: no packing") << 60 << 0.0 << 60 << 420.0;
+    }
+
+    void graphColumnsFitTheirWidth()
+    {
+        QFETCH(int, columns);
+        QFETCH(qreal, available);
+        QFETCH(int, fullColumns);
+        QFETCH(qreal, width);
+        const GraphColumns fit = fitGraphColumns(columns, available, 7, 1.5);
+        QCOMPARE(fit.fullColumns, fullColumns);
+        QCOMPARE(fit.width(columns), width);
+        QCOMPARE(fit.x(fullColumns), fullColumns * fit.full); // no jump where packing starts
+        QVERIFY(fit.packed >= std::min(1.5, available / columns));
+        QVERIFY(fit.x(fullColumns + 0.5) > fit.x(fullColumns)); // and no fold
+    }
 };
 
 QTEST_APPLESS_MAIN(GraphSegmentsTest)
