@@ -25,9 +25,6 @@ namespace {
 // chunks of 250); a few chunks of that size in memory are a few megabytes.
 constexpr qsizetype largestChunk = 1000;
 constexpr qsizetype smallestChunk = 4;
-// The most commits the short run that starts the import reads (see readInParallel()): about a
-// second of git's diff work at the start of a long history.
-constexpr qsizetype headCommits = 256;
 // How many chunks past the one being handed over the workers may fill, per worker.
 constexpr qsizetype chunksAheadPerWorker = 2;
 // How often the calling thread asks for cancellation while it waits for a worker.
@@ -176,10 +173,13 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
     state.unreadable.resize(workers);
 
     // git reads every commit named on its standard input before it prints the first one, which
-    // for a worker's share of a long history takes about a second. The first commits of all
-    // are read by a short run of their own beside the first worker's, so that the first ones are
-    // handed over at once; the first worker's run hands over its own after them.
-    const qsizetype head = std::min(size / 4, headCommits);
+    // for a worker's share of a long history takes a second or two. The first chunk but its last
+    // commit is read by a short run of its own beside the workers', so that the first commits are
+    // handed over at once and the workers have read theirs by the time the head's run ends (a
+    // shorter head left the import standing still for about a second on git's own history). The
+    // first worker reads the chunk's last commit, after the head's, and then goes on with its
+    // own; one more git run costs git's warm caches, so there are no more of them.
+    const qsizetype head = size - 1;
     bool headDone = head == 0; // under the lock
     std::exception_ptr headError;
     qint64 headUnreadable = 0;
