@@ -222,8 +222,10 @@ int main(int argc, char **argv)
                     if (opening.firstProgress < 0)
                         opening.firstProgress = now;
                     else if (now - lastProgress > 1000)
-                        std::printf("  progress waited %.0f ms before %lld found, %lld of %lld\n",
-                                    now - lastProgress, qlonglong(commits.first),
+                        std::printf("  progress waited %.0f ms at %.0f ms: from %lld found, %lld "
+                                    "imported to %lld found, %lld of %lld\n",
+                                    now - lastProgress, lastProgress, qlonglong(lastCommits.first),
+                                    qlonglong(lastCommits.second), qlonglong(commits.first),
                                     qlonglong(commits.second), qlonglong(state.progressTotal()));
                     if (opening.firstProgress != now)
                         opening.longestProgressWait
