@@ -3,138 +3,76 @@
 #include "CliRun.h"
 #include "TestRepository.h"
 
+#include <QDir>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-// Commits of two branches alternating in time, a merge, and a tag.
-void alternatingBranches(TestRepository &repository)
-{
-    const char *steps[][3] = {{"main", "m1", "2024-01-01T10:00:00Z"},
-                              {"feature", "f1", "2024-01-02T10:00:00Z"},
-                              {"main", "m2", "2024-01-03T10:00:00Z"},
-                              {"feature", "f2", "2024-01-04T10:00:00Z"},
-                              {"main", "m3", "2024-01-05T10:00:00Z"}};
-    for (const auto &[branch, name, date] : steps) {
-        if (repository.gitStatus({"checkout", "-q", branch}) != 0)
-            repository.git({"checkout", "-q", "-b", branch});
-        repository.setDate(date);
-        repository.write(QString(name) + ".txt", name);
-        repository.commit(name);
-    }
-    repository.setDate("2024-01-06T10:00:00Z");
-    repository.git({"merge", "-q", "--no-ff", "-m", "merge", "feature"});
-    repository.git({"tag", "v1", "HEAD~1"});
-}
-
-// Per commit row: hash, and the lane and number of lanes of its drawing.
-QStringList lanesOf(const QList<QPair<QString, QString>> &rows)
+// The commit rows of a printed graph (connector rows have no hash): their lanes, in order.
+QStringList lanes(const CliRun &run)
 {
     QStringList lanes;
-    for (const auto &[hash, drawing] : rows) {
-        int count = 0;
-        for (const QChar c : drawing)
-            count += QStringLiteral("|*/\\").contains(c) ? 1 : 0;
-        lanes << QStringLiteral("%1 %2/%3").arg(hash).arg(drawing.indexOf('*') / 2).arg(count);
+    for (const QJsonValue &value : run.array()) {
+        if (const QJsonObject row = value.toObject(); !row.value("shortHash").toString().isEmpty())
+            lanes << drawnLane(row.value("shortHash").toString(), row.value("graph").toString());
     }
     return lanes;
 }
 
-QList<QPair<QString, QString>> cliRows(const QJsonArray &records)
+// The commit rows of a printed graph by hash, without their drawing.
+QMap<QString, QJsonObject> texts(const CliRun &run)
 {
-    QList<QPair<QString, QString>> rows;
-    for (const QJsonValue &value : records) {
-        const QJsonObject record = value.toObject();
-        if (!record.value("shortHash").toString().isEmpty())
-            rows << qMakePair(record.value("shortHash").toString(),
-                              record.value("graph").toString());
+    QMap<QString, QJsonObject> rows;
+    for (const QJsonValue &value : run.array()) {
+        QJsonObject row = value.toObject();
+        row.remove("graph");
+        if (!row.value("shortHash").toString().isEmpty())
+            rows.insert(row.value("id").toString(), row);
     }
     return rows;
-}
-
-QList<QPair<QString, QString>> gitRows(const TestRepository &repository, const QString &limit)
-{
-    QList<QPair<QString, QString>> rows;
-    const QString output = repository.git(
-        {"log", "--graph", "--all", "--date-order", "--format=%x01%h", "-n", limit});
-    for (const QString &line : output.split('\n')) {
-        const qsizetype mark = line.indexOf(QChar(1));
-        if (mark >= 0)
-            rows << qMakePair(line.mid(mark + 1), line.left(mark));
-    }
-    return rows;
-}
-
-class GraphFromIndex : public ::testing::Test
-{
-protected:
-    void SetUp() override { alternatingBranches(repository); }
-
-    CliRun graph(const QStringList &options = {})
-    {
-        return cli(
-            QStringList {"graph", repository.path(), "--from-index", "--index-dir", indexes.path()}
-            + options);
-    }
-
-    TestRepository repository;
-    QTemporaryDir indexes;
-};
-
-TEST_F(GraphFromIndex, laysOutTheIndexedHistoryAsGitsDateOrderedGraphWithoutSynchronising)
-{
-    ASSERT_EQ(cli({"index", repository.path(), "--index-dir", indexes.path()}).status, 0);
-    for (const QString limit : {"500", "3"}) {
-        const CliRun run = graph({"--limit", limit});
-        ASSERT_EQ(run.status, 0) << run.err.toStdString();
-        EXPECT_EQ(lanesOf(cliRows(run.array())), lanesOf(gitRows(repository, limit)))
-            << limit.toStdString();
-    }
-
-    // The texts of each commit row are those of the graph command.
-    const auto byHash = [](const QJsonArray &records) {
-        QMap<QString, QJsonObject> rows;
-        for (const QJsonValue &value : records) {
-            QJsonObject record = value.toObject();
-            record.remove("graph");
-            if (!record.value("shortHash").toString().isEmpty())
-                rows.insert(record.value("id").toString(), record);
-        }
-        return rows;
-    };
-    EXPECT_EQ(byHash(graph().array()), byHash(cli({"graph", repository.path()}).array()));
-
-    // A commit after the index stays out, read after read.
-    const QList<QPair<QString, QString>> before = gitRows(repository, "500");
-    repository.setDate("2024-02-01T10:00:00Z");
-    repository.write("later.txt", "l");
-    repository.commit("later");
-    for (int read = 0; read < 2; ++read)
-        EXPECT_EQ(lanesOf(cliRows(graph().array())), lanesOf(before)) << read;
-}
-
-TEST_F(GraphFromIndex, refusesWhatItCannotAnswer)
-{
-    const struct
-    {
-        QStringList arguments;
-        int status;
-        const char *saying;
-    } cases[] = {
-        {{"graph", repository.path(), "--from-index", "--index-dir", indexes.path()},
-         1,
-         "strataloom-cli index"},
-        {{"graph", repository.path(), "--index-dir", indexes.path()}, 2, "goes with --from-index"},
-    };
-    for (const auto &c : cases) {
-        const CliRun run = cli(c.arguments);
-        EXPECT_EQ(run.status, c.status) << c.arguments.join(' ').toStdString();
-        EXPECT_TRUE(run.err.contains(c.saying)) << run.err.toStdString();
-        EXPECT_TRUE(run.out.isEmpty());
-    }
-    EXPECT_TRUE(QDir(indexes.path()).isEmpty()) << "no index was created";
 }
 
 } // namespace
+
+TEST(GraphFromIndex, laysOutTheIndexedHistoryAsGitsDateOrderedGraphWithoutSynchronising)
+{
+    // Two branches alternating in time, merged, and a tag.
+    TestRepository repository;
+    writeHistory(repository,
+                 scripted({"m1 main 0", "f1 feature 1 m1", "m2 main 2 m1", "f2 feature 3 f1",
+                           "m3 main 4 m2", "m4 main 5 m3 f2"}));
+    repository.git({"tag", "v1", "HEAD~1"});
+    QTemporaryDir indexes;
+    const QStringList graph {"graph", repository.path(), "--from-index", "--index-dir",
+                             indexes.path()};
+
+    // Without an index it says what to run; the folder goes only with --from-index.
+    const std::tuple<QStringList, int, const char *> refused[] = {
+        {graph, 1, "strataloom-cli index"},
+        {QStringList {"graph", repository.path(), "--index-dir", indexes.path()}, 2,
+         "goes with --from-index"},
+    };
+    for (const auto &[arguments, status, saying] : refused) {
+        const CliRun run = cli(arguments);
+        EXPECT_EQ(run.status, status) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(run.err.contains(saying) && run.out.isEmpty()) << run.err.toStdString();
+    }
+    EXPECT_TRUE(QDir(indexes.path()).isEmpty()) << "no index was created";
+
+    ASSERT_EQ(cli({"index", repository.path(), "--index-dir", indexes.path()}).status, 0);
+    const QStringList before = gitGraphLanes(repository, {"--format=%x01%h"});
+    for (const QString limit : {"500", "3"}) {
+        const CliRun run = cli(graph + QStringList {"--limit", limit});
+        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+        EXPECT_EQ(lanes(run), gitGraphLanes(repository, {"--format=%x01%h", "-n", limit}));
+    }
+    // The texts of each commit row are those of the graph command.
+    EXPECT_EQ(texts(cli(graph)), texts(cli({"graph", repository.path()})));
+
+    // A commit after the index stays out, read after read.
+    repository.commit("later", "Ada", "ada@example.com", "2024-02-01T10:00:00Z");
+    for (int read = 0; read < 2; ++read)
+        EXPECT_EQ(lanes(cli(graph)), before) << read;
+}

@@ -4,7 +4,6 @@
 #include "TestRepository.h"
 
 #include <QDir>
-#include <QJsonArray>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
 #include "cli/ReportCommand.h"
 
 #include <QRegularExpression>
-#include <QStringList>
 
 #include <gtest/gtest.h>
 

@@ -117,25 +117,6 @@ QString runCli(const QStringList &arguments)
     return QString::fromUtf8(result.standardOutput);
 }
 
-// Every row of every table of the index in @p indexDir, as text, but for the times of writing
-// (index_metadata, updated_at), which differ from run to run.
-QStringList indexRows(const QString &indexDir)
-{
-    const QString path = onlyIndexFile(indexDir);
-    QStringList queries;
-    for (const QString &table :
-         sqliteRows(path,
-                    {"SELECT name, (SELECT group_concat('\"' || name || '\"') FROM "
-                     "pragma_table_info(m.name) WHERE name != 'updated_at') FROM sqlite_master m "
-                     "WHERE type = 'table' AND name NOT LIKE 'sqlite_%' AND sql NOT LIKE "
-                     "'%VIRTUAL%' AND name != 'index_metadata'"}))
-        queries << QStringLiteral("SELECT '%1', %2 FROM \"%1\"")
-                       .arg(table.section('|', 0, 0), table.section('|', 1));
-    QStringList rows = sqliteRows(path, queries);
-    rows.sort();
-    return rows;
-}
-
 // A history that each setting would show differently and that gives each program a reason to
 // start: a root commit, renames with edits, an edit where the diff algorithms disagree, a
 // non-ASCII author and file name, an author mapped by .mailmap, tags, branches, a signed tip,

@@ -6,9 +6,6 @@
 #include "git/GitProcess.h"
 #include "git/GitService.h"
 
-#include <QDir>
-#include <QFile>
-
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -33,35 +33,30 @@ auto walkFigures(const RepositorySummary &summary)
                            summary.commitsPerMonth);
 }
 
-QString gitOutput(const QString &repository, const QStringList &arguments)
-{
-    const ProcessResult result = runGitProcess(repository, arguments);
-    EXPECT_EQ(result.exitStatus, 0) << arguments.join(' ').toStdString();
-    return QString::fromUtf8(result.standardOutput);
-}
-
 // The figures as one command each gave them.
 RepositorySummary separateCommands(const QString &repository)
 {
     RepositorySummary figures;
     if (runGitProcess(repository, {"rev-parse", "--verify", "HEAD"}).exitStatus != 0)
         return figures;
-    figures.commitCount = gitOutput(repository, {"rev-list", "--count", "HEAD"}).trimmed().toInt();
-    figures.authorCount = nonEmptyLines(gitOutput(repository, {"shortlog", "-sne", "HEAD"})).size();
-    for (const QString &line :
-         nonEmptyLines(gitOutput(repository, {"log", "--max-parents=0", "--format=%at", "HEAD"}))) {
+    const auto lines = [&](const QStringList &arguments) {
+        const ProcessResult result = runGitProcess(repository, arguments + QStringList {"HEAD"});
+        EXPECT_EQ(result.exitStatus, 0) << arguments.join(' ').toStdString();
+        return nonEmptyLines(QString::fromUtf8(result.standardOutput));
+    };
+    figures.commitCount = lines({"rev-list", "--count"}).value(0).toInt();
+    figures.authorCount = lines({"shortlog", "-sne"}).size();
+    for (const QString &line : lines({"log", "--max-parents=0", "--format=%at"})) {
         const OptionalDate date = GitService::parseUnixDate(line);
         if (date && (!figures.firstCommitDate || *date < *figures.firstCommitDate))
             figures.firstCommitDate = date;
     }
     figures.latestCommitDate
-        = GitService::parseUnixDate(gitOutput(repository, {"log", "-1", "--format=%at", "HEAD"}));
+        = GitService::parseUnixDate(lines({"log", "-1", "--format=%at"}).value(0));
     std::vector<double> times;
-    for (const QString &line :
-         nonEmptyLines(gitOutput(repository, {"log", "--reverse", "--format=%ct", "HEAD"}))) {
+    for (const QString &line : lines({"log", "--reverse", "--format=%ct"})) {
         bool ok = false;
-        const double time = line.trimmed().toDouble(&ok);
-        if (ok)
+        if (const double time = line.trimmed().toDouble(&ok); ok)
             times.push_back(time);
     }
     for (size_t i = 1; i < times.size(); ++i) {
@@ -95,9 +90,9 @@ void detachedBehindTheBranch(TestRepository &repository)
 void unusualDates(TestRepository &repository)
 {
     // Before 1970, the epoch itself, beyond year 9999, and committer dates that run backwards.
-    writeRawDateHistory(repository, {"1600000000 +0000", "-86400 +0000", "0 +0000",
-                                     "253402300800 +0000", "1500000000 -1200", "1700000000 +1400",
-                                     "1400000000 +0000"});
+    writeRawDateHistory(repository,
+                        {"1600000000 +0000", "-86400 +0000", "0 +0000", "253402300800 +0000",
+                         "1500000000 -1200", "1700000000 +1400", "1400000000 +0000"});
 }
 
 void oddNames(TestRepository &repository)
@@ -129,6 +124,12 @@ TEST(SummaryWalk, OneWalkGivesWhatTheSeparateCommandsGave)
         {"empty", [](TestRepository &) {}},
         {"merges, ties and a mailmap", mergesTiesAndMailmap},
         {"detached behind the branch", detachedBehindTheBranch},
+        {"several roots",
+         [](TestRepository &r) {
+             writeHistory(
+                 r,
+                 scripted({"m1 main 5", "o1 o 1", "m2 main 6 m1 o1", "p1 p 3", "m3 main 9 m2 p1"}));
+         }},
         {"unusual dates", unusualDates},
         {"odd names", oddNames},
     };
@@ -138,8 +139,7 @@ TEST(SummaryWalk, OneWalkGivesWhatTheSeparateCommandsGave)
         testCase.build(repository);
 
         QList<AuthorStat> authorStats;
-        const RepositorySummary summary
-            = GitService().loadSummary(repository.path(), &authorStats);
+        const RepositorySummary summary = GitService().loadSummary(repository.path(), &authorStats);
         EXPECT_EQ(walkFigures(summary), walkFigures(separateCommands(repository.path())));
         EXPECT_EQ(authorStats, GitService().loadAuthorStats(repository.path()));
         // Without author statistics asked for, the summary is the same.

@@ -12,124 +12,88 @@ using namespace strataloom;
 
 namespace {
 
-// "sha lane/lanes" of a commit line: the lane is the column of its "*" over two; each lane is
-// drawn as one of "|*/\" at its column (the "-" and "." of an octopus merge are no lanes).
-QString drawnRow(const QString &drawing, const QString &sha)
+TEST(CommitLanes, drawEveryCommitAsGitDoesAndLeadItToEachOfItsParents)
 {
-    int lanes = 0;
-    for (const QChar c : drawing)
-        lanes += QStringLiteral("|*/\\").contains(c) ? 1 : 0;
-    return QStringLiteral("%1 %2/%3")
-        .arg(sha)
-        .arg(drawing.indexOf(QLatin1Char('*')) / 2)
-        .arg(lanes);
-}
+    const std::pair<const char *, QList<ScriptCommit>> cases[] = {
+        {"merges of merges",
+         scripted({"m1 main 1", "a1 a 2 m1", "b1 b 3 a1", "a2 a 4 a1", "a3 a 5 a2 b1",
+                   "m2 main 6 m1", "m3 main 7 m2 a3", "c1 c 8 m3", "m4 main 9 m3", "c2 c 10 c1",
+                   "m5 main 11 m4 c2", "a4 a 12 a3"})},
+        {"octopus merges",
+         scripted({"m1 main 1", "x1 x 2 m1", "y1 y 3 m1", "z1 z 4 m1", "m2 main 5 m1",
+                   "m3 main 6 m2 x1 y1 z1", "w1 w 7 y1", "v1 v 8 m3", "m4 main 9 m3 v1 w1 x1",
+                   "u1 u 10 z1"})},
+        {"several roots",
+         scripted({"m1 main 1", "o1 orphan 2", "o2 orphan 3 o1", "m2 main 4 m1", "m3 main 5 m2 o2",
+                   "p1 other 6", "m4 main 7 m3", "p2 other 8 p1", "q1 lone 9"})},
+        {"crossing branches",
+         scripted({"m1 main 1", "b1 b 2 m1", "m2 main 3 m1", "b2 b 4 b1 m2", "m3 main 5 m2 b1",
+                   "t1 topic 6 m1", "b3 b 7 b2", "m4 main 8 m3 b3", "b4 b 9 b3 m3",
+                   "t2 topic 10 t1 b2", "m5 main 11 m4 t2", "b5 b 12 b4"})},
+        {"clock skew",
+         scripted({"m1 main 10", "m2 main 1 m1", "f1 f 12 m1", "m3 main 13 m2 f1", "g1 g 2 m2",
+                   "m4 main 14 m3 g1"})},
+        {"tangled hundreds", tangledHistory(700, 7)},
+    };
+    for (const auto &[name, commits] : cases) {
+        SCOPED_TRACE(name);
+        IndexedRepository fixture;
+        writeHistory(fixture.repository, commits);
+        fixture.synchronize();
+        auto loaded = fixture.graph();
+        ASSERT_TRUE(loaded);
+        const auto history = std::make_shared<const IndexedGraph>(std::move(*loaded));
+        CommitLaneLayout layout(history);
+        const QList<LaneRow> rows = layout.rows(0, layout.rowCount());
 
-struct LaneCase
-{
-    const char *name;
-    QList<ScriptCommit> commits;
-};
-
-const LaneCase laneCases[] = {
-    {"mergesOfMerges",
-     scripted({"m1 main 1", "a1 a 2 m1", "b1 b 3 a1", "a2 a 4 a1", "a3 a 5 a2 b1", "m2 main 6 m1",
-               "m3 main 7 m2 a3", "c1 c 8 m3", "m4 main 9 m3", "c2 c 10 c1", "m5 main 11 m4 c2",
-               "a4 a 12 a3"})},
-    {"octopusMerges",
-     scripted({"m1 main 1", "x1 x 2 m1", "y1 y 3 m1", "z1 z 4 m1", "m2 main 5 m1",
-               "m3 main 6 m2 x1 y1 z1", "w1 w 7 y1", "v1 v 8 m3", "m4 main 9 m3 v1 w1 x1",
-               "u1 u 10 z1"})},
-    {"severalRoots",
-     scripted({"m1 main 1", "o1 orphan 2", "o2 orphan 3 o1", "m2 main 4 m1", "m3 main 5 m2 o2",
-               "p1 other 6", "m4 main 7 m3", "p2 other 8 p1", "q1 lone 9"})},
-    {"crossingBranches",
-     scripted({"m1 main 1", "b1 b 2 m1", "m2 main 3 m1", "b2 b 4 b1 m2", "m3 main 5 m2 b1",
-               "t1 topic 6 m1", "b3 b 7 b2", "m4 main 8 m3 b3", "b4 b 9 b3 m3", "t2 topic 10 t1 b2",
-               "m5 main 11 m4 t2", "b5 b 12 b4"})},
-    {"clockSkew",
-     scripted({"m1 main 10", "m2 main 1 m1", "f1 f 12 m1", "m3 main 13 m2 f1", "g1 g 2 m2",
-               "m4 main 14 m3 g1"})},
-    {"tangledHundreds", tangledHistory(700, 7)},
-};
-
-void PrintTo(const LaneCase &laneCase, std::ostream *out)
-{
-    *out << laneCase.name;
-}
-
-class CommitLanes : public testing::TestWithParam<LaneCase>
-{
-};
-
-TEST_P(CommitLanes, drawEveryCommitAsGitDoesAndLeadItToEachOfItsParents)
-{
-    IndexedRepository fixture;
-    writeHistory(fixture.repository, GetParam().commits);
-    fixture.synchronize();
-    auto loaded = fixture.graph();
-    ASSERT_TRUE(loaded);
-    const auto history = std::make_shared<const IndexedGraph>(std::move(*loaded));
-    CommitLaneLayout layout(history);
-    const QList<LaneRow> rows = layout.rows(0, layout.rowCount());
-
-    QStringList gits;
-    for (const QString &line :
-         runGitIn(fixture.repository.path(),
-                  {"log", "--graph", "--all", "--date-order", "--format=%x01%H"})
-             .split(QLatin1Char('\n'))) {
-        if (const qsizetype mark = line.indexOf(QChar(1)); mark >= 0)
-            gits << drawnRow(line.left(mark), line.mid(mark + 1));
-    }
-    QStringList ours;
-    // Follow the lines: each lane waits for the commit its line leads to, and that commit must
-    // turn up in that lane. Two lines meeting must wait for the same commit.
-    QList<int> awaited;
-    for (const LaneRow &row : rows) {
-        const IndexedGraph::Commit &commit = history->commits()[size_t(row.commit)];
-        ours << QStringLiteral("%1 %2/%3").arg(commit.sha).arg(row.lane).arg(row.laneCount);
-        // The drawing says the same as the numbers it is drawn from.
-        EXPECT_EQ(drawnRow(laneRowText(row).first(), commit.sha), ours.last());
-        ASSERT_LE(row.lane, awaited.size());
-        if (row.lane < awaited.size())
-            EXPECT_EQ(awaited[row.lane], row.commit);
-        else
-            awaited << row.commit;
-        ASSERT_EQ(row.laneCount, awaited.size());
-        QList<int> parentLines;
-        QHash<int, int> next;
-        for (const auto &[from, to] : row.edges) {
-            const int target = from == row.lane
-                ? history->parentIndexes()[size_t(commit.firstParent + parentLines.size())]
-                : awaited[from];
-            if (from == row.lane)
-                parentLines << target;
-            EXPECT_EQ(next.value(to, target), target) << "lines of different commits meet";
-            next.insert(to, target);
+        QStringList ours;
+        // Follow the lines: each lane waits for the commit its line leads to, and that commit
+        // must turn up in that lane. Two lines meeting must wait for the same commit.
+        QList<int> awaited;
+        for (const LaneRow &row : rows) {
+            const IndexedGraph::Commit &commit = history->commits()[size_t(row.commit)];
+            ours << QStringLiteral("%1 %2/%3").arg(commit.sha).arg(row.lane).arg(row.laneCount);
+            // The drawing says the same as the numbers it is drawn from.
+            EXPECT_EQ(drawnLane(commit.sha, laneRowText(row).first()), ours.last());
+            ASSERT_LE(row.lane, awaited.size());
+            if (row.lane < awaited.size())
+                EXPECT_EQ(awaited[row.lane], row.commit);
+            else
+                awaited << row.commit;
+            ASSERT_EQ(row.laneCount, awaited.size());
+            QList<int> parentLines;
+            QHash<int, int> next;
+            for (const auto &[from, to] : row.edges) {
+                const int target = from == row.lane
+                    ? history->parentIndexes()[size_t(commit.firstParent + parentLines.size())]
+                    : awaited[from];
+                if (from == row.lane)
+                    parentLines << target;
+                EXPECT_EQ(next.value(to, target), target) << "lines of different commits meet";
+                next.insert(to, target);
+            }
+            EXPECT_EQ(parentLines.size(), commit.parentCount);
+            awaited = QList<int>(next.size(), -1);
+            for (auto it = next.cbegin(); it != next.cend(); ++it) {
+                ASSERT_LT(it.key(), awaited.size()) << "a gap between lanes";
+                awaited[it.key()] = it.value();
+            }
         }
-        EXPECT_EQ(parentLines.size(), commit.parentCount);
-        awaited = QList<int>(next.size(), -1);
-        for (auto it = next.cbegin(); it != next.cend(); ++it) {
-            ASSERT_LT(it.key(), awaited.size()) << "a gap between lanes";
-            awaited[it.key()] = it.value();
-        }
+        EXPECT_TRUE(awaited.isEmpty()) << "lines left waiting below the last root";
+        EXPECT_EQ(ours, gitGraphLanes(fixture.repository));
+
+        // Pages read out of order, across checkpoints, before and after the whole history is
+        // laid out.
+        CommitLaneLayout paged(history);
+        const std::pair<int, int> pages[]
+            = {{600, 50}, {0, 10}, {255, 3}, {256, 1}, {511, 150}, {690, 50}, {699, 1}};
+        for (const auto &[first, count] : pages)
+            EXPECT_EQ(paged.rows(first, count), rows.mid(first, count)) << first;
+        paged.layOutAll();
+        EXPECT_EQ(paged.rows(300, 400), rows.mid(300, 400));
+        EXPECT_TRUE(paged.rows(int(rows.size()), 10).isEmpty());
     }
-    EXPECT_TRUE(awaited.isEmpty()) << "lines left waiting below the last root";
-    EXPECT_EQ(ours, gits);
-
-    // Pages read out of order, across checkpoints, before and after the whole history is laid out.
-    CommitLaneLayout paged(history);
-    const std::pair<int, int> pages[]
-        = {{600, 50}, {0, 10}, {255, 3}, {256, 1}, {511, 150}, {690, 50}, {699, 1}};
-    for (const auto &[first, count] : pages)
-        EXPECT_EQ(paged.rows(first, count), rows.mid(first, count)) << first;
-    paged.layOutAll();
-    EXPECT_EQ(paged.rows(300, 400), rows.mid(300, 400));
-    EXPECT_TRUE(paged.rows(int(rows.size()), 10).isEmpty());
 }
-
-INSTANTIATE_TEST_SUITE_P(Histories, CommitLanes, testing::ValuesIn(laneCases),
-                         [](const auto &info) { return std::string(info.param.name); });
 
 TEST(CommitLaneText, movesEachLineOneLanePerTextLine)
 {

@@ -6,7 +6,6 @@
 #include "git/GitService.h"
 #include "index/RepositoryIndexer.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -51,6 +50,7 @@ struct TracedRun
     QStringList revLists;
     bool whole = false; ///< a walk of the whole history: neither --stdin nor --not
     bool back = false; ///< a walk back from the old tips: --not
+    bool logged = false; ///< commits were read with git log
     bool walked(Walk walk) const
     {
         return std::make_tuple(revLists.isEmpty(), whole, back)
@@ -78,6 +78,7 @@ struct IndexPair
         QFile file(trace);
         EXPECT_TRUE(file.open(QIODevice::ReadOnly));
         for (const QString &line : QString::fromUtf8(file.readAll()).split(u'\n')) {
+            run.logged |= line.contains("built-in: git log");
             if (!line.contains("built-in: git rev-list"))
                 continue;
             run.revLists << line;
@@ -110,14 +111,6 @@ void commitFiles(TestRepository &repository, std::mt19937 &random, int count)
         const auto &author = authors[random() % 3];
         repository.commit(QStringLiteral("change %1").arg(random()), author[0], author[1]);
     }
-}
-
-void baseHistory(TestRepository &repository)
-{
-    std::mt19937 random(7);
-    commitFiles(repository, random, 4);
-    repository.git({"tag", "v1", "HEAD~2"});
-    repository.git({"branch", "topic", "HEAD~1"});
 }
 
 } // namespace
@@ -222,13 +215,17 @@ TEST(IncrementalSync, ReadsOnlyWhatTheChangeNeeds)
     for (const auto &row : cases) {
         SCOPED_TRACE(row.change);
         TestRepository repository;
-        baseHistory(repository);
+        std::mt19937 random(7);
+        commitFiles(repository, random, 4);
+        repository.git({"tag", "v1", "HEAD~2"});
+        repository.git({"branch", "topic", "HEAD~1"});
         IndexPair pair;
         pair.sync(repository.path());
         row.apply(repository);
         const TracedRun run = pair.sync(repository.path());
         EXPECT_EQ(run.result.importedCommits, row.imported);
         EXPECT_EQ(run.result.wasUpToDate, row.upToDate);
+        EXPECT_EQ(run.logged, row.imported > 0) << "the log is read only for new commits";
         EXPECT_TRUE(run.walked(row.walk)) << run.revLists.join('\n').toStdString();
     }
 }
