@@ -1,3 +1,4 @@
+#include "OddHistory.h"
 #include "RecordColumns.h"
 #include "TestRepository.h"
 #include "git/GitService.h"
@@ -6,7 +7,6 @@
 #include <QFile>
 
 #include <gtest/gtest.h>
-
 
 using namespace strataloom;
 
@@ -299,17 +299,12 @@ TEST(HistoryLoader, UnusualAndNonUtf8SubjectsParseInEveryList)
 {
     TestRepository repository;
     const QString unusual = "a | b\tc \"quoted\" 'single' Ünïcødé 日本語 —";
-    repository.commit(unusual);
+    const QString parent = repository.commit(unusual);
     // `git commit` re-encodes a Latin-1 message to UTF-8, so that commit is written by hand.
-    repository.git({"hash-object", "-w", "-t", "tree", "/dev/null"});
-    repository.git(
-        {"update-ref", "refs/heads/main",
-         repository.hashObject("tree 4b825dc642cb6eb9a060e54bf8d69288fbee4904\nparent "
-                               + repository.git({"rev-parse", "HEAD"}).trimmed().toLatin1()
-                               + "\nauthor Ada Lovelace <ada@example.com> 1704103200 +0000\n"
-                                 "committer Ada Lovelace <ada@example.com> 1704103200 "
-                                 "+0000\n\ncaf\xe9 au lait\n")});
-
+    const QString tree = repository.git({"hash-object", "-w", "-t", "tree", "/dev/null"}).trimmed();
+    repository.git({"update-ref", "refs/heads/main",
+                    writeRawCommit(repository, tree, parent, "1704103200 +0000", "caf\xe9 au lait",
+                                   "Ada Lovelace <ada@example.com>")});
     const QStringList expected {QStringLiteral("caf\uFFFD au lait"), unusual};
     const QString path = repository.path();
     GitService git;

@@ -38,13 +38,11 @@ RepositoryIndexBatch batch(const QList<IndexedCommit> &commits, const QStringLis
                            const QList<IndexedRef> &refs, const QString &fingerprint,
                            double indexedAt = double(day0) + 0.5)
 {
-    RepositoryIndexBatch result;
-    result.reachableSHAs = QSet<QString>(reachable.begin(), reachable.end());
-    result.commits = commits;
-    result.refs = refs;
-    result.refFingerprint = fingerprint;
-    result.indexedAt = indexedAt;
-    return result;
+    return {.reachableSHAs = QSet<QString>(reachable.begin(), reachable.end()),
+            .commits = commits,
+            .refs = refs,
+            .refFingerprint = fingerprint,
+            .indexedAt = indexedAt};
 }
 
 QDateTime at(double seconds)

@@ -131,26 +131,6 @@ protected:
 
 } // namespace
 
-TEST(RepositoryIndexer, StreamingImportMatchesOnAGeneratedHistory)
-{
-    const QString script = QStringLiteral(STRATALOOM_SOURCE_DIR "/../shared/tools/make-history.py");
-    if (!QFile::exists(script))
-        GTEST_SKIP() << "the history generator is not beside this checkout";
-    QTemporaryDir folder;
-    const QString repository = folder.filePath("generated");
-    const ProcessResult made
-        = runProcess("/usr/bin/python3", {script, repository, "--commits", "400", "--seed", "11"});
-    ASSERT_EQ(made.exitStatus, 0) << made.standardError.toStdString();
-
-    IndexPair pair;
-    pair.synchronize(repository);
-
-    const ProcessResult appended
-        = runProcess("/usr/bin/python3", {script, repository, "--append", "60", "--seed", "12"});
-    ASSERT_EQ(appended.exitStatus, 0) << appended.standardError.toStdString();
-    EXPECT_EQ(pair.synchronize(repository).importedCommits, 60);
-}
-
 TEST_F(IndexerTest, StreamingImportMatchesPerCommitDiffTreeOnAnAwkwardHistoryHoweverCut)
 {
     buildAwkwardHistory(repository);
