@@ -1,9 +1,12 @@
-// The index and insights commands as scripts use them, including the rough ways a run can end:
-// killed midway, racing another process on the same index, or finding the index damaged.
+// The commands over the index as scripts use them: index and insights, including the rough ways a
+// run can end (killed midway, racing another process on the same index, finding the index
+// damaged); log, the query language over the index as it stands; and graph --from-index, laid
+// out in the order and lanes of `git log --graph --all --date-order`, never synchronising.
 #include "CliRun.h"
 #include "TestFixtures.h"
 #include "TestRepository.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
@@ -19,6 +22,52 @@ CliRun indexRun(const QString &repository, const QString &indexDir)
 {
     return cli({"index", repository, "--index-dir", indexDir});
 }
+
+// The commit rows of a printed graph (connector rows have no hash): their lanes, in order.
+QStringList lanes(const CliRun &run)
+{
+    QStringList lanes;
+    for (const QJsonValue &value : run.array()) {
+        if (const QJsonObject row = value.toObject(); !row.value("shortHash").toString().isEmpty())
+            lanes << drawnLane(row.value("shortHash").toString(), row.value("graph").toString());
+    }
+    return lanes;
+}
+
+// The commit rows of a printed graph by hash, without their drawing.
+QMap<QString, QJsonObject> texts(const CliRun &run)
+{
+    QMap<QString, QJsonObject> rows;
+    for (const QJsonValue &value : run.array()) {
+        QJsonObject row = value.toObject();
+        row.remove("graph");
+        if (!row.value("shortHash").toString().isEmpty())
+            rows.insert(row.value("id").toString(), row);
+    }
+    return rows;
+}
+
+class LogCommandTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        repo.setDateStep(3600);
+        for (int i = 1; i <= 5; ++i) {
+            repo.write(QStringLiteral("file%1.txt").arg(i), QByteArray::number(i));
+            repo.commit(QStringLiteral("Change number %1").arg(i),
+                        i % 2 ? "Odd Author" : "Even Author");
+        }
+    }
+
+    CliRun run(const QString &command, const QStringList &options = {})
+    {
+        return cli(QStringList {command, repo.path(), "--index-dir", indexes.path()} + options);
+    }
+
+    TestRepository repo;
+    QTemporaryDir indexes;
+};
 
 } // namespace
 
@@ -168,4 +217,106 @@ TEST(InsightsCommand, ReportsTheInsightsOfTheIndexedHistory)
             EXPECT_EQ(report.value("milestones").toArray().size(), row.milestones);
         EXPECT_FALSE(report.value("observations").toArray().isEmpty());
     }
+}
+
+TEST_F(LogCommandTest, ReadsTheIndexAsItStandsNewestFirstPaged)
+{
+    const CliRun missing = run("log");
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.err.contains("strataloom-cli index")) << missing.err.toStdString();
+    EXPECT_TRUE(QDir(indexes.path()).isEmpty()) << "asking created nothing";
+
+    ASSERT_EQ(run("index").status, 0);
+    // Not synchronised by log: this commit stays out until the next `index`.
+    repo.commit("Change after indexing");
+    const QStringList all = repo.git({"rev-list", "HEAD~1"}).split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(all.size(), 5);
+    const struct
+    {
+        QStringList options;
+        QStringList expected;
+    } cases[] = {
+        {{}, all},
+        {{"--limit", "0"}, all},
+        {{"--offset", "1", "--limit", "2"}, all.mid(1, 2)},
+        {{"--offset", "9"}, {}},
+        // Both authors write as ada@example.com: one person, unless read as recorded.
+        {{"--query", "author:odd number"}, all},
+        {{"--query", "author:odd number", "--as-recorded"}, {all[0], all[2], all[4]}},
+        {{"--no-identities", "--query", "author:even"}, {all[1], all[3]}},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.options.join(' ').toStdString());
+        const CliRun log = run("log", test.options);
+        EXPECT_EQ(log.status, 0) << log.err.toStdString();
+        QStringList ids;
+        for (const QJsonValue &commit : log.array())
+            ids << commit.toObject().value("id").toString();
+        EXPECT_EQ(ids, test.expected);
+    }
+}
+
+TEST_F(LogCommandTest, BadInputIsRefusedWithItsReason)
+{
+    ASSERT_EQ(run("index").status, 0);
+    const struct
+    {
+        QStringList options;
+        int status;
+        const char *says;
+    } cases[] = {
+        {{"--query", "number colour:red"}, 1, "unknown key \"colour:\"; the keys are"},
+        {{"--query", "ref:gone"}, 1, "unknown ref \"gone\""},
+        {{"--query", "after:2024-13-01"}, 1, "(at character 7)"},
+        {{"--limit", "-1"}, 2, "--limit needs a whole number"},
+        {{"--offset", "x"}, 2, "--offset needs a whole number"},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.options.join(' ').toStdString());
+        const CliRun log = run("log", test.options);
+        EXPECT_EQ(log.status, test.status);
+        EXPECT_TRUE(log.err.contains(QString::fromUtf8(test.says))) << log.err.toStdString();
+        EXPECT_TRUE(log.out.isEmpty());
+    }
+}
+
+TEST(GraphFromIndex, laysOutTheIndexedHistoryAsGitsDateOrderedGraphWithoutSynchronising)
+{
+    // Two branches alternating in time, merged, and a tag.
+    TestRepository repository;
+    writeHistory(repository,
+                 scripted({"m1 main 0", "f1 feature 1 m1", "m2 main 2 m1", "f2 feature 3 f1",
+                           "m3 main 4 m2", "m4 main 5 m3 f2"}));
+    repository.git({"tag", "v1", "HEAD~1"});
+    QTemporaryDir indexes;
+    const QStringList graph {"graph", repository.path(), "--from-index", "--index-dir",
+                             indexes.path()};
+
+    // Without an index it says what to run; the folder goes only with --from-index.
+    const std::tuple<QStringList, int, const char *> refused[] = {
+        {graph, 1, "strataloom-cli index"},
+        {QStringList {"graph", repository.path(), "--index-dir", indexes.path()}, 2,
+         "goes with --from-index"},
+    };
+    for (const auto &[arguments, status, saying] : refused) {
+        const CliRun run = cli(arguments);
+        EXPECT_EQ(run.status, status) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(run.err.contains(saying) && run.out.isEmpty()) << run.err.toStdString();
+    }
+    EXPECT_TRUE(QDir(indexes.path()).isEmpty()) << "no index was created";
+
+    ASSERT_EQ(cli({"index", repository.path(), "--index-dir", indexes.path()}).status, 0);
+    const QStringList before = gitGraphLanes(repository, {"--format=%x01%h"});
+    for (const QString limit : {"500", "3"}) {
+        const CliRun run = cli(graph + QStringList {"--limit", limit});
+        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+        EXPECT_EQ(lanes(run), gitGraphLanes(repository, {"--format=%x01%h", "-n", limit}));
+    }
+    // The texts of each commit row are those of the graph command.
+    EXPECT_EQ(texts(cli(graph)), texts(cli({"graph", repository.path()})));
+
+    // A commit after the index stays out, read after read.
+    repository.commit("later", "Ada", "ada@example.com", "2024-02-01T10:00:00Z");
+    for (int read = 0; read < 2; ++read)
+        EXPECT_EQ(lanes(cli(graph)), before) << read;
 }
