@@ -13,27 +13,6 @@
 
 using namespace strataloom;
 
-namespace {
-
-// Two spellings of one address, a bot and a merge: a history every correction changes.
-void buildHistory(TestRepository &repository)
-{
-    repository.setDateStep(3600);
-    repository.write("a.txt", "1\n");
-    repository.commit("feat: start the widget", "TJ Holowaychuk", "tj@example.com");
-    repository.write("a.txt", "2\n");
-    repository.commit("fix: widget size", "Tj Holowaychuk", "TJ@example.com");
-    repository.git({"checkout", "-q", "-b", "topic"});
-    repository.write("b.txt", "1\n");
-    repository.commit("chore: bump", "dependabot[bot]", "49699333+dependabot[bot]@example.com");
-    repository.git({"checkout", "-q", "main"});
-    repository.write("c.txt", "1\n");
-    repository.commit("docs: readme", "Ada Lovelace", "ada@example.com");
-    repository.git({"merge", "-q", "--no-ff", "-m", "Merge branch topic into main", "topic"});
-}
-
-} // namespace
-
 TEST(InsightFlags, EachFlagTurnsOffItsOwnCorrection)
 {
     struct Case
@@ -65,8 +44,20 @@ TEST(InsightFlags, EachFlagTurnsOffItsOwnCorrection)
 // insights of no options, and the fields only corrections fill are printed only with them.
 TEST(InsightFlags, TheProgramTakesTheFlagsAndAsRecordedPrintsTheInsightsOfNoOptions)
 {
+    // Two spellings of one address, a bot and a merge: a history every correction changes.
     TestRepository repository;
-    buildHistory(repository);
+    repository.setDateStep(3600);
+    repository.write("a.txt", "1\n");
+    repository.commit("feat: start the widget", "TJ Holowaychuk", "tj@example.com");
+    repository.write("a.txt", "2\n");
+    repository.commit("fix: widget size", "Tj Holowaychuk", "TJ@example.com");
+    repository.git({"checkout", "-q", "-b", "topic"});
+    repository.write("b.txt", "1\n");
+    repository.commit("chore: bump", "dependabot[bot]", "49699333+dependabot[bot]@example.com");
+    repository.git({"checkout", "-q", "main"});
+    repository.write("c.txt", "1\n");
+    repository.commit("docs: readme", "Ada Lovelace", "ada@example.com");
+    repository.git({"merge", "-q", "--no-ff", "-m", "Merge branch topic into main", "topic"});
     QTemporaryDir indexDir;
     const QStringList command {"insights", repository.path(), "--index-dir", indexDir.path()};
     const CliRun asRecorded = ::cli(command + QStringList {"--as-recorded"});

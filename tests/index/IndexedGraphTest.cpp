@@ -17,6 +17,32 @@ using namespace strataloom;
 
 namespace {
 
+// Every text line of a row's drawing moves every line by at most one lane ("|" stays, "\\" moves
+// right, "/" moves left), and the last one ends where the row's edges say.
+void expectTextFollowsTheEdges(const LaneRow &row)
+{
+    const QStringList lines = laneRowText(row);
+    QList<int> at;
+    for (const auto &edge : row.edges)
+        at << edge.first;
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        const auto charAt = [&line = lines[i]](int c) {
+            return c >= 0 && c < line.size() ? line.at(c) : QChar(u' ');
+        };
+        for (qsizetype e = 0; e < at.size(); ++e) {
+            const int target = row.edges[e].second;
+            if (target > at[e] && charAt(2 * at[e] + 1) == QLatin1Char('\\'))
+                ++at[e];
+            else if (target < at[e] && charAt(2 * at[e] - 1) == QLatin1Char('/'))
+                --at[e];
+            else
+                EXPECT_EQ(charAt(2 * at[e]), QLatin1Char('|')) << lines.join('\n').toStdString();
+        }
+    }
+    for (qsizetype e = 0; e < at.size(); ++e)
+        EXPECT_EQ(at[e], row.edges[e].second) << lines.join('\n').toStdString();
+}
+
 TEST(CommitLanes, drawEveryCommitAsGitDoesAndLeadItToEachOfItsParents)
 {
     const std::pair<const char *, QList<ScriptCommit>> cases[] = {
@@ -60,6 +86,7 @@ TEST(CommitLanes, drawEveryCommitAsGitDoesAndLeadItToEachOfItsParents)
             ours << QStringLiteral("%1 %2/%3").arg(commit.sha).arg(row.lane).arg(row.laneCount);
             // The drawing says the same as the numbers it is drawn from.
             EXPECT_EQ(drawnLane(commit.sha, laneRowText(row).first()), ours.last());
+            expectTextFollowsTheEdges(row);
             ASSERT_LE(row.lane, awaited.size());
             if (row.lane < awaited.size())
                 EXPECT_EQ(awaited[row.lane], row.commit);
@@ -97,43 +124,6 @@ TEST(CommitLanes, drawEveryCommitAsGitDoesAndLeadItToEachOfItsParents)
         paged.layOutAll();
         EXPECT_EQ(paged.rows(300, 400), rows.mid(300, 400));
         EXPECT_TRUE(paged.rows(int(rows.size()), 10).isEmpty());
-    }
-}
-
-TEST(CommitLaneText, movesEachLineOneLanePerTextLine)
-{
-    // A commit in lane 0 whose second parent waits in lane 3, beside lanes that close up and
-    // lanes that move right: every text line moves every line by at most one lane, and the last
-    // one ends where the edges say.
-    const LaneRow rows[] = {
-        {0, 0, 4, {{0, 0}, {0, 3}, {1, 1}, {2, 2}, {3, 3}}},
-        {0, 3, 5, {{0, 0}, {1, 1}, {2, 2}, {3, 0}, {4, 3}}},
-        {0, 1, 4, {{0, 0}, {1, 1}, {1, 2}, {1, 3}, {2, 4}, {3, 5}}},
-        {0, 2, 3, {{0, 0}, {1, 1}}},
-    };
-    for (const LaneRow &row : rows) {
-        const QStringList lines = laneRowText(row);
-        QList<int> at;
-        for (const auto &edge : row.edges)
-            at << edge.first;
-        for (qsizetype i = 1; i < lines.size(); ++i) {
-            const auto charAt = [&line = lines[i]](int c) {
-                return c >= 0 && c < line.size() ? line.at(c) : QChar(u' ');
-            };
-            // Each line is drawn: "|" stays, "\" moves right, "/" moves left.
-            for (qsizetype e = 0; e < at.size(); ++e) {
-                const int target = row.edges[e].second;
-                if (target > at[e] && charAt(2 * at[e] + 1) == QLatin1Char('\\'))
-                    ++at[e];
-                else if (target < at[e] && charAt(2 * at[e] - 1) == QLatin1Char('/'))
-                    --at[e];
-                else
-                    EXPECT_EQ(charAt(2 * at[e]), QLatin1Char('|'))
-                        << lines.join('\n').toStdString();
-            }
-        }
-        for (qsizetype e = 0; e < at.size(); ++e)
-            EXPECT_EQ(at[e], row.edges[e].second) << lines.join('\n').toStdString();
     }
 }
 
