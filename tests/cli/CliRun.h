@@ -1,19 +1,15 @@
 #pragma once
 
 // Runs the command-line tool as scripts do and keeps what it printed.
+#include "ProcessState.h"
 #include "git/GitProcess.h"
 
-#include <QElapsedTimer>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QString>
-#include <QThread>
 
 #include <gtest/gtest.h>
-
-#include <functional>
 
 struct CliRun
 {
@@ -39,23 +35,4 @@ inline QJsonObject cliObject(const QStringList &arguments)
     const CliRun run = cli(arguments);
     EXPECT_EQ(run.status, 0) << arguments.join(' ').toStdString() << ": " << run.err.toStdString();
     return run.object();
-}
-
-/// @brief Polls @p done every 20 ms for up to @p milliseconds; whether it came true.
-inline bool waitUntil(const std::function<bool()> &done, int milliseconds)
-{
-    QElapsedTimer timer;
-    timer.start();
-    for (; !done(); QThread::msleep(20)) {
-        if (timer.elapsed() > milliseconds)
-            return false;
-    }
-    return true;
-}
-
-/// @brief The process id a script wrote to @p path, or 0 while there is none.
-inline qint64 pidIn(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().toLongLong() : 0;
 }

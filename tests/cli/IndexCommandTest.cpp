@@ -1,9 +1,12 @@
-// The index and insights commands as scripts use them, including the rough ways a run can end:
-// killed midway, racing another process on the same index, or finding the index damaged.
+// The commands over the index as scripts use them: index and insights, including the rough ways a
+// run can end (killed midway, racing another process on the same index, finding the index
+// damaged); log, the query language over the index as it stands; and graph --from-index, laid
+// out in the order and lanes of `git log --graph --all --date-order`, never synchronising.
 #include "CliRun.h"
 #include "TestFixtures.h"
 #include "TestRepository.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
@@ -20,10 +23,51 @@ CliRun indexRun(const QString &repository, const QString &indexDir)
     return cli({"index", repository, "--index-dir", indexDir});
 }
 
-QString integrity(const QString &databasePath)
+// The commit rows of a printed graph (connector rows have no hash): their lanes, in order.
+QStringList lanes(const CliRun &run)
 {
-    return sqliteRows(databasePath, {"PRAGMA integrity_check"}).join('\n');
+    QStringList lanes;
+    for (const QJsonValue &value : run.array()) {
+        if (const QJsonObject row = value.toObject(); !row.value("shortHash").toString().isEmpty())
+            lanes << drawnLane(row.value("shortHash").toString(), row.value("graph").toString());
+    }
+    return lanes;
 }
+
+// The commit rows of a printed graph by hash, without their drawing.
+QMap<QString, QJsonObject> texts(const CliRun &run)
+{
+    QMap<QString, QJsonObject> rows;
+    for (const QJsonValue &value : run.array()) {
+        QJsonObject row = value.toObject();
+        row.remove("graph");
+        if (!row.value("shortHash").toString().isEmpty())
+            rows.insert(row.value("id").toString(), row);
+    }
+    return rows;
+}
+
+class LogCommandTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        repo.setDateStep(3600);
+        for (int i = 1; i <= 5; ++i) {
+            repo.write(QStringLiteral("file%1.txt").arg(i), QByteArray::number(i));
+            repo.commit(QStringLiteral("Change number %1").arg(i),
+                        i % 2 ? "Odd Author" : "Even Author");
+        }
+    }
+
+    CliRun run(const QString &command, const QStringList &options = {})
+    {
+        return cli(QStringList {command, repo.path(), "--index-dir", indexes.path()} + options);
+    }
+
+    TestRepository repo;
+    QTemporaryDir indexes;
+};
 
 } // namespace
 
@@ -33,36 +77,32 @@ TEST(IndexCommand, ReportsImportRebuildOfADamagedIndexThenUpToDateAndProgressOnl
     TestRepository repository;
     repository.importHistory(7);
     QTemporaryDir indexDir;
-
     // Through a pipe: the JSON and nothing else.
     const CliRun first = indexRun(repository.path(), indexDir.path());
-    EXPECT_EQ(first.status, 0);
-    EXPECT_TRUE(first.err.isEmpty()) << first.err.toStdString();
-    EXPECT_EQ(first.object().value("importedCommits").toInteger(), 7);
-    EXPECT_FALSE(first.object().value("wasUpToDate").toBool());
+    EXPECT_EQ(std::make_tuple(first.status, first.err, first.object().value("wasUpToDate")),
+              std::make_tuple(0, QString(), QJsonValue(false)));
     const QJsonObject snapshot = first.object().value("snapshot").toObject();
-    EXPECT_EQ(snapshot.value("commits").toInteger(), 7);
-    EXPECT_EQ(snapshot.value("authors").toInteger(), 7);
+    EXPECT_EQ(std::make_tuple(first.object().value("importedCommits").toInt(),
+                              snapshot.value("commits").toInt(), snapshot.value("authors").toInt()),
+              std::make_tuple(7, 7, 7));
     EXPECT_TRUE(snapshot.value("lastIndexedAt").toString().endsWith('Z'));
 
     const QString file = onlyIndexFile(indexDir.path());
-    {
-        QFile damaged(file);
-        ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        damaged.write(QByteArray(5000, '\x7f'));
-    }
+    QFile damaged(file);
+    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    damaged.write(QByteArray(5000, '\x7f'));
+    damaged.close();
     const CliRun rebuilt = indexRun(repository.path(), indexDir.path());
     ASSERT_EQ(rebuilt.status, 0) << rebuilt.err.toStdString();
-    EXPECT_EQ(rebuilt.err.count('\n'), 1) << rebuilt.err.toStdString();
-    EXPECT_TRUE(rebuilt.err.contains(file)) << rebuilt.err.toStdString();
-    EXPECT_EQ(rebuilt.object().value("importedCommits").toInt(), 7);
-    EXPECT_EQ(rebuilt.object().value("unreadableDiffs").toInt(-1), 0);
-
+    EXPECT_TRUE(rebuilt.err.count('\n') == 1 && rebuilt.err.contains(file))
+        << rebuilt.err.toStdString();
+    EXPECT_EQ(std::make_pair(rebuilt.object().value("importedCommits").toInt(),
+                             rebuilt.object().value("unreadableDiffs").toInt(-1)),
+              std::make_pair(7, 0));
     const CliRun again = indexRun(repository.path(), indexDir.path());
-    EXPECT_EQ(again.status, 0);
-    EXPECT_TRUE(again.err.isEmpty()) << again.err.toStdString();
-    EXPECT_EQ(again.object().value("importedCommits").toInteger(), 0);
-    EXPECT_TRUE(again.object().value("wasUpToDate").toBool());
+    EXPECT_EQ(std::make_tuple(again.status, again.err, again.object().value("importedCommits"),
+                              again.object().value("wasUpToDate")),
+              std::make_tuple(0, QString(), QJsonValue(0), QJsonValue(true)));
 
     // In a terminal (script gives the command a pseudo-terminal): the counter shows.
     const QString command = QStringLiteral("'%1' index '%2' --index-dir '%3' >/dev/null")
@@ -105,23 +145,14 @@ TEST(IndexCommand, RunKilledMidwayIsCompletedByTheNextRun)
     ::kill(pid_t(pidIn(ready)), SIGKILL); // read as more than 0 above
 
     const QString killedIndex = onlyIndexFile(killedDir);
-    EXPECT_EQ(integrity(killedIndex), "ok");
+    EXPECT_EQ(sqliteRows(killedIndex, {"PRAGMA integrity_check"}), QStringList {"ok"});
     EXPECT_EQ(indexRun(repository.path(), killedDir).object().value("importedCommits").toInteger(),
               60);
 
     // Every table's rows as a clean run writes them.
     const QString cleanDir = work.filePath("clean");
     indexRun(repository.path(), cleanDir);
-    const auto rows = [](const QString &database) {
-        return sqliteRows(database,
-                          {"SELECT * FROM commits ORDER BY id",
-                           "SELECT * FROM commit_files ORDER BY rowid",
-                           "SELECT * FROM authors ORDER BY id", "SELECT * FROM files ORDER BY id",
-                           "SELECT * FROM daily_activity ORDER BY day",
-                           "SELECT sha FROM commit_search ORDER BY rowid",
-                           "SELECT name, kind, target_sha FROM refs ORDER BY name"});
-    };
-    EXPECT_EQ(rows(killedIndex), rows(onlyIndexFile(cleanDir)));
+    EXPECT_EQ(indexRows(killedDir), indexRows(cleanDir));
 }
 
 TEST(IndexCommand, TwoProcessesOnOneIndexBothEndWell)
@@ -140,7 +171,7 @@ TEST(IndexCommand, TwoProcessesOnOneIndexBothEndWell)
               80);
     EXPECT_NE(a.object().value("wasUpToDate").toBool(), b.object().value("wasUpToDate").toBool());
     const QString database = onlyIndexFile(indexDir.path());
-    EXPECT_EQ(integrity(database), "ok");
+    EXPECT_EQ(sqliteRows(database, {"PRAGMA integrity_check"}), QStringList {"ok"});
     EXPECT_EQ(sqliteRows(database, {"SELECT COUNT(DISTINCT sha), COUNT(*) FROM commits"}),
               QStringList {"80|80"});
 }
@@ -153,13 +184,13 @@ TEST(InsightsCommand, ReportsTheInsightsOfTheIndexedHistory)
         int adaCommits;
         qint64 busFactor;
         double ownership;
-        std::optional<qsizetype> milestones;
-    } cases[] = {{40, 40, 1, 100, 4}, {5, 3, 1, 80, std::nullopt}, {0, 0, 0, 0, 0}};
+        qsizetype milestones; ///< -1: not checked
+    } cases[] = {{40, 40, 1, 100, 4}, {5, 3, 1, 80, -1}, {0, 0, 0, 0, 0}};
     QTemporaryDir indexDir;
     for (const auto &row : cases) {
         SCOPED_TRACE(row.commits);
         TestRepository repository;
-        if (row.milestones) // a day apart, as the milestones need
+        if (row.milestones >= 0) // a day apart, as the milestones need
             repository.setDateStep(86400);
         for (int i = 0; i < row.commits; ++i) {
             repository.write("src/main.c", QByteArray::number(i) + "\n");
@@ -170,24 +201,122 @@ TEST(InsightsCommand, ReportsTheInsightsOfTheIndexedHistory)
             repository.git({"tag", "v1.0"});
         const QJsonObject report
             = cliObject({"insights", repository.path(), "--index-dir", indexDir.path()});
-        const auto signal = [&](const QString &name) {
-            for (const QJsonValue &item : report.value("riskSignals").toArray()) {
-                if (item.toObject().value("name").toString() == name)
-                    return item.toObject().value("value").toDouble();
-            }
-            return -1.0;
-        };
-        EXPECT_EQ(report.value("totalCommits").toInteger(), row.commits);
-        EXPECT_EQ(report.value("busFactor").toInteger(), row.busFactor);
-        EXPECT_EQ(report.value("firstCommitAt").toString(),
-                  row.commits ? "2024-01-01T10:00:00Z" : QString());
-        EXPECT_EQ(report.value("peakDay").isNull(), row.commits == 0);
-        EXPECT_EQ(report.value("riskSignals").toArray().size(), 6);
-        EXPECT_DOUBLE_EQ(signal("Ownership"), row.ownership);
-        EXPECT_DOUBLE_EQ(signal("Message inconsistency"), row.commits ? 0 : 100);
-        if (row.milestones) {
-            EXPECT_EQ(report.value("milestones").toArray().size(), *row.milestones);
-        }
+        QMap<QString, double> risk;
+        for (const QJsonValue &item : report.value("riskSignals").toArray())
+            risk[item["name"].toString()] = item["value"].toDouble();
+        EXPECT_EQ(std::make_tuple(report.value("totalCommits").toInt(),
+                                  report.value("busFactor").toInteger(),
+                                  report.value("firstCommitAt").toString(),
+                                  report.value("peakDay").isNull(), risk.size()),
+                  std::make_tuple(row.commits, row.busFactor,
+                                  row.commits ? "2024-01-01T10:00:00Z" : QString(),
+                                  row.commits == 0, 6));
+        EXPECT_DOUBLE_EQ(risk.value("Ownership", -1), row.ownership);
+        EXPECT_DOUBLE_EQ(risk.value("Message inconsistency", -1), row.commits ? 0 : 100);
+        if (row.milestones >= 0)
+            EXPECT_EQ(report.value("milestones").toArray().size(), row.milestones);
         EXPECT_FALSE(report.value("observations").toArray().isEmpty());
     }
+}
+
+TEST_F(LogCommandTest, ReadsTheIndexAsItStandsNewestFirstPaged)
+{
+    const CliRun missing = run("log");
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.err.contains("strataloom-cli index")) << missing.err.toStdString();
+    EXPECT_TRUE(QDir(indexes.path()).isEmpty()) << "asking created nothing";
+
+    ASSERT_EQ(run("index").status, 0);
+    // Not synchronised by log: this commit stays out until the next `index`.
+    repo.commit("Change after indexing");
+    const QStringList all = repo.git({"rev-list", "HEAD~1"}).split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(all.size(), 5);
+    const struct
+    {
+        QStringList options;
+        QStringList expected;
+    } cases[] = {
+        {{}, all},
+        {{"--limit", "0"}, all},
+        {{"--offset", "1", "--limit", "2"}, all.mid(1, 2)},
+        {{"--offset", "9"}, {}},
+        // Both authors write as ada@example.com: one person, unless read as recorded.
+        {{"--query", "author:odd number"}, all},
+        {{"--query", "author:odd number", "--as-recorded"}, {all[0], all[2], all[4]}},
+        {{"--no-identities", "--query", "author:even"}, {all[1], all[3]}},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.options.join(' ').toStdString());
+        const CliRun log = run("log", test.options);
+        EXPECT_EQ(log.status, 0) << log.err.toStdString();
+        QStringList ids;
+        for (const QJsonValue &commit : log.array())
+            ids << commit.toObject().value("id").toString();
+        EXPECT_EQ(ids, test.expected);
+    }
+}
+
+TEST_F(LogCommandTest, BadInputIsRefusedWithItsReason)
+{
+    ASSERT_EQ(run("index").status, 0);
+    const struct
+    {
+        QStringList options;
+        int status;
+        const char *says;
+    } cases[] = {
+        {{"--query", "number colour:red"}, 1, "unknown key \"colour:\"; the keys are"},
+        {{"--query", "ref:gone"}, 1, "unknown ref \"gone\""},
+        {{"--query", "after:2024-13-01"}, 1, "(at character 7)"},
+        {{"--limit", "-1"}, 2, "--limit needs a whole number"},
+        {{"--offset", "x"}, 2, "--offset needs a whole number"},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.options.join(' ').toStdString());
+        const CliRun log = run("log", test.options);
+        EXPECT_EQ(log.status, test.status);
+        EXPECT_TRUE(log.err.contains(QString::fromUtf8(test.says))) << log.err.toStdString();
+        EXPECT_TRUE(log.out.isEmpty());
+    }
+}
+
+TEST(GraphFromIndex, laysOutTheIndexedHistoryAsGitsDateOrderedGraphWithoutSynchronising)
+{
+    // Two branches alternating in time, merged, and a tag.
+    TestRepository repository;
+    writeHistory(repository,
+                 scripted({"m1 main 0", "f1 feature 1 m1", "m2 main 2 m1", "f2 feature 3 f1",
+                           "m3 main 4 m2", "m4 main 5 m3 f2"}));
+    repository.git({"tag", "v1", "HEAD~1"});
+    QTemporaryDir indexes;
+    const QStringList graph {"graph", repository.path(), "--from-index", "--index-dir",
+                             indexes.path()};
+
+    // Without an index it says what to run; the folder goes only with --from-index.
+    const std::tuple<QStringList, int, const char *> refused[] = {
+        {graph, 1, "strataloom-cli index"},
+        {QStringList {"graph", repository.path(), "--index-dir", indexes.path()}, 2,
+         "goes with --from-index"},
+    };
+    for (const auto &[arguments, status, saying] : refused) {
+        const CliRun run = cli(arguments);
+        EXPECT_EQ(run.status, status) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(run.err.contains(saying) && run.out.isEmpty()) << run.err.toStdString();
+    }
+    EXPECT_TRUE(QDir(indexes.path()).isEmpty()) << "no index was created";
+
+    ASSERT_EQ(cli({"index", repository.path(), "--index-dir", indexes.path()}).status, 0);
+    const QStringList before = gitGraphLanes(repository, {"--format=%x01%h"});
+    for (const QString limit : {"500", "3"}) {
+        const CliRun run = cli(graph + QStringList {"--limit", limit});
+        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+        EXPECT_EQ(lanes(run), gitGraphLanes(repository, {"--format=%x01%h", "-n", limit}));
+    }
+    // The texts of each commit row are those of the graph command.
+    EXPECT_EQ(texts(cli(graph)), texts(cli({"graph", repository.path()})));
+
+    // A commit after the index stays out, read after read.
+    repository.commit("later", "Ada", "ada@example.com", "2024-02-01T10:00:00Z");
+    for (int read = 0; read < 2; ++read)
+        EXPECT_EQ(lanes(cli(graph)), before) << read;
 }

@@ -13,27 +13,6 @@
 
 using namespace strataloom;
 
-namespace {
-
-// Two spellings of one address, a bot and a merge: a history every correction changes.
-void buildHistory(TestRepository &repository)
-{
-    repository.setDateStep(3600);
-    repository.write("a.txt", "1\n");
-    repository.commit("feat: start the widget", "TJ Holowaychuk", "tj@example.com");
-    repository.write("a.txt", "2\n");
-    repository.commit("fix: widget size", "Tj Holowaychuk", "TJ@example.com");
-    repository.git({"checkout", "-q", "-b", "topic"});
-    repository.write("b.txt", "1\n");
-    repository.commit("chore: bump", "dependabot[bot]", "49699333+dependabot[bot]@example.com");
-    repository.git({"checkout", "-q", "main"});
-    repository.write("c.txt", "1\n");
-    repository.commit("docs: readme", "Ada Lovelace", "ada@example.com");
-    repository.git({"merge", "-q", "--no-ff", "-m", "Merge branch topic into main", "topic"});
-}
-
-} // namespace
-
 TEST(InsightFlags, EachFlagTurnsOffItsOwnCorrection)
 {
     struct Case
@@ -61,40 +40,41 @@ TEST(InsightFlags, EachFlagTurnsOffItsOwnCorrection)
     }
 }
 
-TEST(InsightFlags, AsRecordedPrintsTheInsightsOfNoOptions)
+// Through the program: the flags reach the options, the figures as recorded are those of the
+// insights of no options, and the fields only corrections fill are printed only with them.
+TEST(InsightFlags, TheProgramTakesTheFlagsAndAsRecordedPrintsTheInsightsOfNoOptions)
 {
+    // Two spellings of one address, a bot and a merge: a history every correction changes.
     TestRepository repository;
-    buildHistory(repository);
-    QTemporaryDir indexDir;
-
-    const QByteArray recorded = cli::insightsCommand(repository.path(), indexDir.path(),
-                                                     cli::insightOptions({"--as-recorded"}))
-                                    .serialize();
-    RepositoryIndex index(RepositoryIndexLocation::databasePath(
-        GitService().commonDirectory(repository.path()), indexDir.path()));
-    EXPECT_EQ(recorded, cli::insightsReport(insights(index)).serialize());
-    const QByteArray corrected
-        = cli::insightsCommand(repository.path(), indexDir.path(), InsightOptions()).serialize();
-    EXPECT_NE(corrected, recorded);
-}
-
-// Through the program: the flags reach the options, and the fields only corrections fill are
-// printed only with them.
-TEST(InsightFlags, TheProgramTakesTheFlags)
-{
-    TestRepository repository;
-    buildHistory(repository);
+    repository.setDateStep(3600);
+    repository.write("a.txt", "1\n");
+    repository.commit("feat: start the widget", "TJ Holowaychuk", "tj@example.com");
+    repository.write("a.txt", "2\n");
+    repository.commit("fix: widget size", "Tj Holowaychuk", "TJ@example.com");
+    repository.git({"checkout", "-q", "-b", "topic"});
+    repository.write("b.txt", "1\n");
+    repository.commit("chore: bump", "dependabot[bot]", "49699333+dependabot[bot]@example.com");
+    repository.git({"checkout", "-q", "main"});
+    repository.write("c.txt", "1\n");
+    repository.commit("docs: readme", "Ada Lovelace", "ada@example.com");
+    repository.git({"merge", "-q", "--no-ff", "-m", "Merge branch topic into main", "topic"});
     QTemporaryDir indexDir;
     const QStringList command {"insights", repository.path(), "--index-dir", indexDir.path()};
+    const CliRun asRecorded = ::cli(command + QStringList {"--as-recorded"});
+    ASSERT_EQ(asRecorded.status, 0) << asRecorded.err.toStdString();
+    RepositoryIndex index(RepositoryIndexLocation::databasePath(
+        GitService().commonDirectory(repository.path()), indexDir.path()));
+    EXPECT_EQ(asRecorded.out.toUtf8().trimmed(),
+              cli::insightsReport(insights(index)).serialize().trimmed());
 
     // The merge is by the fixture's own identity: one person more.
     const QJsonObject corrected = cliObject(command);
-    EXPECT_EQ(corrected.value("topAuthors").toArray().size(), 3);
-    EXPECT_EQ(corrected.value("bots").toArray().size(), 1);
-    EXPECT_EQ(corrected.value("identities").toArray().size(), 1);
-
-    const QJsonObject recorded = cliObject(command + QStringList {"--as-recorded"});
-    EXPECT_EQ(recorded.value("topAuthors").toArray().size(), 5);
+    const QJsonObject recorded = asRecorded.object();
+    EXPECT_EQ(std::make_tuple(corrected.value("topAuthors").toArray().size(),
+                              corrected.value("bots").toArray().size(),
+                              corrected.value("identities").toArray().size(),
+                              recorded.value("topAuthors").toArray().size()),
+              std::make_tuple(3, 1, 1, 5));
     EXPECT_FALSE(recorded.contains("bots") || recorded.contains("identities"));
     // The deleted marks of the files, as well.
     const auto firstHotspot = [](const QJsonObject &report) {

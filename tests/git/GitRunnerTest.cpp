@@ -4,7 +4,6 @@
 #include "git/GitService.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -13,7 +12,6 @@
 #include <chrono>
 #include <future>
 #include <optional>
-#include <thread>
 #include <vector>
 
 using namespace strataloom;
@@ -150,7 +148,6 @@ TEST(GitRunner, CancellationEndsTheChildAndEverythingItStarted)
         {"left a grandchild holding the pipes", "sleep 300 & echo $! > \"$1\""},
     };
     QTemporaryDir folder;
-    using namespace std::chrono;
     for (const auto &[name, script] : children) {
         SCOPED_TRACE(name);
         const QString pidFile = folder.filePath(name);
@@ -160,21 +157,11 @@ TEST(GitRunner, CancellationEndsTheChildAndEverythingItStarted)
             runProcess("/bin/sh", {"-c", script, "sh", pidFile});
         });
         qint64 sleeper = 0;
-        for (const auto started = steady_clock::now();
-             sleeper == 0 && steady_clock::now() - started < 10s;
-             std::this_thread::sleep_for(10ms)) {
-            QFile file(pidFile);
-            if (file.open(QIODevice::ReadOnly))
-                sleeper = file.readAll().trimmed().toLongLong();
-        }
-        ASSERT_GT(sleeper, 0);
+        ASSERT_TRUE(waitUntil([&] { return (sleeper = pidIn(pidFile)) > 0; }, 10000));
         stop = true;
-        ASSERT_EQ(run.wait_for(5s), std::future_status::ready);
+        ASSERT_EQ(run.wait_for(std::chrono::seconds(5)), std::future_status::ready);
         EXPECT_THROW(run.get(), ProcessCancelled);
         // A signal takes a moment to arrive.
-        for (const auto killed = steady_clock::now();
-             isProcessRunning(sleeper) && steady_clock::now() - killed < 3s;)
-            std::this_thread::sleep_for(10ms);
-        EXPECT_FALSE(isProcessRunning(sleeper));
+        EXPECT_TRUE(waitUntil([&] { return !isProcessRunning(sleeper); }, 3000));
     }
 }

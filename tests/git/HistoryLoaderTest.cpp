@@ -1,4 +1,4 @@
-#include "RecordColumns.h"
+#include "OddHistory.h"
 #include "TestRepository.h"
 #include "git/GitService.h"
 
@@ -13,21 +13,28 @@ using namespace strataloom;
 
 namespace {
 
+/// One field of every record, in the records' order: column(branches, &BranchRecord::name).
+template<typename Record, typename Field>
+QList<Field> column(const QList<Record> &records, Field Record::*field)
+{
+    QList<Field> values;
+    for (const Record &record : records)
+        values.append(record.*field);
+    return values;
+}
+
+constexpr qint64 none = std::numeric_limits<qint64>::min();
+
+qint64 seconds(const OptionalDate &date)
+{
+    return date && date->isValid() ? date->toSecsSinceEpoch() : none;
+}
+
 // The subjects of the commits of a graph, without its connector lines.
 QStringList graphSubjects(QList<GraphCommitRecord> graph)
 {
     graph.removeIf([](const GraphCommitRecord &record) { return record.isConnector(); });
     return column(graph, &GraphCommitRecord::subject);
-}
-
-// The first record whose @p field equals @p value (fails the test when there is none).
-template<typename Record, typename Field, typename Value>
-Record find(const QList<Record> &records, Field Record::*field, const Value &value)
-{
-    const auto found = std::find_if(records.begin(), records.end(),
-                                    [&](const Record &r) { return r.*field == value; });
-    EXPECT_NE(found, records.end()) << Field(value).toStdString();
-    return found == records.end() ? Record {} : *found;
 }
 
 } // namespace
@@ -85,8 +92,8 @@ protected:
         r.setDate("2024-03-02T12:00:00Z");
         r.write("a.txt", "one\n2\nthree\nfour\n");
         r.write("b.txt", "b\n");
-        second = r.commit("Change a, add b\n\nWhy it changed.", "Grace Hopper",
-                          "grace@example.com");
+        second
+            = r.commit("Change a, add b\n\nWhy it changed.", "Grace Hopper", "grace@example.com");
         r.setDate("2024-03-03T00:00:00Z");
         r.git({"merge", "-q", "--no-ff", "--no-edit", "feature/x"});
         r.setDate("2024-03-04T00:00:00Z");
@@ -159,8 +166,7 @@ TEST_F(Loaders, LimitCountsTheCurrentBranchWhileGraphAndSearchTakeAllRefs)
     EXPECT_EQ(graphed, all);
 
     const std::pair<const char *, QStringList> cases[] = {
-        {"fix",
-         {"Tidy up", "FIX LOUDLY", "a fix on a side branch", "Fix the parser | \"quoted\""}},
+        {"fix", {"Tidy up", "FIX LOUDLY", "a fix on a side branch", "Fix the parser | \"quoted\""}},
         {" fix", {"a fix on a side branch"}},
         {"1.2", {"version 1x2"}},
         {"root", {"second root"}},
@@ -223,24 +229,20 @@ TEST_F(Loaders, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLimits
 {
     const QList<GraphCommitRecord> graph = git.loadGraph(path, 500);
     // The merge opens a fork "|\  " that closes with "|/  ". The line number keeps repeated
-    // drawings apart.
-    QStringList connectorIds;
+    // drawings apart; connectors carry nothing else.
+    QStringList connectors;
+    QMap<QString, GraphCommitRecord> bySubject;
     for (const GraphCommitRecord &record : graph) {
         if (record.isConnector()) {
-            connectorIds.append(record.id);
-            EXPECT_EQ(record.id.section('-', 2), record.graph);
-            EXPECT_TRUE(record.subject.isEmpty() && record.author.isEmpty());
+            connectors << record.id + '=' + record.graph + record.subject + record.author;
         } else {
             EXPECT_EQ(record.id, record.shortHash);
+            bySubject.insert(record.subject, record);
         }
     }
-    EXPECT_EQ(graphSubjects(graph).size(), 8);
-    EXPECT_EQ(connectorIds, QStringList({"connector-4-|\\  ", "connector-7-|/  "}));
-
-    const auto withSubject = [&graph](const char *subject) {
-        return find(graph, &GraphCommitRecord::subject, subject);
-    };
-    const GraphCommitRecord merge = withSubject("Merge branch 'feature/x'");
+    EXPECT_EQ(bySubject.size(), 8);
+    EXPECT_EQ(connectors, QStringList({"connector-4-|\\  =|\\  ", "connector-7-|/  =|/  "}));
+    const GraphCommitRecord merge = bySubject.value("Merge branch 'feature/x'");
     EXPECT_EQ(std::make_tuple(merge.graph, merge.author), std::make_tuple("*   ", "Test"))
         << "merges take the configured identity";
     EXPECT_FALSE(graph.at(0).relativeDate.isEmpty());
@@ -251,8 +253,8 @@ TEST_F(Loaders, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLimits
            {"second root", " (other)"},
            {"Tidy up", ""}};
     for (const auto &[subject, decoration] : decorations)
-        EXPECT_EQ(withSubject(subject).decorations, decoration) << subject;
-    EXPECT_EQ(withSubject("a fix on a side branch").graph, "| * ");
+        EXPECT_EQ(bySubject.value(subject).decorations, decoration) << subject;
+    EXPECT_EQ(bySubject.value("a fix on a side branch").graph, "| * ");
 
     // The limit counts commits, not lines: a merge at the end still draws its fork below itself.
     const QList<GraphCommitRecord> four = git.loadGraph(path, 4);
@@ -265,8 +267,12 @@ TEST_F(Loaders, GraphKeepsDrawingsPrefixesAndDecorationsAsGitPrintsThemAndLimits
 TEST_F(Loaders, FileDetailsFollowRenamesAcrossAuthors)
 {
     EXPECT_EQ(git.loadFileDetails(path, "src/b c.c"),
-              (FileDetails {"src/b c.c", 36, 3, {"Ada Lovelace", "Grace Hopper"},
-                            utcDate("2024-03-01T08:20:30Z"), utcDate("2024-03-05T00:00:00Z"),
+              (FileDetails {"src/b c.c",
+                            36,
+                            3,
+                            {"Ada Lovelace", "Grace Hopper"},
+                            utcDate("2024-03-01T08:20:30Z"),
+                            utcDate("2024-03-05T00:00:00Z"),
                             "Ada Lovelace"}));
     EXPECT_EQ(git.loadFileDetails(path, "draft.txt"),
               (FileDetails {"draft.txt", 5, 0, {}, std::nullopt, std::nullopt, "Unknown"}));
@@ -311,16 +317,12 @@ TEST(HistoryLoader, UnusualAndNonUtf8SubjectsParseInEveryList)
 {
     TestRepository repository;
     const QString unusual = "a | b\tc \"quoted\" 'single' Ünïcødé 日本語 —";
-    repository.commit(unusual);
+    const QString parent = repository.commit(unusual);
     // `git commit` re-encodes a Latin-1 message to UTF-8, so that commit is written by hand.
-    repository.git({"hash-object", "-w", "-t", "tree", "/dev/null"});
+    const QString tree = repository.git({"hash-object", "-w", "-t", "tree", "/dev/null"}).trimmed();
     repository.git({"update-ref", "refs/heads/main",
-                    repository.hashObject("tree 4b825dc642cb6eb9a060e54bf8d69288fbee4904\nparent "
-                                          + repository.git({"rev-parse", "HEAD"}).trimmed().toLatin1()
-                                          + "\nauthor Ada Lovelace <ada@example.com> 1704103200 +0000\n"
-                                            "committer Ada Lovelace <ada@example.com> 1704103200 "
-                                            "+0000\n\ncaf\xe9 au lait\n")});
-
+                    writeRawCommit(repository, tree, parent, "1704103200 +0000", "caf\xe9 au lait",
+                                   "Ada Lovelace <ada@example.com>")});
     const QStringList expected {QStringLiteral("caf\uFFFD au lait"), unusual};
     const QString path = repository.path();
     GitService git;
@@ -389,7 +391,8 @@ TEST(RefLoader, RemoteBranchesAreListedAsRemoteAndCheckedOutAsTrackingBranches)
 
     git.checkout(byName.value("topic"), work.path());
     EXPECT_EQ(current(), "topic");
-    EXPECT_TRUE(find(git.loadBranches(work.path()), &BranchRecord::name, "topic").isCurrent);
+    for (const BranchRecord &branch : git.loadBranches(work.path()))
+        EXPECT_EQ(branch.isCurrent, branch.name == "topic") << branch.name.toStdString();
 
     // A remote branch whose local name exists already is refused as git refuses it.
     EXPECT_EQ(gitErrorOf([&] { git.checkout(byName.value("origin/topic"), work.path()); }),
@@ -401,4 +404,168 @@ TEST(RefLoader, RemoteBranchesAreListedAsRemoteAndCheckedOutAsTrackingBranches)
     EXPECT_EQ(current(), "feature");
     EXPECT_EQ(work.git({"rev-parse", "--abbrev-ref", "feature@{upstream}"}).trimmed(),
               "origin/feature");
+}
+
+// Histories that git itself accepts but that are unusual: dates it cannot format, paths it would
+// quote, names that look like patterns and refs whose names it refuses.
+// Years from 10000 on, instants before 1970 (also only in the author's zone) and zones beyond
+// what a clock can show. Every commit is listed with its date or without one; details count the
+// commits without a date but date only the others; activity counts each dated commit on its
+// author's day.
+TEST(OddHistory, OddDatesAreListedCountedAndDatedOnlyWhereKnown)
+{
+    const struct
+    {
+        const char *raw; ///< as stored in the commit object
+        qint64 seconds; ///< the instant shown, or none
+        const char *authorDay; ///< the day in the author's own zone; nullptr: none
+    } rows[] = {
+        {"1700000000 +0100", 1700000000, "2023-11-14"},
+        {"253402300800 +0000", none, nullptr},
+        {"253402300799 +0000", 253402300799, "9999-12-31"},
+        {"-1 +0000", none, nullptr},
+        {"-100000 +0100", none, nullptr},
+        {"0 -1400", none, nullptr},
+        {"40000 -1400", 40000, "1969-12-31"},
+        {"1700000000 +9999", 1700000000, "2023-11-19"},
+    };
+    const int count = int(std::size(rows));
+    // One commit per row on main, each changing notes.txt; a branch b<n> at commit n.
+    TestRepository repository;
+    QStringList raw;
+    for (const auto &row : rows)
+        raw << row.raw;
+    writeRawDateHistory(repository, raw);
+    const QString path = repository.path();
+    GitService git;
+
+    const QList<CommitRecord> commits = git.loadCommits(path, 300);
+    ASSERT_EQ(commits.size(), count);
+    QMap<QString, qint64> branchDates;
+    for (const BranchRecord &branch : git.loadBranches(path))
+        branchDates[branch.name] = seconds(branch.lastCommitDate);
+    QList<qint64> dated;
+    QMap<QString, int> days;
+    for (int i = 0; i < count; ++i) {
+        SCOPED_TRACE(rows[i].raw);
+        const CommitRecord &commit = commits[count - 1 - i]; // newest first
+        EXPECT_EQ(
+            std::make_tuple(commit.subject, seconds(commit.date), commit.filesChanged,
+                            branchDates.value(QStringLiteral("b%1").arg(i))),
+            std::make_tuple(QStringLiteral("odd %1").arg(i), rows[i].seconds, 1, rows[i].seconds));
+        if (rows[i].seconds != none)
+            dated << rows[i].seconds;
+        if (rows[i].authorDay)
+            ++days[QString::fromLatin1(rows[i].authorDay)];
+    }
+
+    const FileDetails file = git.loadFileDetails(path, "notes.txt");
+    const AuthorDetails author = git.loadAuthorDetails(path, "Odd");
+    const RepositorySummary summary = git.loadSummary(path);
+    int counted = 0;
+    for (const ActivityPoint &point : author.activity)
+        counted += point.count;
+    EXPECT_EQ(std::make_tuple(file.commitCount, author.commits, summary.commitCount, counted),
+              std::make_tuple(count, count, count, int(dated.size())));
+    EXPECT_EQ(std::make_tuple(seconds(file.firstCommitDate), seconds(file.lastCommitDate),
+                              seconds(summary.latestCommitDate)),
+              std::make_tuple(*std::min_element(dated.begin(), dated.end()),
+                              *std::max_element(dated.begin(), dated.end()),
+                              rows[count - 1].seconds));
+    EXPECT_EQ(author.emails, QStringList {"odd@example.com"});
+
+    // Far enough back for every dated commit; the count of months alone must not empty the list.
+    QMap<QString, int> activity;
+    for (const ActivityPoint &point : git.loadActivity(path, 100000))
+        activity[point.date.toLocalTime().date().toString(Qt::ISODate)] += point.count;
+    EXPECT_EQ(activity, days);
+}
+
+TEST(OddHistory, PathsComeOutAsNamedInFilesChangesAndFile)
+{
+    TestRepository repository;
+    const QStringList names {"new\nline.txt",   "tab\there.txt",        "q\"uote.txt",
+                             "back\\slash.txt", "caf\u00e9 \u2192.txt", "plain.txt"};
+    for (qsizetype i = 0; i < names.size(); ++i)
+        repository.write(names[i], QByteArray::number(i) + " some text that stays the same\n");
+    const QString addedCommit = repository.commit("add");
+    repository.git({"mv", names[1], "moved\ttab.txt"});
+    const QString moved = repository.commit("move");
+    GitService git;
+    const auto sorted = [](QStringList list) {
+        list.sort();
+        return list;
+    };
+    QStringList expectedNow = names;
+    expectedNow.replace(1, "moved\ttab.txt");
+    EXPECT_EQ(sorted(column(git.loadFiles(repository.path()), &FileRecord::path)),
+              sorted(expectedNow));
+    const QList<CommitFileChange> added = git.loadCommitChanges(repository.path(), addedCommit);
+    EXPECT_EQ(sorted(column(added, &CommitFileChange::path)), sorted(names));
+    EXPECT_EQ(column(added, &CommitFileChange::status), QStringList(names.size(), "A"));
+    const QList<CommitFileChange> renamed = git.loadCommitChanges(repository.path(), moved);
+    ASSERT_EQ(renamed.size(), 1);
+    EXPECT_TRUE(renamed[0].status.startsWith('R'));
+    EXPECT_EQ(renamed[0].path, names[1] + " \u2192 moved\ttab.txt");
+
+    // The moved file's history follows it back through the rename.
+    for (const QString &name : expectedNow)
+        EXPECT_EQ(git.loadFileDetails(repository.path(), name).commitCount,
+                  name == "moved\ttab.txt" ? 2 : 1)
+            << name.toStdString();
+}
+
+// Author names and file paths that look like patterns, pathspecs or options are matched as
+// written.
+TEST(OddHistory, NamesAndPathsAreMatchedLiterally)
+{
+    TestRepository repository;
+    const struct
+    {
+        bool isAuthor;
+        QString name;
+        int commits;
+    } cases[]
+        = {{true, "dependabot[bot]", 2}, {true, "dependabotb", 1}, {true, "a.b+c*", 1},
+           {true, "axxbbbc", 3},         {true, "-n", 1},          {false, "[ab].txt", 1},
+           {false, "a.txt", 2},          {false, ":x", 1},         {false, ":(glob)**/*.c", 1},
+           {false, "lib/deep.c", 1},     {false, "--output=o", 1}, {false, "*.c", 1}};
+    int serial = 0;
+    for (const auto &row : cases) {
+        for (int i = 0; i < row.commits; ++i) {
+            // "./": Qt reads a name that begins with ":" as one of its resources.
+            repository.write(row.isAuthor ? "f.txt" : "./" + row.name,
+                             QByteArray::number(++serial));
+            repository.commit(QStringLiteral("c%1").arg(serial),
+                              row.isAuthor ? row.name : "Ada Lovelace",
+                              QStringLiteral("bot%1@example.com").arg(serial));
+        }
+    }
+    GitService git;
+    for (const auto &row : cases)
+        EXPECT_EQ(row.isAuthor ? git.loadAuthorDetails(repository.path(), row.name).commits
+                               : git.loadFileDetails(repository.path(), row.name).commitCount,
+                  row.commits)
+            << row.name.toStdString();
+}
+
+TEST(OddHistory, RefsWithRefusedNamesAreSkippedEverywhere)
+{
+    TestRepository repository;
+    repository.write("a.txt", "a\n");
+    const QString commit = repository.commit("findable subject");
+    repository.git({"tag", "v1"});
+    for (const QString &refused : refusedRefNames())
+        writeRefFile(repository, refused, commit);
+    GitService git;
+
+    const QList<GraphCommitRecord> graph = git.loadGraph(repository.path(), 500);
+    ASSERT_EQ(graph.size(), 1);
+    EXPECT_EQ(graph[0].shortHash, commit.left(graph[0].shortHash.size()));
+    EXPECT_TRUE(graph[0].decorations.contains("v1"));
+    EXPECT_EQ(git.searchCommits(repository.path(), "findable").size(), 1);
+    EXPECT_EQ(git.loadAuthorDetails(repository.path(), "Ada").commits, 1);
+    EXPECT_EQ(column(git.loadBranches(repository.path()), &BranchRecord::name),
+              QStringList {"main"});
+    EXPECT_EQ(column(git.loadTags(repository.path()), &TagRecord::name), QStringList {"v1"});
 }

@@ -98,16 +98,12 @@ void referenceSynchronize(RepositoryIndex &index, const QString &repository)
         repository,
         {"for-each-ref", QString("--format=%(refname)%1%(objectname)%1%(*objectname)").arg(unit),
          "refs/heads", "refs/remotes", "refs/tags"}));
-    QSet<QString> reachable;
-    for (const QString &sha : nonEmptyLines(git(repository, {"rev-list", "--all"})))
-        reachable.insert(sha);
-    const QSet<QString> missing = reachable - index.storedCommitHashes();
-
-    RepositoryIndexBatch batch;
-    batch.reachableSHAs = reachable;
-    batch.refs = refs;
-    batch.refFingerprint = RepositoryIndexer::fingerprint(refs);
-    batch.indexedAt = QDateTime::currentMSecsSinceEpoch() / 1000.0;
+    const QStringList shas = nonEmptyLines(git(repository, {"rev-list", "--all"}));
+    RepositoryIndexBatch batch {.reachableSHAs = QSet<QString>(shas.begin(), shas.end()),
+                                .refs = refs,
+                                .refFingerprint = RepositoryIndexer::fingerprint(refs),
+                                .indexedAt = QDateTime::currentMSecsSinceEpoch() / 1000.0};
+    const QSet<QString> missing = batch.reachableSHAs - index.storedCommitHashes();
     const QString log = missing.isEmpty()
         ? QString()
         : git(repository,

@@ -1,7 +1,6 @@
 #include "index/RepositoryIndex.h"
 
 #include <QDir>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>

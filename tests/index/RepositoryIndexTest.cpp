@@ -38,13 +38,11 @@ RepositoryIndexBatch batch(const QList<IndexedCommit> &commits, const QStringLis
                            const QList<IndexedRef> &refs, const QString &fingerprint,
                            double indexedAt = double(day0) + 0.5)
 {
-    RepositoryIndexBatch result;
-    result.reachableSHAs = QSet<QString>(reachable.begin(), reachable.end());
-    result.commits = commits;
-    result.refs = refs;
-    result.refFingerprint = fingerprint;
-    result.indexedAt = indexedAt;
-    return result;
+    return {.reachableSHAs = QSet<QString>(reachable.begin(), reachable.end()),
+            .commits = commits,
+            .refs = refs,
+            .refFingerprint = fingerprint,
+            .indexedAt = indexedAt};
 }
 
 QDateTime at(double seconds)
@@ -55,29 +53,26 @@ QDateTime at(double seconds)
 class RepositoryIndexTest : public ::testing::Test
 {
 protected:
-    QString databasePath() const { return m_folder.filePath("repo/index.sqlite"); }
-
     QTemporaryDir m_folder;
+    const QString databasePath = m_folder.filePath("repo/index.sqlite");
+    RepositoryIndex index {databasePath};
 };
 
 } // namespace
 
 TEST_F(RepositoryIndexTest, SchemaAndMetadataSurviveReopening)
 {
-    RepositoryIndexSnapshot written;
-    {
-        RepositoryIndex index(databasePath());
-        EXPECT_EQ(index.snapshot(), RepositoryIndexSnapshot {});
-        written = index.apply(batch({commit("c1", {}, day0, {change("a.txt", 3, 0, "A")})}, {"c1"},
-                                    {{"main", "branch", "c1"}}, "fingerprint"));
-        EXPECT_EQ(index.metadata("custom"), std::nullopt);
-        index.setMetadata("first", "custom");
-        index.setMetadata("kept", "custom");
-        index.setMetadata(QString(), "empty");
-    }
+    EXPECT_EQ(index.snapshot(), RepositoryIndexSnapshot {});
+    const RepositoryIndexSnapshot written
+        = index.apply(batch({commit("c1", {}, day0, {change("a.txt", 3, 0, "A")})}, {"c1"},
+                            {{"main", "branch", "c1"}}, "fingerprint"));
+    EXPECT_EQ(index.metadata("custom"), std::nullopt);
+    index.setMetadata("first", "custom");
+    index.setMetadata("kept", "custom");
+    index.setMetadata(QString(), "empty");
     // Another index object on the same file (another window, another process) runs the
     // schema again and keeps everything.
-    RepositoryIndex reopened(databasePath());
+    RepositoryIndex reopened(databasePath);
     EXPECT_EQ(reopened.snapshot(), written);
     EXPECT_EQ(reopened.metadata("custom"), "kept");
     EXPECT_EQ(reopened.metadata("empty"), QString());
@@ -98,7 +93,6 @@ TEST_F(RepositoryIndexTest,
         EXPECT_EQ(RepositoryIndex::parseTimestamp(RepositoryIndex::timestampText(seconds)),
                   seconds);
 
-    RepositoryIndex index(databasePath());
     // A time that cannot be written is refused before anything is written.
     index.apply(batch({}, {}, {{"main", "branch", "c0"}}, "old"));
     for (const double indexedAt : {std::nan(""), 1e30, -HUGE_VAL})
@@ -121,7 +115,6 @@ TEST_F(RepositoryIndexTest,
 
 TEST_F(RepositoryIndexTest, ApplyStoresACommitWithEveryRelatedRow)
 {
-    RepositoryIndex index(databasePath());
     IndexedFileChange renamed = change("src/new.cpp", 5, 1, "R087");
     renamed.oldPath = "src/old.cpp";
     IndexedCommit first = commit("c1", {"p0", "p1"}, day0, {change("README", 10, 2), renamed});
@@ -169,7 +162,6 @@ TEST_F(RepositoryIndexTest, ApplyStoresACommitWithEveryRelatedRow)
 
 TEST_F(RepositoryIndexTest, HistoryRewriteKeepsDroppedCommitsOutOfCountsAndAggregates)
 {
-    RepositoryIndex index(databasePath());
     // A commit without changes counts in its day too, before 1970 as well.
     index.apply(
         batch({commit("c0", {}, -86400 * 365), commit("c1", {}, day0, {change("a", 1, 0, "A")}),
@@ -207,7 +199,6 @@ TEST_F(RepositoryIndexTest, HistoryRewriteKeepsDroppedCommitsOutOfCountsAndAggre
 
 TEST_F(RepositoryIndexTest, OnceBinaryAlwaysBinary)
 {
-    RepositoryIndex index(databasePath());
     // Within one batch: textual, then binary, then textual again; then in a later batch, where
     // nothing of the first is cached.
     index.apply(batch({commit("c1", {}, day0, {change("logo.svg", 4, 0, "A")}),
@@ -231,7 +222,6 @@ TEST_F(RepositoryIndexTest, OnceBinaryAlwaysBinary)
 
 TEST_F(RepositoryIndexTest, AuthorsAndAliasesAreSharedAcrossCommitsAndBatches)
 {
-    RepositoryIndex index(databasePath());
     index.apply(batch({commit("c1", {}, day0, {}, "Ada", "ada@home"),
                        commit("c2", {}, day0, {}, "Ada", "ada@work"),
                        commit("c3", {}, day0, {}, "ada", "ada@home"),
@@ -257,7 +247,6 @@ TEST_F(RepositoryIndexTest, AuthorsAndAliasesAreSharedAcrossCommitsAndBatches)
 
 TEST_F(RepositoryIndexTest, RefsAndTagsAreReplacedWhole)
 {
-    RepositoryIndex index(databasePath());
     index.apply(batch({}, {},
                       {{"main", "branch", "c1"},
                        {"origin/main", "branch", "c0", true},
@@ -363,7 +352,6 @@ TEST_F(RepositoryIndexTest, FailedWriteLeavesTheIndexAsItWas)
 
 TEST_F(RepositoryIndexTest, CallsFromSeveralThreadsRunOneAtATime)
 {
-    RepositoryIndex index(databasePath());
     constexpr int rounds = 25;
     const auto writer = [&](const QString &prefix) {
         QStringList reachable;
@@ -390,7 +378,6 @@ TEST_F(RepositoryIndexTest, CallsFromSeveralThreadsRunOneAtATime)
 
 TEST_F(RepositoryIndexTest, ACommitHandedOverAgainJoinsItsStoredRow)
 {
-    RepositoryIndex index(databasePath());
     index.apply(batch({commit("c1", {}, day0, {change("a", 1, 0, "A")})}, {"c1"}, {}, "f"));
     index.apply(batch({}, {}, {}, "g")); // c1 unreachable now
     // Another commit makes the next fresh id differ from c1's, so a wrong id would show.
@@ -408,7 +395,6 @@ TEST_F(RepositoryIndexTest, ACommitHandedOverAgainJoinsItsStoredRow)
 
 TEST_F(RepositoryIndexTest, StreamedCommitsAreWrittenLikeListedOnes)
 {
-    RepositoryIndex index(databasePath());
     constexpr int streamed = 9000; // more than one run of deferred search rows
     QStringList reachable = {"listed"};
     for (int number = 0; number < streamed; ++number)

@@ -12,6 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <random>
+
 using namespace strataloom;
 
 namespace {
@@ -104,57 +107,132 @@ struct IndexPair
     }
 };
 
-// Puts a git in place that writes down every command it runs and hands over its whole output at
-// once, after it ended, so that nothing but the indexer's own checks can stop between commits.
-// Goes away with the scope.
-struct JournallingGit
+// Puts a git in place that hands over its whole output at once, after it ended, so that nothing
+// but the indexer's own checks can stop between commits. Goes away with the scope.
+struct BufferingGit
 {
-    explicit JournallingGit(const QTemporaryDir &folder)
-        : journal(folder.filePath("commands.txt"))
+    explicit BufferingGit(const QTemporaryDir &folder)
     {
-        const QString script = folder.filePath("git-journal.sh");
+        const QString script = folder.filePath("buffering-git.sh");
         writeScript(script,
-                    QStringLiteral("echo \"$*\" >> '%1'\nout=$(mktemp)\n"
-                                   "/usr/bin/git \"$@\" >\"$out\"\nstatus=$?\n"
-                                   "cat \"$out\"\nrm -f \"$out\"\nexit $status\n")
-                        .arg(journal)
-                        .toUtf8());
+                    "out=$(mktemp)\n/usr/bin/git \"$@\" >\"$out\"\nstatus=$?\n"
+                    "cat \"$out\"\nrm -f \"$out\"\nexit $status\n");
         qputenv("STRATALOOM_GIT", script.toUtf8());
     }
-    ~JournallingGit() { qunsetenv("STRATALOOM_GIT"); }
-    QString commands() const
-    {
-        QFile log(journal);
-        return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
-    }
-    QString journal;
+    ~BufferingGit() { qunsetenv("STRATALOOM_GIT"); }
 };
+
+// A repository, and an index and indexer of it in a temporary folder.
+class IndexerTest : public ::testing::Test
+{
+protected:
+    TestRepository repository;
+    QTemporaryDir folder;
+    RepositoryIndex index {folder.filePath("index.sqlite")};
+    RepositoryIndexer indexer {index};
+};
+
+// A synchronisation that reads only what changed must leave the index exactly as one that walks
+// the whole history: the incremental tests run both side by side on changing repositories.
+// Every table by content rather than row ids, which depend on the order commits arrived in.
+QStringList contentOf(RepositoryIndex &index)
+{
+    QStringList content;
+    for (const char *query : {
+             "SELECT c.sha, a.canonical_name, aa.email, c.author_time, c.subject, c.is_merge, "
+             "c.is_reachable FROM commits c JOIN author_aliases aa ON aa.id = c.author_alias_id "
+             "JOIN authors a ON a.id = aa.author_id ORDER BY c.sha",
+             "SELECT c.sha, f.current_path, cf.status, cf.additions, cf.deletions FROM "
+             "commit_files cf JOIN commits c ON c.id = cf.commit_id JOIN files f ON f.id = "
+             "cf.file_id ORDER BY 1, 2",
+             "SELECT day, commits, additions, deletions FROM daily_activity ORDER BY day",
+             "SELECT a.canonical_name, d.day, d.commits, d.additions, d.deletions "
+             "FROM author_daily_activity d JOIN authors a ON a.id = d.author_id ORDER BY 1, 2",
+             "SELECT name, kind, target_sha FROM refs ORDER BY name",
+             "SELECT name, object_sha, target_sha FROM tags ORDER BY name",
+             // Without the time of the run, and the state the full index is made to forget.
+             "SELECT key, value FROM index_metadata WHERE key NOT IN "
+             "('last_indexed_at', 'reachability_state', 'covered_tips') ORDER BY key"})
+        content << rows(index, QString::fromLatin1(query)) << QStringLiteral("--");
+    return content;
+}
+
+// How a synchronisation walked the history, by the rev-list runs GIT_TRACE shows.
+enum Walk { None, Incremental, Backwards, Whole };
+
+struct TracedRun
+{
+    RepositorySynchronization result;
+    QStringList revLists;
+    bool whole = false; ///< a walk of the whole history: neither --stdin nor --not
+    bool back = false; ///< a walk back from the old tips: --not
+    bool logged = false; ///< commits were read with git log
+    bool walked(Walk walk) const
+    {
+        return std::make_tuple(revLists.isEmpty(), whole, back)
+            == std::make_tuple(walk == None, walk == Whole, walk == Backwards);
+    }
+};
+
+/// One index synchronised as a user's would be, one forced to walk the whole history each time.
+struct SyncPair
+{
+    QTemporaryDir folder;
+    RepositoryIndex incremental {folder.filePath("incremental/index.sqlite")};
+    RepositoryIndex full {folder.filePath("full/index.sqlite")};
+
+    TracedRun sync(const QString &repository)
+    {
+        full.setMetadata(QString(), "reachability_state");
+        full.setMetadata(QString(), "covered_tips");
+        const RepositorySynchronization whole = RepositoryIndexer(full).synchronize(repository);
+        const QString trace = folder.filePath("trace");
+        QFile::remove(trace);
+        qputenv("GIT_TRACE", trace.toUtf8());
+        TracedRun run {RepositoryIndexer(incremental).synchronize(repository), {}};
+        qunsetenv("GIT_TRACE");
+        QFile file(trace);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        for (const QString &line : QString::fromUtf8(file.readAll()).split(u'\n')) {
+            run.logged |= line.contains("built-in: git log");
+            if (!line.contains("built-in: git rev-list"))
+                continue;
+            run.revLists << line;
+            run.whole |= !line.contains("--stdin") && !line.contains("--not");
+            run.back |= line.contains("--not");
+        }
+        EXPECT_EQ(
+            std::make_tuple(run.result.importedCommits, run.result.snapshot.commits,
+                            run.result.wasUpToDate),
+            std::make_tuple(whole.importedCommits, whole.snapshot.commits, whole.wasUpToDate));
+        EXPECT_EQ(contentOf(incremental), contentOf(full));
+        return run;
+    }
+};
+
+void commitFiles(TestRepository &repository, std::mt19937 &random, int count)
+{
+    static const QString authors[][2] = {{"Ada", "ada@example.com"},
+                                         {"Grace", "grace@example.com"},
+                                         {"Grace", "grace@work.example"}};
+    for (int i = 0; i < count; ++i) {
+        // Ten days, so that new and dropped commits land on days that keep others.
+        repository.setDate(QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC)
+                               .addSecs(random() % (10 * 86400))
+                               .toString(Qt::ISODate));
+        QByteArray content;
+        for (unsigned line = random() % 6; line > 0; --line)
+            content += QByteArray::number(random()) + '\n';
+        repository.write(QStringLiteral("f%1.txt").arg(random() % 5), content);
+        const auto &author = authors[random() % 3];
+        repository.commit(QStringLiteral("change %1").arg(random()), author[0], author[1]);
+    }
+}
 
 } // namespace
 
-TEST(RepositoryIndexer, StreamingImportMatchesOnAGeneratedHistory)
+TEST_F(IndexerTest, StreamingImportMatchesPerCommitDiffTreeOnAnAwkwardHistoryHoweverCut)
 {
-    const QString script = QStringLiteral(STRATALOOM_SOURCE_DIR "/../shared/tools/make-history.py");
-    if (!QFile::exists(script))
-        GTEST_SKIP() << "the history generator is not beside this checkout";
-    QTemporaryDir folder;
-    const QString repository = folder.filePath("generated");
-    const ProcessResult made
-        = runProcess("/usr/bin/python3", {script, repository, "--commits", "400", "--seed", "11"});
-    ASSERT_EQ(made.exitStatus, 0) << made.standardError.toStdString();
-
-    IndexPair pair;
-    pair.synchronize(repository);
-
-    const ProcessResult appended
-        = runProcess("/usr/bin/python3", {script, repository, "--append", "60", "--seed", "12"});
-    ASSERT_EQ(appended.exitStatus, 0) << appended.standardError.toStdString();
-    EXPECT_EQ(pair.synchronize(repository).importedCommits, 60);
-}
-
-TEST(RepositoryIndexer, StreamingImportMatchesPerCommitDiffTreeOnAnAwkwardHistoryHoweverCut)
-{
-    TestRepository repository;
     buildAwkwardHistory(repository);
     // Later runs build on this import; that they match a whole walk is the incremental tests'.
     EXPECT_EQ(IndexPair().synchronize(repository.path()).importedCommits, 15);
@@ -179,36 +257,16 @@ TEST(RepositoryIndexer, StreamingImportMatchesPerCommitDiffTreeOnAnAwkwardHistor
     EXPECT_EQ(whole.size(), 15);
 }
 
-TEST(RepositoryIndexer, EmptyRepositoryIsWrittenOnceRefOnlyChangesSkipTheLogGitFailureWritesNothing)
+TEST_F(IndexerTest, EmptyRepositoryIsWrittenOnceAndAGitFailureWritesNothing)
 {
-    TestRepository repository;
-    QTemporaryDir folder;
-    RepositoryIndex index(folder.filePath("index.sqlite"));
-    RepositoryIndexer indexer(index);
     const RepositorySynchronization first = indexer.synchronize(repository.path());
-    EXPECT_FALSE(first.wasUpToDate);
-    EXPECT_EQ(first.importedCommits, 0);
+    EXPECT_EQ(std::make_pair(first.wasUpToDate, first.importedCommits),
+              std::make_pair(false, qint64(0)));
     EXPECT_EQ(index.metadata("ref_fingerprint"), std::optional<QString>("cbf29ce484222325"));
     const auto stamp = index.metadata("last_indexed_at");
     ASSERT_TRUE(stamp.has_value());
     EXPECT_TRUE(indexer.synchronize(repository.path()).wasUpToDate);
     EXPECT_EQ(index.metadata("last_indexed_at"), stamp); // nothing written
-
-    // A new branch at an indexed commit: the refs are rewritten without reading the log.
-    const QString tip = repository.commit("one");
-    indexer.synchronize(repository.path());
-    const auto oldFingerprint = index.metadata("ref_fingerprint");
-    repository.git({"branch", "feature", tip});
-    {
-        const JournallingGit git(folder);
-        const RepositorySynchronization result = indexer.synchronize(repository.path());
-        EXPECT_FALSE(result.wasUpToDate);
-        EXPECT_EQ(result.importedCommits, 0);
-        EXPECT_EQ(result.snapshot.refs, 2);
-        EXPECT_NE(index.metadata("ref_fingerprint"), oldFingerprint);
-        EXPECT_TRUE(git.commands().contains("for-each-ref"));
-        EXPECT_FALSE(git.commands().contains(" log ")) << git.commands().toStdString();
-    }
 
     // Outside any repository git's error comes through and nothing is written.
     RepositoryIndex outside(folder.filePath("outside/index.sqlite"));
@@ -221,13 +279,9 @@ TEST(RepositoryIndexer, EmptyRepositoryIsWrittenOnceRefOnlyChangesSkipTheLogGitF
 // Cancellation asked for while the first commit is reported: no further commit is reported,
 // though git's whole output is already there, and nothing is written. One worker: with several,
 // the wait between two handed-over runs of commits could stop the import by itself.
-TEST(RepositoryIndexer, CancellationStopsAtTheNextCommitWritesNothingAndTheNextRunCompletes)
+TEST_F(IndexerTest, CancellationStopsAtTheNextCommitWritesNothingAndTheNextRunCompletes)
 {
-    TestRepository repository;
     buildAwkwardHistory(repository);
-    QTemporaryDir folder;
-    RepositoryIndex index(folder.filePath("index.sqlite"));
-    RepositoryIndexer indexer(index);
 
     QList<qint64> reported;
     SynchronizationOptions options;
@@ -237,7 +291,7 @@ TEST(RepositoryIndexer, CancellationStopsAtTheNextCommitWritesNothingAndTheNextR
     options.progress = [&](qint64 imported, qint64 total) { reported << imported << total; };
     options.isCancelled = [&] { return !reported.isEmpty(); };
     {
-        const JournallingGit git(folder);
+        const BufferingGit git(folder);
         EXPECT_THROW(indexer.synchronize(repository.path(), options), SynchronizationCancelled);
     }
     EXPECT_EQ(listed, QList<qint64>({15, 0}));
@@ -255,13 +309,9 @@ TEST(RepositoryIndexer, CancellationStopsAtTheNextCommitWritesNothingAndTheNextR
 // A first build walks the whole history before it knows its size: the walk is counted as it
 // comes, in steps of at least 1,024 commits, all before the size is told. A later run that reads
 // only what moved has nothing to count.
-TEST(RepositoryIndexer, AWholeWalkIsCountedBeforeTheRunsSizeIsTold)
+TEST_F(IndexerTest, AWholeWalkIsCountedBeforeTheRunsSizeIsTold)
 {
-    TestRepository repository;
     repository.importHistory(1500);
-    QTemporaryDir folder;
-    RepositoryIndex index(folder.filePath("index.sqlite"));
-    RepositoryIndexer indexer(index);
     QList<qint64> found;
     qint64 total = 0;
     SynchronizationOptions options;
@@ -284,33 +334,31 @@ TEST(RepositoryIndexer, AWholeWalkIsCountedBeforeTheRunsSizeIsTold)
     EXPECT_EQ(found, QList<qint64>());
 }
 
-TEST(RepositoryIndexer, SeveralImportWorkersGiveTheRowsAndProgressOfOnePass)
+TEST_F(IndexerTest, SeveralImportWorkersGiveTheRowsAndProgressOfOnePass)
 {
-    TestRepository repository;
     buildAwkwardHistory(repository);
-    QTemporaryDir folder;
-    RepositoryIndex single(folder.filePath("single/index.sqlite"));
     SynchronizationOptions onePass;
     onePass.importWorkers = 1;
-    RepositoryIndexer(single).synchronize(repository.path(), onePass);
-    const auto expected = dumpIndex(single);
+    indexer.synchronize(repository.path(), onePass);
+    const auto expected = dumpIndex(index);
 
     // A git that cannot read the newest commit, which comes last and so in the last chunk.
     const QString newest = repository.git({"rev-parse", "HEAD"}).trimmed();
     const QString failingGit = folder.filePath("failing-git.sh");
-    writeScript(failingGit, QStringLiteral("case \" $* \" in *\" --stdin \"*)\n"
-                                           "  input=$(cat)\n"
-                                           "  case \"$input\" in *%1*) echo 'fatal: bad object' >&2; "
-                                           "exit 128;; esac\n"
-                                           "  printf '%s\\n' \"$input\" | exec /usr/bin/git \"$@\";;\n"
-                                           "esac\nexec /usr/bin/git \"$@\"\n")
-                                .arg(newest)
-                                .toUtf8());
+    writeScript(failingGit,
+                QStringLiteral("case \" $* \" in *\" --stdin \"*)\n"
+                               "  input=$(cat)\n"
+                               "  case \"$input\" in *%1*) echo 'fatal: bad object' >&2; "
+                               "exit 128;; esac\n"
+                               "  printf '%s\\n' \"$input\" | exec /usr/bin/git \"$@\";;\n"
+                               "esac\nexec /usr/bin/git \"$@\"\n")
+                    .arg(newest)
+                    .toUtf8());
 
     for (const int workers : {2, 3, 16}) {
         SCOPED_TRACE(workers);
-        RepositoryIndex index(folder.filePath(QStringLiteral("w%1/index.sqlite").arg(workers)));
-        RepositoryIndexer indexer(index);
+        RepositoryIndex parallel(folder.filePath(QStringLiteral("w%1/index.sqlite").arg(workers)));
+        RepositoryIndexer indexer(parallel);
         SynchronizationOptions options;
         options.importWorkers = workers;
         QList<qint64> progress;
@@ -323,12 +371,12 @@ TEST(RepositoryIndexer, SeveralImportWorkersGiveTheRowsAndProgressOfOnePass)
         qputenv("STRATALOOM_GIT", failingGit.toUtf8());
         EXPECT_THROW(indexer.synchronize(repository.path(), options), GitError);
         qunsetenv("STRATALOOM_GIT");
-        EXPECT_EQ(index.count("commits"), 0);
+        EXPECT_EQ(parallel.count("commits"), 0);
 
         progress.clear();
         EXPECT_EQ(indexer.synchronize(repository.path(), options).importedCommits, 15);
         EXPECT_EQ(progress, (QList<qint64> {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}));
-        EXPECT_EQ(firstDifference(expected, dumpIndex(index)), QString());
+        EXPECT_EQ(firstDifference(expected, dumpIndex(parallel)), QString());
     }
 }
 
@@ -350,4 +398,119 @@ TEST(RepositoryIndexer, RefsAndFingerprintFollowTheIndexRules)
     EXPECT_EQ(RepositoryIndexer::fingerprint({refs[3], refs[0], refs[2], refs[1]}),
               RepositoryIndexLocation::stableHash(
                   "tag:light:bbb\nbranch:main:aaa\nbranch:origin/HEAD:aaa\ntag:v1:ccc"));
+}
+
+TEST(IncrementalSync, MatchesTheWholeWalkAfterRandomChanges)
+{
+    for (const unsigned seed : {1u, 2u, 3u}) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        TestRepository repository;
+        SyncPair pair;
+        commitFiles(repository, random, 5);
+        pair.sync(repository.path());
+        QStringList deletedBranches;
+        for (int round = 0; round < 6; ++round) {
+            SCOPED_TRACE(round);
+            const QStringList commits = nonEmptyLines(repository.git({"rev-list", "--all"}));
+            const QString anyCommit = commits[random() % commits.size()];
+            const QStringList branches = nonEmptyLines(
+                repository.git({"for-each-ref", "--format=%(refname:short)", "refs/heads"}));
+            const QString branch = branches[random() % branches.size()];
+            const QStringList tags = nonEmptyLines(repository.git({"tag"}));
+            switch (random() % 6) {
+            case 0: // new commits on main, sometimes merging another branch
+                commitFiles(repository, random, 1 + random() % 3);
+                if (branch != QLatin1String("main") && random() % 2)
+                    repository.git({"merge", "-q", "--no-ff", "-s", "ours", "-m", "merge", branch});
+                break;
+            case 1: // a branch started at an old commit
+                repository.git({"checkout", "-q", "-b", QStringLiteral("b%1").arg(round),
+                                anyCommit});
+                commitFiles(repository, random, 1 + random() % 2);
+                repository.git({"checkout", "-q", "main"});
+                break;
+            case 2: // a force-push: a branch moved back, maybe with new work on top
+                repository.git({"checkout", "-q", branch});
+                repository.git({"reset", "-q", "--hard", anyCommit});
+                if (random() % 2)
+                    commitFiles(repository, random, 1);
+                repository.git({"checkout", "-q", "main"});
+                break;
+            case 3: // tags come and go, lightweight or annotated
+                if (!tags.isEmpty() && random() % 2)
+                    repository.git({"tag", "-d", tags[random() % tags.size()]});
+                else
+                    repository.git({"tag", "-a", "-m", "release", QStringLiteral("t%1").arg(round),
+                                    anyCommit});
+                break;
+            case 4: // a branch deleted
+                if (branch != QLatin1String("main")) {
+                    deletedBranches << repository.git({"rev-parse", branch}).trimmed();
+                    repository.git({"branch", "-D", branch});
+                }
+                break;
+            case 5: // a deleted branch brought back: its commits are stored, unreachable
+                if (!deletedBranches.isEmpty())
+                    repository.git({"branch", QStringLiteral("r%1").arg(round),
+                                    deletedBranches.takeLast()});
+                break;
+            }
+            EXPECT_FALSE(pair.sync(repository.path()).whole);
+        }
+    }
+}
+
+TEST(IncrementalSync, ReadsOnlyWhatTheChangeNeeds)
+{
+    const struct
+    {
+        const char *change;
+        std::function<void(TestRepository &)> apply;
+        Walk walk;
+        qint64 imported;
+        bool upToDate = false;
+    } cases[] = {
+        {"nothing", [](TestRepository &) {}, None, 0, true},
+        {"a commit on main", [](TestRepository &r) { r.commit("next"); }, Incremental, 1},
+        {"a tag on an old commit", [](TestRepository &r) { r.git({"tag", "v0", "HEAD~3"}); },
+         Incremental, 0},
+        {"a commit on a detached HEAD",
+         [](TestRepository &r) {
+             r.git({"checkout", "-q", "--detach"});
+             r.commit("detached");
+         },
+         Incremental, 1},
+        {"a branch moved back", [](TestRepository &r) { r.git({"reset", "-q", "--hard", "HEAD~2"}); },
+         Backwards, 0},
+        {"a tag deleted", [](TestRepository &r) { r.git({"tag", "-d", "v1"}); }, Backwards, 0},
+        {"a shallow boundary",
+         [](TestRepository &r) {
+             r.write(".git/shallow", r.git({"rev-parse", "HEAD~1"}).toLatin1());
+         },
+         Whole, 0},
+        {"a graft",
+         [](TestRepository &r) {
+             r.write(".git/info/grafts", r.git({"rev-parse", "HEAD"}).toLatin1());
+         },
+         Whole, 0},
+        {"a replaced commit", [](TestRepository &r) { r.git({"replace", "HEAD~1", "HEAD~3"}); },
+         Whole, 0},
+    };
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.change);
+        TestRepository repository;
+        std::mt19937 random(7);
+        commitFiles(repository, random, 4);
+        repository.git({"tag", "v1", "HEAD~2"});
+        repository.git({"branch", "topic", "HEAD~1"});
+        SyncPair pair;
+        pair.sync(repository.path());
+        row.apply(repository);
+        const TracedRun run = pair.sync(repository.path());
+        EXPECT_EQ(run.result.importedCommits, row.imported);
+        EXPECT_EQ(run.result.wasUpToDate, row.upToDate);
+        EXPECT_EQ(run.logged, row.imported > 0) << "the log is read only for new commits";
+        EXPECT_TRUE(run.walked(row.walk)) << run.revLists.join('\n').toStdString();
+    }
 }

@@ -15,7 +15,7 @@
 /// is @p author and whose date is the raw "<seconds> <zone>" @p date, byte for byte; returns its
 /// hash.
 inline QString writeRawCommit(const TestRepository &repository, const QString &tree,
-                              const QString &parent, const QString &date, const QString &subject,
+                              const QString &parent, const QString &date, const QByteArray &subject,
                               const QByteArray &author = "Odd Date <odd@example.com>")
 {
     QByteArray object = "tree " + tree.toUtf8() + '\n';
@@ -23,7 +23,7 @@ inline QString writeRawCommit(const TestRepository &repository, const QString &t
         object += "parent " + parent.toUtf8() + '\n';
     object += "author " + author + ' ' + date.toUtf8() + '\n';
     object += "committer " + author + ' ' + date.toUtf8() + "\n\n";
-    return repository.hashObject(object + subject.toUtf8() + '\n');
+    return repository.hashObject(object + subject + '\n');
 }
 
 /// @brief A commit per raw date on main, oldest first, each changing notes.txt, with a branch
@@ -36,7 +36,7 @@ inline QStringList writeRawDateHistory(TestRepository &repository, const QString
         repository.write("notes.txt", QByteArray::number(i) + '\n');
         repository.git({"add", "notes.txt"});
         parent = writeRawCommit(repository, repository.git({"write-tree"}).trimmed(), parent,
-                                dates[i], QStringLiteral("odd %1").arg(i));
+                                dates[i], "odd " + QByteArray::number(i));
         commits << parent;
         repository.git({"branch", QStringLiteral("b%1").arg(i), parent});
     }

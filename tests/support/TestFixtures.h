@@ -67,3 +67,22 @@ inline QString onlyIndexFile(const QString &indexDir)
     EXPECT_EQ(hashes.size(), 1) << indexDir.toStdString();
     return indexDir + QLatin1Char('/') + hashes.value(0) + QStringLiteral("/index.sqlite");
 }
+
+/// @brief Every row of every table of the one index in @p indexDir, as sorted text, but for the
+/// times of writing (index_metadata, updated_at), which differ from run to run.
+inline QStringList indexRows(const QString &indexDir)
+{
+    const QString path = onlyIndexFile(indexDir);
+    QStringList queries;
+    for (const QString &table :
+         sqliteRows(path,
+                    {"SELECT name, (SELECT group_concat('\"' || name || '\"') FROM "
+                     "pragma_table_info(m.name) WHERE name != 'updated_at') FROM sqlite_master m "
+                     "WHERE type = 'table' AND name NOT LIKE 'sqlite_%' AND sql NOT LIKE "
+                     "'%VIRTUAL%' AND name != 'index_metadata'"}))
+        queries << QStringLiteral("SELECT '%1', %2 FROM \"%1\"")
+                       .arg(table.section('|', 0, 0), table.section('|', 1));
+    QStringList rows = sqliteRows(path, queries);
+    rows.sort();
+    return rows;
+}

@@ -196,3 +196,22 @@ QDateTime utcDate(const char *iso)
 {
     return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODate);
 }
+
+QString drawnLane(const QString &hash, const QString &drawing)
+{
+    int lanes = 0;
+    for (const QChar c : drawing)
+        lanes += QStringLiteral("|*/\\").contains(c) ? 1 : 0;
+    return QStringLiteral("%1 %2/%3").arg(hash).arg(drawing.indexOf(u'*') / 2).arg(lanes);
+}
+
+QStringList gitGraphLanes(const TestRepository &repository, const QStringList &options)
+{
+    QStringList lanes;
+    const QStringList log {"log", "--graph", "--all", "--date-order", "--format=%x01%H"};
+    for (const QString &line : repository.git(log + options).split(u'\n')) {
+        if (const qsizetype mark = line.indexOf(QChar(1)); mark >= 0)
+            lanes << drawnLane(line.mid(mark + 1), line.left(mark));
+    }
+    return lanes;
+}

@@ -101,3 +101,11 @@ QString gitErrorOf(const std::function<void()> &call);
 
 /// @brief The instant of an ISO-8601 text such as "2024-03-01T09:20:30Z".
 QDateTime utcDate(const char *iso);
+
+/// @brief "hash lane/lanes" of a commit drawn as @p drawing by `git log --graph`: the lane is the
+/// column of its "*" over two; each lane is one of "|*/\" (an octopus's "-" and "." are none).
+QString drawnLane(const QString &hash, const QString &drawing);
+
+/// @brief drawnLane() of every commit of `git log --graph --all --date-order` in @p repository,
+/// with full hashes unless @p options give another format.
+QStringList gitGraphLanes(const TestRepository &repository, const QStringList &options = {});
