@@ -11,13 +11,6 @@ using namespace strataloom;
 
 namespace {
 
-RepositorySummary summaryAt(const QString &path)
-{
-    RepositorySummary summary;
-    summary.path = path;
-    return summary;
-}
-
 InsightOptions allBut(bool InsightOptions::*option)
 {
     InsightOptions options;

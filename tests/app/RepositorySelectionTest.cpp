@@ -36,28 +36,26 @@ using Choice = std::function<void(Room &)>;
 void renameTwiceThenDelete(TestRepository &repository)
 {
     int round = 0;
-    const auto step = [&](const QString &file, const QString &author) {
+    for (const char *step : {"a.c Ada", "a.c Ada", "b.c Bob", "b.c Bob", "c.c Cyd", "c.c Cyd"}) {
+        const QStringList fileAndAuthor = QString::fromLatin1(step).split(' ');
+        const QString &file = fileAndAuthor[0], &author = fileAndAuthor[1];
+        if (round == 2 || round == 4)
+            repository.git({"mv", round == 2 ? "a.c" : "b.c", file});
         QByteArray text;
         for (int line = 0; line < 20; ++line)
             text += "line " + QByteArray::number(line) + (line == round ? " edited\n" : "\n");
         repository.write(file, text);
         repository.write("keep.h", "round " + QByteArray::number(round++) + "\n");
         repository.commit(file, author, author + "@example.com");
-    };
-    step("a.c", "Ada");
-    step("a.c", "Ada");
-    repository.git({"mv", "a.c", "b.c"});
-    step("b.c", "Bob");
-    step("b.c", "Bob");
-    repository.git({"mv", "b.c", "c.c"});
-    step("c.c", "Cyd");
-    step("c.c", "Cyd");
+    }
     repository.remove("c.c");
     repository.commit("drop c.c", "Cyd", "Cyd@example.com");
 }
 
-QStringList idsOf(const HistoryListModel &history)
+QStringList idsOf(HistoryListModel &history)
 {
+    while (history.canFetchMore({}))
+        history.fetchMore({});
     QStringList ids;
     for (int row = 0; row < history.rowCount(); ++row)
         ids << history.get(row).value(QStringLiteral("id")).toString();
@@ -182,8 +180,7 @@ private Q_SLOTS:
         FixtureRepository repository;
         renameTwiceThenDelete(repository);
         ModelHarness harness;
-        QVERIFY(openAndWait(harness.session(), repository.path()));
-        QVERIFY(settle(harness.model()));
+        QVERIFY(openAndSettle(harness.model(), repository.path()));
         QVERIFY(harness.analytics().analyticsIndexState().isReady());
         RepositorySelection &selection = harness.selection();
         const auto gitLog = [&repository](const QStringList &paths) {
@@ -226,8 +223,6 @@ private Q_SLOTS:
                 QCOMPARE(*details, GitService().loadFileDetails(repository.path(), test.path));
                 continue;
             }
-            while (history.canFetchMore({}))
-                history.fetchMore({});
             QCOMPARE(idsOf(history), test.commits);
             QCOMPARE(details->commitCount, test.commits.size());
             QCOMPARE(details->sizeBytes > 0, test.status != "deleted");
@@ -246,8 +241,7 @@ private Q_SLOTS:
         repository.write("keep.h", "by Robert\n");
         repository.commit("by Robert", "Robert", "robert@example.org");
         ModelHarness harness;
-        QVERIFY(openAndWait(harness.session(), repository.path()));
-        QVERIFY(settle(harness.model()));
+        QVERIFY(openAndSettle(harness.model(), repository.path()));
         QVERIFY(harness.analytics().analyticsIndexState().isReady());
         RepositorySelection &selection = harness.selection();
         const auto gitLog = [&repository](const char *mailmap, const char *author) {
@@ -290,8 +284,6 @@ private Q_SLOTS:
                 QCOMPARE(*details, GitService().loadAuthorDetails(repository.path(), test.author));
                 continue;
             }
-            while (history.canFetchMore({}))
-                history.fetchMore({});
             QCOMPARE(idsOf(history), test.commits);
         }
 

@@ -19,8 +19,7 @@ private Q_SLOTS:
         FixtureRepository repository;
         repository.importHistory(250);
         ModelHarness harness;
-        QVERIFY(openAndWait(harness.session(), repository.path()));
-        QVERIFY(settle(harness.model()));
+        QVERIFY(openAndSettle(harness.model(), repository.path()));
         HistoryListModel &history = *harness.model().history();
         QVERIFY(history.isAvailable());
 
