@@ -173,66 +173,11 @@ private Q_SLOTS:
         QVERIFY(settle(selection));
     }
 
-    // The insights name a file by its last path; its details and commits follow it through its
-    // renames once the index is ready, git's details stand in before.
-    void fileHistoryFollowsRenamesThroughTheIndex()
-    {
-        FixtureRepository repository;
-        renameTwiceThenDelete(repository);
-        ModelHarness harness;
-        QVERIFY(openAndSettle(harness.model(), repository.path()));
-        QVERIFY(harness.analytics().analyticsIndexState().isReady());
-        RepositorySelection &selection = harness.selection();
-        const auto gitLog = [&repository](const QStringList &paths) {
-            return repository.git(QStringList {"log", "--all", "--format=%H", "--"} + paths)
-                .split('\n', Qt::SkipEmptyParts);
-        };
-
-        const struct
-        {
-            const char *name;
-            QString path;
-            bool indexReady;
-            QString status;
-            QStringList commits; ///< of the list, newest first; unused from git
-            QStringList authors;
-            QString lastAuthor;
-        } cases[] = {
-            {"deleted after two renames", "c.c", true, "deleted", gitLog({"a.c", "b.c", "c.c"}),
-             {"Ada", "Bob", "Cyd"}, "Cyd"},
-            {"never renamed", "keep.h", true, "tracked", gitLog({"keep.h"}),
-             {"Ada", "Bob", "Cyd"}, "Cyd"},
-            {"before the index", "keep.h", false, "tracked", {}, {"Ada", "Bob", "Cyd"}, "Cyd"},
-        };
-        for (const auto &test : cases) {
-            selection.setIndexDatabase(test.indexReady ? harness.analytics().databasePath()
-                                                       : QString());
-            harness.model().setSelectedSection(AppViewModel::SidebarSection::Insights);
-            harness.model().openInsightFile(test.path);
-            QVERIFY2(settle(harness.model()), test.name);
-            QCOMPARE(harness.model().errorMessage(), std::nullopt);
-            QCOMPARE(harness.model().selectedSection(), AppViewModel::SidebarSection::Files);
-            QCOMPARE(selection.selectedFile()->status, test.status);
-            const std::optional<FileDetails> &details = selection.selectedFileDetails();
-            QVERIFY2(details, test.name);
-            QCOMPARE(details->authors, test.authors);
-            QCOMPARE(details->lastAuthor, test.lastAuthor);
-            HistoryListModel &history = *selection.fileHistory();
-            QCOMPARE(history.isAvailable(), test.indexReady);
-            if (!test.indexReady) {
-                QCOMPARE(*details, GitService().loadFileDetails(repository.path(), test.path));
-                continue;
-            }
-            QCOMPARE(idsOf(history), test.commits);
-            QCOMPARE(details->commitCount, test.commits.size());
-            QCOMPARE(details->sizeBytes > 0, test.status != "deleted");
-        }
-    }
-
-    // Once the index is ready an author's details, commits and files come from it, with the
-    // person's other names unless identities are read as recorded; git's details stand in before.
-    // Files are counted by the path each commit changed: Bob worked on b.c, Cyd on c.c.
-    void authorFromTheIndex()
+    // Once the index is ready a file's details and commits follow it through its renames (the
+    // insights name it by its last path), and an author's details, commits and files come from
+    // it, with the person's other names unless identities are read as recorded; git's details
+    // stand in before. Files are counted by the path each commit changed: Bob worked on b.c.
+    void fileAndAuthorHistoriesComeFromTheIndex()
     {
         FixtureRepository repository;
         renameTwiceThenDelete(repository);
@@ -244,58 +189,96 @@ private Q_SLOTS:
         QVERIFY(openAndSettle(harness.model(), repository.path()));
         QVERIFY(harness.analytics().analyticsIndexState().isReady());
         RepositorySelection &selection = harness.selection();
-        const auto gitLog = [&repository](const char *mailmap, const char *author) {
-            return repository
-                .git({"log", "--all", mailmap, "--format=%H", QStringLiteral("--author=") + author})
+        const auto gitLog = [&repository](const QStringList &arguments) {
+            return repository.git(QStringList {"log", "--all", "--format=%H"} + arguments)
                 .split('\n', Qt::SkipEmptyParts);
+        };
+        const auto useIndex = [&](bool ready) {
+            selection.setIndexDatabase(ready ? harness.analytics().databasePath() : QString());
         };
 
         const struct
         {
-            const char *name;
+            const char *path;
+            bool indexReady;
+            QString status;
+            QStringList commits; ///< of the list, newest first; unused from git
+            QStringList authors;
+            QString lastAuthor;
+        } files[] = {
+            {"c.c", true, "deleted", gitLog({"--", "a.c", "b.c", "c.c"}), {"Ada", "Bob", "Cyd"},
+             "Cyd"},
+            // A file's authors are the names its commits record: Robert's own.
+            {"keep.h", true, "tracked", gitLog({"--", "keep.h"}), {"Ada", "Bob", "Cyd", "Robert"},
+             "Robert"},
+            {"keep.h", false, "tracked", {}, {"Ada", "Bob", "Cyd", "Robert"}, "Robert"},
+        };
+        for (const auto &test : files) {
+            useIndex(test.indexReady);
+            harness.model().setSelectedSection(AppViewModel::SidebarSection::Insights);
+            harness.model().openInsightFile(test.path);
+            QVERIFY(settle(harness.model()));
+            QCOMPARE(harness.model().errorMessage(), std::nullopt);
+            QCOMPARE(harness.model().selectedSection(), AppViewModel::SidebarSection::Files);
+            QCOMPARE(selection.selectedFile()->status, test.status);
+            const std::optional<FileDetails> &details = selection.selectedFileDetails();
+            QVERIFY2(details, test.path);
+            QCOMPARE(details->authors, test.authors);
+            QCOMPARE(details->lastAuthor, test.lastAuthor);
+            QCOMPARE(selection.fileHistory()->isAvailable(), test.indexReady);
+            if (!test.indexReady) {
+                QCOMPARE(*details, GitService().loadFileDetails(repository.path(), test.path));
+                continue;
+            }
+            QCOMPARE(idsOf(*selection.fileHistory()), test.commits);
+            QCOMPARE(details->commitCount, test.commits.size());
+            QCOMPARE(details->sizeBytes > 0, test.status != "deleted");
+        }
+
+        const struct
+        {
             const char *author;
             bool indexReady;
             bool merges;
             QStringList commits; ///< newest first
             QList<AuthorFileChanges> files;
-        } cases[] = {
-            {"merged", "Bob", true, true, gitLog("--use-mailmap", "Bob"),
+        } authors[] = {
+            {"Bob", true, true, gitLog({"--use-mailmap", "--author=Bob"}),
              {{"keep.h", 3}, {"b.c", 2}, {".mailmap", 1}}},
-            {"as recorded", "Bob", true, false, gitLog("--no-mailmap", "Bob"),
+            {"Bob", true, false, gitLog({"--no-mailmap", "--author=Bob"}),
              {{"b.c", 2}, {"keep.h", 2}}},
-            {"one name", "Cyd", true, true, gitLog("--no-mailmap", "Cyd"),
+            {"Cyd", true, true, gitLog({"--no-mailmap", "--author=Cyd"}),
              {{"c.c", 3}, {"keep.h", 2}}},
-            {"before the index", "Bob", false, true, gitLog("--use-mailmap", "Bob"), {}},
+            {"Bob", false, true, gitLog({"--use-mailmap", "--author=Bob"}), {}},
         };
-        for (const auto &test : cases) {
-            selection.setIndexDatabase(test.indexReady ? harness.analytics().databasePath()
-                                                       : QString());
+        for (const auto &test : authors) {
+            useIndex(test.indexReady);
             selection.setMergesIdentities(test.merges);
             selection.selectAuthor(AuthorStat {test.author, 0});
-            QVERIFY2(settle(harness.model()), test.name);
+            QVERIFY(settle(harness.model()));
             QCOMPARE(harness.model().errorMessage(), std::nullopt);
             const std::optional<AuthorDetails> &details = selection.selectedAuthorDetails();
-            QVERIFY2(details, test.name);
+            QVERIFY2(details, test.author);
             QCOMPARE(details->commits, test.commits.size());
             QCOMPARE(selection.authorFiles(), test.files);
-            HistoryListModel &history = *selection.authorHistory();
-            QCOMPARE(history.isAvailable(), test.indexReady);
+            QCOMPARE(selection.authorHistory()->isAvailable(), test.indexReady);
             if (!test.indexReady) {
                 QCOMPARE(*details, GitService().loadAuthorDetails(repository.path(), test.author));
                 continue;
             }
-            QCOMPARE(idsOf(history), test.commits);
+            QCOMPARE(idsOf(*selection.authorHistory()), test.commits);
         }
 
         // Reading identities as recorded again reads the author again.
-        selection.setIndexDatabase(harness.analytics().databasePath());
+        useIndex(true);
         selection.setMergesIdentities(true);
         selection.selectAuthor(AuthorStat {"Bob", 0});
         QVERIFY(settle(harness.model()));
         selection.setMergesIdentities(false);
         QVERIFY(settle(harness.model()));
-        QCOMPARE(selection.selectedAuthorDetails()->commits, gitLog("--no-mailmap", "Bob").size());
-        QCOMPARE(selection.authorHistory()->total(), gitLog("--no-mailmap", "Bob").size());
+        const qsizetype recorded = gitLog({"--no-mailmap", "--author=Bob"}).size();
+        QCOMPARE(selection.selectedAuthorDetails()->commits, recorded);
+        QCOMPARE(selection.authorHistory()->total(), recorded);
     }
 
     void withoutRepositoryNothingStarts()
