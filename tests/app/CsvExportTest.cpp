@@ -49,11 +49,7 @@ TEST(CsvExport, ColumnsPickRolesOrKeysInTheirOrder)
                                     {"lastChangedAt", QStringLiteral("Last, changed")},
                                     {"binary", {}},
                                     {"share", {}}};
-    const struct
-    {
-        QByteArray got;
-        QByteArray expected;
-    } cases[] = {
+    const std::pair<QByteArray, QByteArray> cases[] = {
         {rowsToCsv(rows, columns),
          "File,changes,\"Last, changed\",binary,share\r\n"
          "'@sum,12,2024-03-01T09:20:30Z,true,0.25\r\n"

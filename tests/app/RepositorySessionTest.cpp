@@ -19,7 +19,7 @@ std::optional<BranchRecord> branchNamed(const RepositorySession &session, const 
 {
     const QList<BranchRecord> branches = session.branches();
     const auto found = std::find_if(branches.cbegin(), branches.cend(),
-                                    [&](const BranchRecord &branch) { return branch.name == name; });
+                                    [&](const auto &branch) { return branch.name == name; });
     return found == branches.cend() ? std::nullopt : std::optional(*found);
 }
 
@@ -155,7 +155,8 @@ private Q_SLOTS:
             repository->write(QStringLiteral("conflict.txt"), "local edit\n");
         QSignalSpy failed(&session, &RepositorySession::failed);
 
-        session.setProperty("pendingCheckoutBranch", toVariantMap(*branchNamed(session, "feature")));
+        session.setProperty("pendingCheckoutBranch",
+                            toVariantMap(*branchNamed(session, "feature")));
         session.confirmCheckout();
         QVERIFY(session.isLoading());
         QVERIFY(!session.pendingCheckoutBranch());
