@@ -39,7 +39,8 @@ protected:
     void SetUp() override
     {
         using Who = std::pair<const char *, const char *>;
-        const Who ada {"Ada Lovelace", "ada@example.com"}, augusta {"Augusta King", "ADA@Example.com"},
+        const Who ada {"Ada Lovelace", "ada@example.com"},
+            augusta {"Augusta King", "ADA@Example.com"},
             sideAda {"Ada Lovelace", "countess@lovelace.org"},
             countess {"Countess", "countess@old.example"}, grace {"Grace Hopper", "grace@navy.mil"};
         const auto commit = [&](const char *date, const char *message, const Who &who) {
@@ -125,13 +126,9 @@ TEST_F(AuthorHistoryTest, DetailsOfAPersonAddUpTheirNamesOnce)
     }
 }
 
-struct TermCase
-{
-    const char *query;
-    const char *gitArguments; ///< git log's answer as recorded, '|'-separated
-    const char *person; ///< the answer with identities merged, without the mailmap
-    const char *personMapped; ///< the same with the mailmap
-};
+// A query; git log's arguments for the answer as recorded, '|'-separated; the answer with
+// identities merged, without the mailmap and with it.
+using TermCase = std::tuple<const char *, const char *, const char *, const char *>;
 
 TEST_F(AuthorHistoryTest, AuthorTermsMatchThePersonOrTheRecordAsGitDoes)
 {
@@ -153,15 +150,15 @@ TEST_F(AuthorHistoryTest, AuthorTermsMatchThePersonOrTheRecordAsGitDoes)
     for (const bool mapped : {false, true}) {
         if (mapped)
             writeMailmap();
-        for (const TermCase &test : cases) {
-            SCOPED_TRACE(std::string(test.query) + (mapped ? " with the mailmap" : ""));
+        for (const auto &[query, gitArguments, person, personMapped] : cases) {
+            SCOPED_TRACE(std::string(query) + (mapped ? " with the mailmap" : ""));
             // As recorded: the names and addresses of the commits, as git reads them without
             // the mailmap.
             const QString asRecorded
                 = repo.git(QStringList {"log", "--all", "--no-mailmap", "-i", "-F", "--format=%s"}
-                           + parts(test.gitArguments));
-            EXPECT_EQ(subjects(test.query, false), asRecorded.split(u'\n', Qt::SkipEmptyParts));
-            EXPECT_EQ(subjects(test.query, true), parts(mapped ? test.personMapped : test.person));
+                           + parts(gitArguments));
+            EXPECT_EQ(subjects(query, false), asRecorded.split(u'\n', Qt::SkipEmptyParts));
+            EXPECT_EQ(subjects(query, true), parts(mapped ? personMapped : person));
         }
     }
 }

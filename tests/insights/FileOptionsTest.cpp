@@ -118,13 +118,8 @@ TEST_F(FileOptions, RenamedTwiceThenDeleted)
     synchronize();
     const qint64 recordedChurn = churnOf(recordedInsights(*index), "C");
     ASSERT_GT(recordedChurn, 40);
-    const struct
-    {
-        const char *name;
-        InsightOptions options;
-        QStringList hotspots;
-        QStringList coupling;
-    } cases[] = {
+    // What the options do, the options, the hotspots and the coupled pairs.
+    const std::tuple<const char *, InsightOptions, QStringList, QStringList> cases[] = {
         // Nothing is marked as recorded: the file corrections alone read HEAD's files.
         {"as recorded",
          InsightOptions::asRecorded(),
@@ -141,12 +136,12 @@ TEST_F(FileOptions, RenamedTwiceThenDeleted)
         {"lineage, deleted hidden", only(true, true, false), {"keep.h:6/3"}, {}},
         {"paths, deleted hidden", only(false, true, false), {"keep.h:6/3"}, {}},
     };
-    for (const auto &row : cases) {
-        const RepositoryAnalyticsInsights result = insights(*index, row.options);
-        EXPECT_EQ(hotspotsOf(result, true), row.hotspots) << row.name;
-        EXPECT_EQ(couplingOf(result), row.coupling) << row.name;
+    for (const auto &[name, options, hotspots, coupling] : cases) {
+        const RepositoryAnalyticsInsights result = insights(*index, options);
+        EXPECT_EQ(hotspotsOf(result, true), hotspots) << name;
+        EXPECT_EQ(couplingOf(result), coupling) << name;
         // A deleted file still counts in the technologies: its lines were written.
-        EXPECT_EQ(churnOf(result, "C"), recordedChurn) << row.name;
+        EXPECT_EQ(churnOf(result, "C"), recordedChurn) << name;
     }
 }
 
@@ -194,19 +189,14 @@ TEST_F(FileOptions, ShebangNamesTheLanguageOfScriptsAtHead)
     repo.commit("drop one");
     const RepositoryAnalyticsInsights result
         = insights(synchronize(), only(false, false, true));
-    const struct
-    {
-        const char *technology;
-        qint64 churn;
-    } expected[] = {
+    const std::pair<const char *, qint64> expected[] = {
         {"Python", 2},
         {"Shell", 3},
         // HEAD's files alone are read: a script deleted since has no first line to go by.
         {"Other", 4 + 4 + 1},
     };
-    for (const auto &row : expected)
-        EXPECT_EQ(churnOf(result, QString::fromLatin1(row.technology)), row.churn)
-            << row.technology;
+    for (const auto &[technology, churn] : expected)
+        EXPECT_EQ(churnOf(result, QString::fromLatin1(technology)), churn) << technology;
     EXPECT_EQ(churnOf(recordedInsights(synchronize()), "Other"), 2 + 3 + 8 + 1);
 }
 
@@ -235,12 +225,8 @@ TEST(FileClassifier, NamesLanguagesByNameExtensionAndInterpreter)
 {
     const FileClassifier classifier({"Documentation/asciidoc.conf", "Documentation/git.txt",
                                      "Documentation/technical/api.txt", "notes/todo.txt"});
-    const struct
-    {
-        const char *path;
-        const char *interpreter;
-        const char *technology;
-    } cases[] = {
+    // The path, the interpreter of its first line, the technology.
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"git-svn.perl", "", "Perl"},
         {"doc/guide.adoc", "", "AsciiDoc"},
         {"Documentation/git.txt", "", "AsciiDoc"},
@@ -258,10 +244,8 @@ TEST(FileClassifier, NamesLanguagesByNameExtensionAndInterpreter)
         {"src/main.c", "perl", "C"}, // an extension is not overruled by a first line
         {"data/model.xyz", "", ".xyz"},
     };
-    for (const auto &row : cases) {
-        EXPECT_EQ(classifier.technology(QString::fromLatin1(row.path),
-                                        QString::fromLatin1(row.interpreter)),
-                  QString::fromLatin1(row.technology))
-            << row.path << " " << row.interpreter;
-    }
+    for (const auto &[path, interpreter, technology] : cases)
+        EXPECT_EQ(classifier.technology(QString::fromLatin1(path), QString::fromLatin1(interpreter)),
+                  QString::fromLatin1(technology))
+            << path << " " << interpreter;
 }

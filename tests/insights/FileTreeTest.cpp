@@ -30,12 +30,7 @@ QString shape(const FileTree &tree)
 
 TEST(FileTree, FoldersFirstThenNamesByValueWithoutCase)
 {
-    struct Case
-    {
-        QStringList paths;
-        const char *shape;
-    };
-    const Case cases[] = {
+    const std::pair<QStringList, const char *> cases[] = {
         {{}, ""},
         {{"b.txt", "A.txt", "a.md"}, "0:a.md|0:A.txt|0:b.txt"},
         {{"file10", "file9", "dir/x", "Dir2/y"}, "0:dir|1:x|0:Dir2|1:y|0:file9|0:file10"},
@@ -44,8 +39,8 @@ TEST(FileTree, FoldersFirstThenNamesByValueWithoutCase)
         // A path given twice is one file.
         {{"a/b", "a/b"}, "0:a|1:b"},
     };
-    for (const Case &test : cases)
-        EXPECT_EQ(shape(buildFileTree(test.paths)), QString::fromUtf8(test.shape)) << test.shape;
+    for (const auto &[paths, expected] : cases)
+        EXPECT_EQ(shape(buildFileTree(paths)), QString::fromUtf8(expected)) << expected;
 
     const FileTree tree = buildFileTree({"src/lib/c.c", "src/b.c", "README"});
     EXPECT_EQ(tree.root().fileCount, 3);
@@ -69,13 +64,8 @@ TEST(FileTree, FiguresCountACommitAndAnAuthorOncePerFolder)
     };
     addFileTreeChanges(tree, changes, names);
 
-    struct Case
-    {
-        const char *path;
-        qint64 commits, authors, lastChange;
-        const char *lastAuthor;
-    };
-    const Case cases[] = {
+    // A node's path, its commits, authors, last change and last author.
+    const std::tuple<const char *, qint64, qint64, qint64, const char *> cases[] = {
         {"", 4, 3, 300, "Grace"},
         {"src", 4, 3, 300, "Grace"},
         {"src/lib", 2, 2, 100, "Ada"}, // the undated commit counts, but has no date
@@ -84,12 +74,11 @@ TEST(FileTree, FiguresCountACommitAndAnAuthorOncePerFolder)
         {"src/b.c", 2, 2, 300, "Grace"},
         {"README", 1, 1, 300, "Grace"},
     };
-    for (const Case &test : cases) {
-        const FileTreeNode &entry = tree.nodes[size_t(node(test.path))];
+    for (const auto &[path, commits, authors, lastChange, lastAuthor] : cases) {
+        const FileTreeNode &entry = tree.nodes[size_t(node(path))];
         EXPECT_EQ(std::tuple(entry.commits, entry.authors, entry.lastChange, entry.lastAuthor),
-                  std::tuple(test.commits, test.authors, test.lastChange,
-                             QString::fromUtf8(test.lastAuthor)))
-            << test.path;
+                  std::tuple(commits, authors, lastChange, QString::fromUtf8(lastAuthor)))
+            << path;
     }
 }
 
@@ -186,13 +175,8 @@ TEST_F(FileTreeIndexTest, EveryFileAndFolderSumsItsFilesHistories)
 
     // The figures themselves, so that an empty history on both sides cannot pass; the people
     // join the names of one address.
-    struct Case
-    {
-        const char *path;
-        qint64 commits, authors, people;
-        const char *lastChange;
-    };
-    const Case cases[] = {
+    // A node's path, its commits, authors as recorded, people and last change.
+    const std::tuple<const char *, qint64, qint64, qint64, const char *> cases[] = {
         {"", 5, 4, 3, "2024-02-05T12:00:00Z"},
         {"docs/guide/final.txt", 3, 2, 2, "2024-02-04T12:00:00Z"}, // through both renames
         {"src", 3, 3, 2, "2024-02-05T12:00:00Z"}, // "Both" once; the unmerged side not at all
@@ -200,13 +184,12 @@ TEST_F(FileTreeIndexTest, EveryFileAndFolderSumsItsFilesHistories)
         {"src/app/main.c", 2, 2, 2, "2024-02-02T12:00:00Z"},
         {"README", 1, 1, 1, "2024-02-01T12:00:00Z"},
     };
-    for (const Case &test : cases) {
-        const QString path = QString::fromUtf8(test.path);
-        const FileTreeNode &entry = tree.nodes[size_t(tree.find(path))];
-        EXPECT_EQ(std::tuple(entry.commits, entry.authors), std::tuple(test.commits, test.authors))
-            << test.path;
-        EXPECT_EQ(people.nodes[size_t(people.find(path))].authors, test.people) << test.path;
-        EXPECT_EQ(QDateTime::fromSecsSinceEpoch(entry.lastChange, Qt::UTC), utcDate(test.lastChange))
-            << test.path;
+    for (const auto &[path, commits, authors, persons, lastChange] : cases) {
+        const FileTreeNode &entry = tree.nodes[size_t(tree.find(QString::fromUtf8(path)))];
+        EXPECT_EQ(std::tuple(entry.commits, entry.authors, entry.lastChange),
+                  std::tuple(commits, authors, utcDate(lastChange).toSecsSinceEpoch()))
+            << path;
+        EXPECT_EQ(people.nodes[size_t(people.find(QString::fromUtf8(path)))].authors, persons)
+            << path;
     }
 }
