@@ -165,33 +165,27 @@ private Q_SLOTS:
 
     // An author named by the insights opens only on an exact match (files: see the selection's
     // test, which opens renamed and deleted ones).
-    void insightAuthorJumpsNeedAnExactMatch_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("opens");
-        QTest::newRow("author") << "Grace Hopper" << true;
-        QTest::newRow("author in other case") << "grace hopper" << false;
-    }
-
+    // An author named by the insights opens only on an exact match (files: see the selection's
+    // test, which opens renamed and deleted ones).
     void insightAuthorJumpsNeedAnExactMatch()
     {
-        QFETCH(QString, name);
-        QFETCH(bool, opens);
         const auto repository = smallRepository();
         ModelHarness harness;
         AppViewModel &model = harness.model();
         QVERIFY(openAndSettle(model, repository->path()));
-
-        model.openInsightAuthor(name);
-        QVERIFY(settle(model));
-
-        QCOMPARE(bool(model.errorMessage()), !opens);
-        QCOMPARE(model.selectedSection(), opens ? AppViewModel::SidebarSection::Statistics
-                                                : AppViewModel::SidebarSection::Overview);
-        if (opens)
-            QCOMPARE(harness.selection().selectedAuthorDetails()->name, name);
-        else
-            QVERIFY(!harness.selection().selectedAuthor());
+        const std::pair<QString, bool> jumps[] = {{"grace hopper", false}, {"Grace Hopper", true}};
+        for (const auto &[name, opens] : jumps) {
+            model.setErrorMessage(std::nullopt);
+            model.openInsightAuthor(name);
+            QVERIFY(settle(model));
+            QCOMPARE(bool(model.errorMessage()), !opens);
+            QCOMPARE(model.selectedSection(), opens ? AppViewModel::SidebarSection::Statistics
+                                                    : AppViewModel::SidebarSection::Overview);
+            if (opens)
+                QCOMPARE(harness.selection().selectedAuthorDetails()->name, name);
+            else
+                QVERIFY(!harness.selection().selectedAuthor());
+        }
     }
 
     void firstBuildShowsItsProgressThenReady()
@@ -226,35 +220,25 @@ private Q_SLOTS:
         QVERIFY(states.constLast().isReady());
     }
 
-    void timeLeftIsEstimatedAfterTheFirstSeconds_data()
-    {
-        QTest::addColumn<qint64>("done");
-        QTest::addColumn<qint64>("elapsed");
-        QTest::addColumn<qint64>("remaining");
-        QTest::addColumn<int>("secondsLeft"); // -1: no estimate
-
-        QTest::newRow("first seconds") << qint64(5000) << qint64(2999) << qint64(5000) << -1;
-        QTest::newRow("nothing done yet") << qint64(0) << qint64(10000) << qint64(5000) << -1;
-        QTest::newRow("same pace") << qint64(1000) << qint64(4000) << qint64(3000) << 12;
-        QTest::newRow("rounded up") << qint64(3000) << qint64(4000) << qint64(1) << 1;
-        QTest::newRow("finished") << qint64(3000) << qint64(4000) << qint64(0) << 0;
-        QTest::newRow("days of work") << qint64(1) << qint64(3600000) << qint64(1000000)
-                                      << std::numeric_limits<int>::max();
-    }
-
     void timeLeftIsEstimatedAfterTheFirstSeconds()
     {
-        QFETCH(qint64, done);
-        QFETCH(qint64, elapsed);
-        QFETCH(qint64, remaining);
-        QFETCH(int, secondsLeft);
-        QCOMPARE(secondsLeftEstimate(done, elapsed, remaining).value_or(-1), secondsLeft);
-        // The state keeps an estimate only once the total is known.
-        QCOMPARE(AnalyticsIndexState::indexing(0, 0, secondsLeft).secondsLeft(), -1);
-        QCOMPARE(AnalyticsIndexState::indexing(1, 2, secondsLeft).timeLeftText().isEmpty(),
-                 secondsLeft < 0);
+        // Commits done, milliseconds spent, commits left, the seconds left (-1: no estimate).
+        const std::tuple<qint64, qint64, qint64, int> cases[] = {
+            {5000, 2999, 5000, -1}, // the first seconds
+            {0, 10000, 5000, -1}, // nothing done yet
+            {1000, 4000, 3000, 12}, // the same pace
+            {3000, 4000, 1, 1}, // rounded up
+            {3000, 4000, 0, 0}, // finished
+            {1, 3600000, 1000000, std::numeric_limits<int>::max()}, // days of work
+        };
+        for (const auto &[done, elapsed, remaining, secondsLeft] : cases) {
+            QCOMPARE(secondsLeftEstimate(done, elapsed, remaining).value_or(-1), secondsLeft);
+            // The state keeps an estimate only once the total is known.
+            QCOMPARE(AnalyticsIndexState::indexing(0, 0, secondsLeft).secondsLeft(), -1);
+            QCOMPARE(AnalyticsIndexState::indexing(1, 2, secondsLeft).timeLeftText().isEmpty(),
+                     secondsLeft < 0);
+        }
     }
-
 };
 
 STRATALOOM_MODEL_TEST_MAIN(AppViewModelTest)
