@@ -62,19 +62,20 @@ private Q_SLOTS:
         openIndexed(harness, repository.path());
 
         // "Author 1" wrote changes 1, 8, 15, 22 and 29; a total of -1 is a mistake at a place.
-        const std::tuple<QString, int, QString, int> cases[] = {
-            {"author:author1@example.com", 5, {}, -1},
-            {"\"change 1\" author:author1", 1, {}, -1},
-            {"change color:red", -1, "unknown key \"color:\"", 7},
-            {"ref:nowhere", -1, "unknown ref \"nowhere\"", 0},
-            {QString(), 30, {}, -1},
+        const std::tuple<QString, int, QString, int, int> cases[] = {
+            {"author:author1@example.com", 5, {}, -1, -1},
+            {"\"change 1\" author:author1", 1, {}, -1, -1},
+            {"change color:red", -1, "unknown key \"color:\"", 7, 6},
+            {"fix ref:nowhere", -1, "unknown ref \"nowhere\"", 4, 11},
+            {QString(), 30, {}, -1, -1},
         };
-        for (const auto &[query, total, says, position] : cases) {
+        for (const auto &[query, total, says, position, length] : cases) {
             search.setQuery(query);
             QVERIFY(settle(harness.model()));
             QVERIFY2(search.error().contains(says), qPrintable(search.error()));
             QCOMPARE(search.error().isEmpty(), total >= 0);
-            QCOMPARE(search.errorPosition(), position);
+            QCOMPARE(std::pair(search.errorPosition(), search.errorLength()),
+                     std::pair(position, length));
             QCOMPARE(search.total(), std::max(total, 0));
             QCOMPARE(search.rowCount(), std::max(total, 0));
         }
