@@ -64,8 +64,6 @@ QStringList idsOf(HistoryListModel &history)
 
 } // namespace
 
-Q_DECLARE_METATYPE(Choice)
-
 class RepositorySelectionTest : public QObject
 {
     Q_OBJECT
@@ -107,50 +105,42 @@ private Q_SLOTS:
                  QStringList {"openFile " + room.repository->path() + "/src/main.cpp"});
     }
 
-    void failedDetailsEndTheWait_data()
-    {
-        QTest::addColumn<Choice>("choose");
-        QTest::addColumn<QString>("errorProperty");
-        QTest::newRow("file") << Choice([](Room &room) {
-            room.selection.selectFile(room.file("conflict.txt"));
-        }) << "fileDetailsError";
-        QTest::newRow("author") << Choice([](Room &room) {
-            room.selection.selectAuthor(room.session.authorStats().constFirst());
-        }) << "authorDetailsError";
-        QTest::newRow("commit changes") << Choice([](Room &room) {
-            room.selection.selectCommit(room.session.commits().constFirst());
-        }) << QString();
-        QTest::newRow("diff") << Choice([](Room &room) {
-            room.selection.presentDiff(room.session.commits().constFirst());
-        }) << QString();
-    }
-
     void failedDetailsEndTheWait()
     {
-        QFETCH(Choice, choose);
-        QFETCH(QString, errorProperty);
-        Room room;
-        QVERIFY(room.open());
-        // Git refuses every read from now on.
-        room.repository->write(".git/HEAD", "garbage\n");
-        QSignalSpy failed(&room.selection, &RepositorySelection::failed);
-        const auto error
-            = [&] { return room.selection.property(qPrintable(errorProperty)).toString(); };
+        // How to choose the row, and the property that holds its failure (none for a commit's).
+        const std::pair<Choice, QString> choices[] = {
+            {[](Room &room) { room.selection.selectFile(room.file("conflict.txt")); },
+             "fileDetailsError"},
+            {[](Room &r) { r.selection.selectAuthor(r.session.authorStats().constFirst()); },
+             "authorDetailsError"},
+            {[](Room &r) { r.selection.selectCommit(r.session.commits().constFirst()); }, {}},
+            {[](Room &r) { r.selection.presentDiff(r.session.commits().constFirst()); }, {}},
+        };
+        for (const auto &[choose, errorProperty] : choices) {
+            Room room;
+            QVERIFY(room.open());
+            // Git refuses every read from now on.
+            room.repository->write(".git/HEAD", "garbage\n");
+            QSignalSpy failed(&room.selection, &RepositorySelection::failed);
+            const auto error = [&room, property = errorProperty] {
+                return room.selection.property(qPrintable(property)).toString();
+            };
 
-        choose(room);
-        QVERIFY(settle(room.selection));
+            choose(room);
+            QVERIFY(settle(room.selection));
 
-        QCOMPARE(failed.count(), 1);
-        const QString message = failed.at(0).at(0).toString();
-        QVERIFY(!message.isEmpty());
-        if (!errorProperty.isEmpty())
-            QCOMPARE(error(), message);
-        QVERIFY(!room.selection.isDiffPresented());
-        QVERIFY(room.selection.commitChanges().isEmpty());
+            QCOMPARE(failed.count(), 1);
+            const QString message = failed.at(0).at(0).toString();
+            QVERIFY(!message.isEmpty());
+            if (!errorProperty.isEmpty())
+                QCOMPARE(error(), message);
+            QVERIFY(!room.selection.isDiffPresented());
+            QVERIFY(room.selection.commitChanges().isEmpty());
 
-        // Choosing again starts over: the old failure is gone while the new read runs.
-        choose(room);
-        QCOMPARE(error(), QString());
+            // Choosing again starts over: the old failure is gone while the new read runs.
+            choose(room);
+            QCOMPARE(error(), QString());
+        }
     }
 
     void choosingTheSameRowAgainSignals()
