@@ -132,34 +132,32 @@ UiTestCase {
     }
 
     // Selectable text, or one line per row when the text is too large for a text area.
-    function test_diffShowsTheCommitsChanges_data() {
-        return [{ tag: "text", threshold: 100000, shown: "diffText" }, { tag: "lines", threshold: 10, shown: "diffLines" }]
-    }
-
-    function test_diffShowsTheCommitsChanges(data) {
+    function test_diffShowsTheCommitsChanges() {
         const model = openModel(history([{ files: { "notes.txt": "first line\n" }, message: "Start notes" },
                                          { files: { "notes.txt": "first line\nsecond line\n" }, message: "Add a second line" }]))
-        model.selection.presentDiff(model.session.commits.get(0))
-        tryCompare(model.selection, "isDiffPresented", true, 10000)
-        const screen = screenOf(diffScreen, model, { largeTextThreshold: data.threshold })
-        const area = findChild(screen, "diffText")
-        const lines = findChild(screen, "diffLines")
-        compare([area.visible, lines.visible], [data.shown === "diffText", data.shown === "diffLines"])
-        let texts = []
-        if (data.shown === "diffText") {
-            compare(area.text, model.selection.presentedDiff)
-            area.selectAll()
-            compare(area.selectedText.length, area.length)
-            texts = area.text.split("\n")
-        } else {
-            tryVerify(() => lines.height > 0 && lines.itemAtIndex(lines.count - 1) !== null)
-            compare(area.text, "")
-            compare(lines.count, model.selection.presentedDiff.split("\n").length)
-            texts = Array.from({ length: lines.count }, (_, i) => lines.itemAtIndex(i).text)
+        for (const [threshold, asText] of [[100000, true], [10, false]]) {
+            model.selection.presentDiff(model.session.commits.get(0))
+            tryCompare(model.selection, "isDiffPresented", true, 10000)
+            const screen = screenOf(diffScreen, model, { largeTextThreshold: threshold })
+            const area = findChild(screen, "diffText")
+            const lines = findChild(screen, "diffLines")
+            compare([area.visible, lines.visible], [asText, !asText])
+            let texts = []
+            if (asText) {
+                compare(area.text, model.selection.presentedDiff)
+                area.selectAll()
+                compare(area.selectedText.length, area.length)
+                texts = area.text.split("\n")
+            } else {
+                tryVerify(() => lines.height > 0 && lines.itemAtIndex(lines.count - 1) !== null)
+                compare(area.text, "")
+                compare(lines.count, model.selection.presentedDiff.split("\n").length)
+                texts = Array.from({ length: lines.count }, (_, i) => lines.itemAtIndex(i).text)
+            }
+            verify(texts.indexOf("diff --git a/notes.txt b/notes.txt") >= 0 && texts.indexOf("+second line") >= 0)
+            mouseClick(findChild(screen, "doneButton"))
+            compare(model.selection.isDiffPresented, false)
         }
-        verify(texts.indexOf("diff --git a/notes.txt b/notes.txt") >= 0 && texts.indexOf("+second line") >= 0)
-        mouseClick(findChild(screen, "doneButton"))
-        compare(model.selection.isDiffPresented, false)
     }
 
     // main: Start, then Main work; feature: Feature work; then a merge of feature into main.
