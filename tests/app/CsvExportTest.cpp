@@ -35,31 +35,25 @@ TEST(CsvExport, ModelReadsLikeTheCommandLine)
 TEST(CsvExport, ColumnsPickRolesOrKeysInTheirOrder)
 {
     TagRecord tag {};
-    tag.name = QStringLiteral("v1.0");
+    tag.name = "v1.0";
     TagListModel model;
     model.setRecords({tag});
-    const QVariantList rows {QVariantMap {{QStringLiteral("path"), QStringLiteral("@sum")},
-                                          {QStringLiteral("changes"), 12},
-                                          {QStringLiteral("lastChangedAt"), someDate},
-                                          {QStringLiteral("binary"), true},
-                                          {QStringLiteral("share"), 0.25}},
-                             QVariantMap {{QStringLiteral("path"), QStringLiteral("b")}}};
-    const QList<CsvColumn> columns {{"path", QStringLiteral("File")},
-                                    {"changes", {}},
-                                    {"lastChangedAt", QStringLiteral("Last, changed")},
-                                    {"binary", {}},
-                                    {"share", {}}};
-    const struct
-    {
-        QByteArray got;
-        QByteArray expected;
-    } cases[] = {
+    const QVariantList rows {QVariantMap {{"path", "@sum"},
+                                          {"changes", 12},
+                                          {"lastChangedAt", someDate},
+                                          {"binary", true},
+                                          {"share", 0.25}},
+                             QVariantMap {{"path", "b"}}};
+    const QList<CsvColumn> columns {
+        {"path", "File"}, {"changes", {}}, {"lastChangedAt", "Last, changed"}, {"binary", {}},
+        {"share", {}}};
+    const std::pair<QByteArray, QByteArray> cases[] = {
         {rowsToCsv(rows, columns),
          "File,changes,\"Last, changed\",binary,share\r\n"
          "'@sum,12,2024-03-01T09:20:30Z,true,0.25\r\n"
          "b,,,,\r\n"},
         // A role the model does not have is an empty column, not a shifted row.
-        {modelToCsv(model, {{"missing", QStringLiteral("Missing")}, {"name", QStringLiteral("Tag")}}),
+        {modelToCsv(model, {{"missing", "Missing"}, {"name", "Tag"}}),
          "Missing,Tag\r\n,v1.0\r\n"},
         {rowsToCsv({}, columns), "File,changes,\"Last, changed\",binary,share\r\n"},
     };

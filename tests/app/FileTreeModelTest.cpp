@@ -50,13 +50,7 @@ private Q_SLOTS:
         QCOMPARE(rows(model), "docs|src|README");
 
         // Each step: the path of the row to act on, open (true) or close, the rows after it.
-        struct Step
-        {
-            const char *path;
-            bool open;
-            const char *rows;
-        };
-        const Step steps[] = {
+        const std::tuple<const char *, bool, const char *> steps[] = {
             {"src", true, "docs|src| app| lib| build.sh|README"},
             {"src/app", true, "docs|src| app|  main.c|  view.c| lib| build.sh|README"},
             {"src", false, "docs|src|README"},
@@ -65,9 +59,9 @@ private Q_SLOTS:
             {"src/app/main.c", true, "docs|src| app|  main.c|  view.c| lib| build.sh|README"},
             {"docs", true, "docs| guide.md|src| app|  main.c|  view.c| lib| build.sh|README"},
         };
-        for (const Step &step : steps) {
-            model.setExpanded(model.rowOfPath(QString::fromUtf8(step.path)), step.open);
-            QCOMPARE(rows(model), QString::fromUtf8(step.rows));
+        for (const auto &[path, open, after] : steps) {
+            model.setExpanded(model.rowOfPath(path), open);
+            QCOMPARE(rows(model), after);
         }
         QCOMPARE(model.parentRow(model.rowOfPath("src/app/view.c")), model.rowOfPath("src/app"));
         QCOMPARE(model.parentRow(model.rowOfPath("src")), -1);
@@ -86,23 +80,18 @@ private Q_SLOTS:
         model.setTree(buildFileTree(fixturePaths), false);
         model.setExpanded(model.rowOfPath("docs"), true);
 
-        struct Case
-        {
-            const char *filter;
-            const char *rows;
-            const char *listed;
-        };
-        const Case cases[] = {
+        // The filter, the rows in view, the files listed for the export.
+        const std::tuple<const char *, const char *, const char *> cases[] = {
             {"", "docs| guide.md|src|README", "docs/guide.md|src/app/main.c|src/app/view.c|src/lib/util.c|src/build.sh|README"},
             {".C", "src| app|  main.c|  view.c| lib|  util.c", "src/app/main.c|src/app/view.c|src/lib/util.c"},
             {"src/app", "src| app|  main.c|  view.c", "src/app/main.c|src/app/view.c"},
             {"read", "README", "README"},
             {"nothing", "", ""},
         };
-        for (const Case &test : cases) {
-            model.setFilter(QString::fromUtf8(test.filter));
-            QCOMPARE(rows(model), QString::fromUtf8(test.rows));
-            QCOMPARE(listed(*model.listing()).join(u'|'), QString::fromUtf8(test.listed));
+        for (const auto &[filter, inView, files] : cases) {
+            model.setFilter(filter);
+            QCOMPARE(rows(model), inView);
+            QCOMPARE(listed(*model.listing()).join(u'|'), files);
             QCOMPARE(model.matchCount(), model.listing()->count());
         }
 

@@ -15,8 +15,7 @@ private:
     /// Opens @p repository and waits until its index is ready and the lists have read it.
     static void openIndexed(ModelHarness &harness, const QString &repository)
     {
-        QVERIFY(openAndWait(harness.session(), repository));
-        QVERIFY(settle(harness.model()));
+        QVERIFY(openAndSettle(harness.model(), repository));
         QVERIFY(harness.analytics().analyticsIndexState().isReady());
     }
 
@@ -62,34 +61,23 @@ private Q_SLOTS:
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         openIndexed(harness, repository.path());
 
-        struct Case
-        {
-            QString query;
-            int total; ///< -1: an error
-            QString says;
-            int position;
+        // "Author 1" wrote changes 1, 8, 15, 22 and 29; a total of -1 is a mistake at a place.
+        const std::tuple<QString, int, QString, int, int> cases[] = {
+            {"author:author1@example.com", 5, {}, -1, -1},
+            {"\"change 1\" author:author1", 1, {}, -1, -1},
+            {"change color:red", -1, "unknown key \"color:\"", 7, 6},
+            {"fix ref:nowhere", -1, "unknown ref \"nowhere\"", 4, 11},
+            {QString(), 30, {}, -1, -1},
         };
-        const Case cases[] = {
-            // "Author 1" wrote changes 1, 8, 15, 22 and 29.
-            {"author:author1@example.com", 5, {}, -1},
-            {"\"change 1\" author:author1", 1, {}, -1},
-            // Mistakes of the text, and of what it names.
-            {"change color:red", -1, "unknown key \"color:\"", 7},
-            {"ref:nowhere", -1, "unknown ref \"nowhere\"", 0},
-            {QString(), 30, {}, -1},
-        };
-        for (const Case &test : cases) {
-            search.setQuery(test.query);
+        for (const auto &[query, total, says, position, length] : cases) {
+            search.setQuery(query);
             QVERIFY(settle(harness.model()));
-            QCOMPARE(search.error().isEmpty(), test.total >= 0);
-            if (test.total >= 0) {
-                QCOMPARE(search.total(), test.total);
-                QCOMPARE(search.rowCount(), test.total);
-            } else {
-                QVERIFY2(search.error().contains(test.says), qPrintable(search.error()));
-                QCOMPARE(search.errorPosition(), test.position);
-                QCOMPARE(search.rowCount(), 0);
-            }
+            QVERIFY2(search.error().contains(says), qPrintable(search.error()));
+            QCOMPARE(search.error().isEmpty(), total >= 0);
+            QCOMPARE(std::pair(search.errorPosition(), search.errorLength()),
+                     std::pair(position, length));
+            QCOMPARE(search.total(), std::max(total, 0));
+            QCOMPARE(search.rowCount(), std::max(total, 0));
         }
     }
 

@@ -11,13 +11,6 @@ using namespace strataloom;
 
 namespace {
 
-RepositorySummary summaryAt(const QString &path)
-{
-    RepositorySummary summary;
-    summary.path = path;
-    return summary;
-}
-
 InsightOptions allBut(bool InsightOptions::*option)
 {
     InsightOptions options;
@@ -34,27 +27,17 @@ class InsightOptionsTest : public QObject
 private Q_SLOTS:
     void switchesOneOptionOrAllOfThem()
     {
-        struct Case
-        {
-            const char *what;
-            InsightOptions before;
-            QString name;
-            bool on;
-            InsightOptions after;
-        };
-        const Case cases[] = {
-            {"one off", InsightOptions(), "separateBots", false,
-             allBut(&InsightOptions::separateBots)},
-            {"one on again", allBut(&InsightOptions::excludeMerges), "excludeMerges", true,
-             InsightOptions()},
-            {"all off", allBut(&InsightOptions::followRenames), "asRecorded", true,
+        // Before, the option's name and new value, after.
+        const std::tuple<InsightOptions, QString, bool, InsightOptions> cases[] = {
+            {InsightOptions(), "separateBots", false, allBut(&InsightOptions::separateBots)},
+            {allBut(&InsightOptions::excludeMerges), "excludeMerges", true, InsightOptions()},
+            {allBut(&InsightOptions::followRenames), "asRecorded", true,
              InsightOptions::asRecorded()},
-            {"all on", InsightOptions::asRecorded(), "asRecorded", false, InsightOptions()},
-            {"unknown", InsightOptions::asRecorded(), "colour", true, InsightOptions::asRecorded()},
+            {InsightOptions::asRecorded(), "asRecorded", false, InsightOptions()},
+            {InsightOptions::asRecorded(), "colour", true, InsightOptions::asRecorded()},
         };
-        for (const Case &row : cases) {
-            QVERIFY2(withInsightOption(row.before, row.name, row.on) == row.after, row.what);
-        }
+        for (const auto &[before, name, on, after] : cases)
+            QVERIFY2(withInsightOption(before, name, on) == after, qPrintable(name));
     }
 
     void remembersOptionsPerRepository()

@@ -8,12 +8,7 @@ using namespace strataloom;
 
 TEST(MessageReflow, JoinsProseAndKeepsLaidOutLines)
 {
-    const struct
-    {
-        const char *name;
-        QString body;
-        QString expected;
-    } cases[] = {
+    const std::tuple<const char *, QString, QString> cases[] = {
         {"wrapped paragraph", "The parser stopped at\nthe first blank line.",
          "The parser stopped at the first blank line."},
         {"paragraphs stay apart, blank runs collapse",

@@ -111,6 +111,19 @@ inline bool openAndWait(strataloom::AppViewModel &model, const QString &path)
 {
     return openAndWait(*model.session(), path);
 }
+/// @brief Opens @p path, then waits until every room, the index run included, is done.
+inline bool openAndSettle(strataloom::AppViewModel &model, const QString &path)
+{
+    return openAndWait(model, path) && settle(model);
+}
+
+/// @brief A summary that names only @p path, as an index run is started with.
+inline strataloom::RepositorySummary summaryAt(const QString &path)
+{
+    strataloom::RepositorySummary summary;
+    summary.path = path;
+    return summary;
+}
 
 /// @brief The names of the properties of @p objects whose NOTIFY signal fired, in firing order.
 class SignalOrder : public QObject

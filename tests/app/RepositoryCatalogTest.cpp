@@ -16,7 +16,7 @@ const QDateTime opened(QDate(2024, 5, 1), QTime(8, 0), Qt::UTC);
 void initRepository(const QString &path)
 {
     QVERIFY(QDir().mkpath(path));
-    runGitIn(path, {QStringLiteral("init"), QStringLiteral("-q")});
+    runGitIn(path, {"init", "-q"});
 }
 
 QStringList paths(const auto &repositories)
@@ -63,58 +63,51 @@ private Q_SLOTS:
         QCOMPARE(harness.recentStore().load(), catalog.recentRepositories());
     }
 
-    void openingAsksTheSessionOnlyForExistingFolders_data()
-    {
-        QTest::addColumn<bool>("discovered");
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<bool>("opens");
-        QTest::newRow("recent folder") << false << "" << true;
-        QTest::newRow("recent gone") << false << "/gone" << false;
-        QTest::newRow("recent is a file") << false << "/file" << false;
-        QTest::newRow("discovered folder") << true << "" << true;
-        QTest::newRow("discovered gone") << true << "/gone" << false;
-    }
-
     void openingAsksTheSessionOnlyForExistingFolders()
     {
-        QFETCH(bool, discovered);
-        QFETCH(QString, kind);
-        QFETCH(bool, opens);
-        QTemporaryDir folder;
-        const QString path = folder.path() + kind;
-        if (kind == QLatin1String("/file"))
-            QVERIFY(QFile(path).open(QIODevice::WriteOnly));
-        ModelHarness harness;
-        if (discovered)
-            harness.discoveredStore().save({{{QStringLiteral("x"), path}}, opened});
-        else
-            harness.recentStore().save({{QStringLiteral("x"), path, opened}});
-        harness.restart();
-        RepositoryCatalog &catalog = harness.catalog();
-        QSignalSpy requested(&catalog, &RepositoryCatalog::openRequested);
-        QSignalSpy failed(&catalog, &RepositoryCatalog::failed);
+        // A discovered entry (or a recent one), what is at its path, whether it opens.
+        const std::tuple<bool, QString, bool> cases[] = {
+            {false, "", true}, {false, "/gone", false}, {false, "/file", false},
+            {true, "", true},  {true, "/gone", false},
+        };
+        for (const auto &[discovered, kind, opens] : cases) {
+            QTemporaryDir folder;
+            const QString path = folder.path() + kind;
+            if (kind == "/file")
+                QVERIFY(QFile(path).open(QIODevice::WriteOnly));
+            ModelHarness harness;
+            if (discovered)
+                harness.discoveredStore().save({{{"x", path}}, opened});
+            else
+                harness.recentStore().save({{"x", path, opened}});
+            harness.restart();
+            RepositoryCatalog &catalog = harness.catalog();
+            QSignalSpy requested(&catalog, &RepositoryCatalog::openRequested);
+            QSignalSpy failed(&catalog, &RepositoryCatalog::failed);
 
-        if (discovered)
-            catalog.openDiscoveredRepository(catalog.discoveredRepositoriesModel()->get(0));
-        else
-            catalog.openRecentRepository(catalog.recentRepositoriesModel()->get(0));
+            if (discovered)
+                catalog.openDiscoveredRepository(catalog.discoveredRepositoriesModel()->get(0));
+            else
+                catalog.openRecentRepository(catalog.recentRepositoriesModel()->get(0));
 
-        QCOMPARE(requested.count(), opens ? 1 : 0);
-        QCOMPARE(failed.count(), opens ? 0 : 1);
-        if (opens)
-            QCOMPARE(requested.at(0).at(0).toString(), path);
-        else
-            QVERIFY(failed.at(0).at(0).toString().contains(path));
-        // Nothing is forgotten on the way.
-        QCOMPARE(catalog.recentRepositories().size() + catalog.discoveredRepositories().size(), 1);
+            QCOMPARE(requested.count(), opens ? 1 : 0);
+            QCOMPARE(failed.count(), opens ? 0 : 1);
+            if (opens)
+                QCOMPARE(requested.at(0).at(0).toString(), path);
+            else
+                QVERIFY2(failed.at(0).at(0).toString().contains(path), qPrintable(kind));
+            // Nothing is forgotten on the way.
+            QCOMPARE(catalog.recentRepositories().size() + catalog.discoveredRepositories().size(),
+                     1);
+        }
     }
 
     void homeScanPublishesSavesAndIsThereAtTheNextStart()
     {
         // What the scan finds is the scanner's business; the catalog publishes it as found.
         QTemporaryDir home;
-        initRepository(home.path() + QStringLiteral("/code/repo10"));
-        initRepository(home.path() + QStringLiteral("/code/repo2"));
+        initRepository(home.path() + "/code/repo10");
+        initRepository(home.path() + "/code/repo2");
         ModelHarness harness(home.path());
         RepositoryCatalog &catalog = harness.catalog();
         QSignalSpy scanning(&catalog, &RepositoryCatalog::isScanningRepositoriesChanged);

@@ -36,28 +36,26 @@ using Choice = std::function<void(Room &)>;
 void renameTwiceThenDelete(TestRepository &repository)
 {
     int round = 0;
-    const auto step = [&](const QString &file, const QString &author) {
+    for (const char *step : {"a.c Ada", "a.c Ada", "b.c Bob", "b.c Bob", "c.c Cyd", "c.c Cyd"}) {
+        const QStringList fileAndAuthor = QString::fromLatin1(step).split(' ');
+        const QString &file = fileAndAuthor[0], &author = fileAndAuthor[1];
+        if (round == 2 || round == 4)
+            repository.git({"mv", round == 2 ? "a.c" : "b.c", file});
         QByteArray text;
         for (int line = 0; line < 20; ++line)
             text += "line " + QByteArray::number(line) + (line == round ? " edited\n" : "\n");
         repository.write(file, text);
         repository.write("keep.h", "round " + QByteArray::number(round++) + "\n");
         repository.commit(file, author, author + "@example.com");
-    };
-    step("a.c", "Ada");
-    step("a.c", "Ada");
-    repository.git({"mv", "a.c", "b.c"});
-    step("b.c", "Bob");
-    step("b.c", "Bob");
-    repository.git({"mv", "b.c", "c.c"});
-    step("c.c", "Cyd");
-    step("c.c", "Cyd");
+    }
     repository.remove("c.c");
     repository.commit("drop c.c", "Cyd", "Cyd@example.com");
 }
 
-QStringList idsOf(const HistoryListModel &history)
+QStringList idsOf(HistoryListModel &history)
 {
+    while (history.canFetchMore({}))
+        history.fetchMore({});
     QStringList ids;
     for (int row = 0; row < history.rowCount(); ++row)
         ids << history.get(row).value(QStringLiteral("id")).toString();
@@ -65,8 +63,6 @@ QStringList idsOf(const HistoryListModel &history)
 }
 
 } // namespace
-
-Q_DECLARE_METATYPE(Choice)
 
 class RepositorySelectionTest : public QObject
 {
@@ -109,50 +105,42 @@ private Q_SLOTS:
                  QStringList {"openFile " + room.repository->path() + "/src/main.cpp"});
     }
 
-    void failedDetailsEndTheWait_data()
-    {
-        QTest::addColumn<Choice>("choose");
-        QTest::addColumn<QString>("errorProperty");
-        QTest::newRow("file") << Choice([](Room &room) {
-            room.selection.selectFile(room.file("conflict.txt"));
-        }) << "fileDetailsError";
-        QTest::newRow("author") << Choice([](Room &room) {
-            room.selection.selectAuthor(room.session.authorStats().constFirst());
-        }) << "authorDetailsError";
-        QTest::newRow("commit changes") << Choice([](Room &room) {
-            room.selection.selectCommit(room.session.commits().constFirst());
-        }) << QString();
-        QTest::newRow("diff") << Choice([](Room &room) {
-            room.selection.presentDiff(room.session.commits().constFirst());
-        }) << QString();
-    }
-
     void failedDetailsEndTheWait()
     {
-        QFETCH(Choice, choose);
-        QFETCH(QString, errorProperty);
-        Room room;
-        QVERIFY(room.open());
-        // Git refuses every read from now on.
-        room.repository->write(".git/HEAD", "garbage\n");
-        QSignalSpy failed(&room.selection, &RepositorySelection::failed);
-        const auto error
-            = [&] { return room.selection.property(qPrintable(errorProperty)).toString(); };
+        // How to choose the row, and the property that holds its failure (none for a commit's).
+        const std::pair<Choice, QString> choices[] = {
+            {[](Room &room) { room.selection.selectFile(room.file("conflict.txt")); },
+             "fileDetailsError"},
+            {[](Room &r) { r.selection.selectAuthor(r.session.authorStats().constFirst()); },
+             "authorDetailsError"},
+            {[](Room &r) { r.selection.selectCommit(r.session.commits().constFirst()); }, {}},
+            {[](Room &r) { r.selection.presentDiff(r.session.commits().constFirst()); }, {}},
+        };
+        for (const auto &[choose, errorProperty] : choices) {
+            Room room;
+            QVERIFY(room.open());
+            // Git refuses every read from now on.
+            room.repository->write(".git/HEAD", "garbage\n");
+            QSignalSpy failed(&room.selection, &RepositorySelection::failed);
+            const auto error = [&room, property = errorProperty] {
+                return room.selection.property(qPrintable(property)).toString();
+            };
 
-        choose(room);
-        QVERIFY(settle(room.selection));
+            choose(room);
+            QVERIFY(settle(room.selection));
 
-        QCOMPARE(failed.count(), 1);
-        const QString message = failed.at(0).at(0).toString();
-        QVERIFY(!message.isEmpty());
-        if (!errorProperty.isEmpty())
-            QCOMPARE(error(), message);
-        QVERIFY(!room.selection.isDiffPresented());
-        QVERIFY(room.selection.commitChanges().isEmpty());
+            QCOMPARE(failed.count(), 1);
+            const QString message = failed.at(0).at(0).toString();
+            QVERIFY(!message.isEmpty());
+            if (!errorProperty.isEmpty())
+                QCOMPARE(error(), message);
+            QVERIFY(!room.selection.isDiffPresented());
+            QVERIFY(room.selection.commitChanges().isEmpty());
 
-        // Choosing again starts over: the old failure is gone while the new read runs.
-        choose(room);
-        QCOMPARE(error(), QString());
+            // Choosing again starts over: the old failure is gone while the new read runs.
+            choose(room);
+            QCOMPARE(error(), QString());
+        }
     }
 
     void choosingTheSameRowAgainSignals()
@@ -175,69 +163,11 @@ private Q_SLOTS:
         QVERIFY(settle(selection));
     }
 
-    // The insights name a file by its last path; its details and commits follow it through its
-    // renames once the index is ready, git's details stand in before.
-    void fileHistoryFollowsRenamesThroughTheIndex()
-    {
-        FixtureRepository repository;
-        renameTwiceThenDelete(repository);
-        ModelHarness harness;
-        QVERIFY(openAndWait(harness.session(), repository.path()));
-        QVERIFY(settle(harness.model()));
-        QVERIFY(harness.analytics().analyticsIndexState().isReady());
-        RepositorySelection &selection = harness.selection();
-        const auto gitLog = [&repository](const QStringList &paths) {
-            return repository.git(QStringList {"log", "--all", "--format=%H", "--"} + paths)
-                .split('\n', Qt::SkipEmptyParts);
-        };
-
-        const struct
-        {
-            const char *name;
-            QString path;
-            bool indexReady;
-            QString status;
-            QStringList commits; ///< of the list, newest first; unused from git
-            QStringList authors;
-            QString lastAuthor;
-        } cases[] = {
-            {"deleted after two renames", "c.c", true, "deleted", gitLog({"a.c", "b.c", "c.c"}),
-             {"Ada", "Bob", "Cyd"}, "Cyd"},
-            {"never renamed", "keep.h", true, "tracked", gitLog({"keep.h"}),
-             {"Ada", "Bob", "Cyd"}, "Cyd"},
-            {"before the index", "keep.h", false, "tracked", {}, {"Ada", "Bob", "Cyd"}, "Cyd"},
-        };
-        for (const auto &test : cases) {
-            selection.setIndexDatabase(test.indexReady ? harness.analytics().databasePath()
-                                                       : QString());
-            harness.model().setSelectedSection(AppViewModel::SidebarSection::Insights);
-            harness.model().openInsightFile(test.path);
-            QVERIFY2(settle(harness.model()), test.name);
-            QCOMPARE(harness.model().errorMessage(), std::nullopt);
-            QCOMPARE(harness.model().selectedSection(), AppViewModel::SidebarSection::Files);
-            QCOMPARE(selection.selectedFile()->status, test.status);
-            const std::optional<FileDetails> &details = selection.selectedFileDetails();
-            QVERIFY2(details, test.name);
-            QCOMPARE(details->authors, test.authors);
-            QCOMPARE(details->lastAuthor, test.lastAuthor);
-            HistoryListModel &history = *selection.fileHistory();
-            QCOMPARE(history.isAvailable(), test.indexReady);
-            if (!test.indexReady) {
-                QCOMPARE(*details, GitService().loadFileDetails(repository.path(), test.path));
-                continue;
-            }
-            while (history.canFetchMore({}))
-                history.fetchMore({});
-            QCOMPARE(idsOf(history), test.commits);
-            QCOMPARE(details->commitCount, test.commits.size());
-            QCOMPARE(details->sizeBytes > 0, test.status != "deleted");
-        }
-    }
-
-    // Once the index is ready an author's details, commits and files come from it, with the
-    // person's other names unless identities are read as recorded; git's details stand in before.
-    // Files are counted by the path each commit changed: Bob worked on b.c, Cyd on c.c.
-    void authorFromTheIndex()
+    // Once the index is ready a file's details and commits follow it through its renames (the
+    // insights name it by its last path), and an author's details, commits and files come from
+    // it, with the person's other names unless identities are read as recorded; git's details
+    // stand in before. Files are counted by the path each commit changed: Bob worked on b.c.
+    void fileAndAuthorHistoriesComeFromTheIndex()
     {
         FixtureRepository repository;
         renameTwiceThenDelete(repository);
@@ -246,64 +176,99 @@ private Q_SLOTS:
         repository.write("keep.h", "by Robert\n");
         repository.commit("by Robert", "Robert", "robert@example.org");
         ModelHarness harness;
-        QVERIFY(openAndWait(harness.session(), repository.path()));
-        QVERIFY(settle(harness.model()));
+        QVERIFY(openAndSettle(harness.model(), repository.path()));
         QVERIFY(harness.analytics().analyticsIndexState().isReady());
         RepositorySelection &selection = harness.selection();
-        const auto gitLog = [&repository](const char *mailmap, const char *author) {
-            return repository
-                .git({"log", "--all", mailmap, "--format=%H", QStringLiteral("--author=") + author})
+        const auto gitLog = [&repository](const QStringList &arguments) {
+            return repository.git(QStringList {"log", "--all", "--format=%H"} + arguments)
                 .split('\n', Qt::SkipEmptyParts);
+        };
+        const auto useIndex = [&](bool ready) {
+            selection.setIndexDatabase(ready ? harness.analytics().databasePath() : QString());
         };
 
         const struct
         {
-            const char *name;
+            const char *path;
+            bool indexReady;
+            QString status;
+            QStringList commits; ///< of the list, newest first; unused from git
+            QStringList authors;
+            QString lastAuthor;
+        } files[] = {
+            {"c.c", true, "deleted", gitLog({"--", "a.c", "b.c", "c.c"}), {"Ada", "Bob", "Cyd"},
+             "Cyd"},
+            // A file's authors are the names its commits record: Robert's own.
+            {"keep.h", true, "tracked", gitLog({"--", "keep.h"}), {"Ada", "Bob", "Cyd", "Robert"},
+             "Robert"},
+            {"keep.h", false, "tracked", {}, {"Ada", "Bob", "Cyd", "Robert"}, "Robert"},
+        };
+        for (const auto &test : files) {
+            useIndex(test.indexReady);
+            harness.model().setSelectedSection(AppViewModel::SidebarSection::Insights);
+            harness.model().openInsightFile(test.path);
+            QVERIFY(settle(harness.model()));
+            QCOMPARE(harness.model().errorMessage(), std::nullopt);
+            QCOMPARE(harness.model().selectedSection(), AppViewModel::SidebarSection::Files);
+            QCOMPARE(selection.selectedFile()->status, test.status);
+            const std::optional<FileDetails> &details = selection.selectedFileDetails();
+            QVERIFY2(details, test.path);
+            QCOMPARE(details->authors, test.authors);
+            QCOMPARE(details->lastAuthor, test.lastAuthor);
+            QCOMPARE(selection.fileHistory()->isAvailable(), test.indexReady);
+            if (!test.indexReady) {
+                QCOMPARE(*details, GitService().loadFileDetails(repository.path(), test.path));
+                continue;
+            }
+            QCOMPARE(idsOf(*selection.fileHistory()), test.commits);
+            QCOMPARE(details->commitCount, test.commits.size());
+            QCOMPARE(details->sizeBytes > 0, test.status != "deleted");
+        }
+
+        const struct
+        {
             const char *author;
             bool indexReady;
             bool merges;
             QStringList commits; ///< newest first
             QList<AuthorFileChanges> files;
-        } cases[] = {
-            {"merged", "Bob", true, true, gitLog("--use-mailmap", "Bob"),
+        } authors[] = {
+            {"Bob", true, true, gitLog({"--use-mailmap", "--author=Bob"}),
              {{"keep.h", 3}, {"b.c", 2}, {".mailmap", 1}}},
-            {"as recorded", "Bob", true, false, gitLog("--no-mailmap", "Bob"),
+            {"Bob", true, false, gitLog({"--no-mailmap", "--author=Bob"}),
              {{"b.c", 2}, {"keep.h", 2}}},
-            {"one name", "Cyd", true, true, gitLog("--no-mailmap", "Cyd"),
+            {"Cyd", true, true, gitLog({"--no-mailmap", "--author=Cyd"}),
              {{"c.c", 3}, {"keep.h", 2}}},
-            {"before the index", "Bob", false, true, gitLog("--use-mailmap", "Bob"), {}},
+            {"Bob", false, true, gitLog({"--use-mailmap", "--author=Bob"}), {}},
         };
-        for (const auto &test : cases) {
-            selection.setIndexDatabase(test.indexReady ? harness.analytics().databasePath()
-                                                       : QString());
+        for (const auto &test : authors) {
+            useIndex(test.indexReady);
             selection.setMergesIdentities(test.merges);
             selection.selectAuthor(AuthorStat {test.author, 0});
-            QVERIFY2(settle(harness.model()), test.name);
+            QVERIFY(settle(harness.model()));
             QCOMPARE(harness.model().errorMessage(), std::nullopt);
             const std::optional<AuthorDetails> &details = selection.selectedAuthorDetails();
-            QVERIFY2(details, test.name);
+            QVERIFY2(details, test.author);
             QCOMPARE(details->commits, test.commits.size());
             QCOMPARE(selection.authorFiles(), test.files);
-            HistoryListModel &history = *selection.authorHistory();
-            QCOMPARE(history.isAvailable(), test.indexReady);
+            QCOMPARE(selection.authorHistory()->isAvailable(), test.indexReady);
             if (!test.indexReady) {
                 QCOMPARE(*details, GitService().loadAuthorDetails(repository.path(), test.author));
                 continue;
             }
-            while (history.canFetchMore({}))
-                history.fetchMore({});
-            QCOMPARE(idsOf(history), test.commits);
+            QCOMPARE(idsOf(*selection.authorHistory()), test.commits);
         }
 
         // Reading identities as recorded again reads the author again.
-        selection.setIndexDatabase(harness.analytics().databasePath());
+        useIndex(true);
         selection.setMergesIdentities(true);
         selection.selectAuthor(AuthorStat {"Bob", 0});
         QVERIFY(settle(harness.model()));
         selection.setMergesIdentities(false);
         QVERIFY(settle(harness.model()));
-        QCOMPARE(selection.selectedAuthorDetails()->commits, gitLog("--no-mailmap", "Bob").size());
-        QCOMPARE(selection.authorHistory()->total(), gitLog("--no-mailmap", "Bob").size());
+        const qsizetype recorded = gitLog({"--no-mailmap", "--author=Bob"}).size();
+        QCOMPARE(selection.selectedAuthorDetails()->commits, recorded);
+        QCOMPARE(selection.authorHistory()->total(), recorded);
     }
 
     void withoutRepositoryNothingStarts()

@@ -17,20 +17,18 @@ namespace {
 
 std::optional<BranchRecord> branchNamed(const RepositorySession &session, const QString &name)
 {
-    for (const BranchRecord &branch : session.branches()) {
-        if (branch.name == name)
-            return branch;
-    }
-    return std::nullopt;
+    const QList<BranchRecord> branches = session.branches();
+    const auto found = std::find_if(branches.cbegin(), branches.cend(),
+                                    [&](const auto &branch) { return branch.name == name; });
+    return found == branches.cend() ? std::nullopt : std::optional(*found);
 }
 
 QList<qint64> pidsIn(const QString &path)
 {
     QFile file(path);
     QList<qint64> pids;
-    if (!file.open(QIODevice::ReadOnly))
-        return pids;
-    for (const QByteArray &line : file.readAll().split('\n')) {
+    for (const QByteArray &line : file.open(QIODevice::ReadOnly) ? file.readAll().split('\n')
+                                                                 : QList<QByteArray>()) {
         if (!line.trimmed().isEmpty())
             pids << line.trimmed().toLongLong();
     }
@@ -56,17 +54,17 @@ private Q_SLOTS:
         QVERIFY(openAndWait(session, QStringLiteral("file://") + repository->path()));
 
         // The activity of the last twelve months depends on today's date; leave it out.
-        order.fired.removeAll(QStringLiteral("activity"));
-        firedWhenPublished.removeAll(QStringLiteral("activity"));
+        order.fired.removeAll("activity");
+        firedWhenPublished.removeAll("activity");
         QCOMPARE(order.fired,
                  (QStringList {"isLoading", "repository", "commits", "branches", "tags", "files",
                                "authorStats", "graphCommits", "isLoading"}));
         QCOMPARE(firedWhenPublished, order.fired.mid(0, order.fired.size() - 1));
         QCOMPARE(session.repository()->path, repository->path());
-        QCOMPARE(session.commits().constFirst().subject, QStringLiteral("Fix beta bug"));
+        QCOMPARE(session.commits().constFirst().subject, "Fix beta bug");
 
         // A reload publishes again, with what changed since.
-        repository->commit(QStringLiteral("Add news"));
+        repository->commit("Add news");
         session.refresh();
         QVERIFY(session.isLoading());
         QVERIFY(settle(session));
@@ -140,39 +138,31 @@ private Q_SLOTS:
         QCOMPARE(session.commits(), commits);
     }
 
-    void checkout_data()
-    {
-        QTest::addColumn<bool>("localEdit");
-        QTest::newRow("switches and reloads") << false;
-        QTest::newRow("refused by git") << true;
-    }
-
+    // Switches and reloads, or, with a local edit git refuses to overwrite, stays and says why.
     void checkout()
     {
-        QFETCH(bool, localEdit);
-        const auto repository = projectRepository();
-        RepositorySession session;
-        QVERIFY(openAndWait(session, repository->path()));
-        if (localEdit)
-            repository->write(QStringLiteral("conflict.txt"), "local edit\n");
-        QSignalSpy failed(&session, &RepositorySession::failed);
+        for (const bool localEdit : {false, true}) {
+            const auto repository = projectRepository();
+            RepositorySession session;
+            QVERIFY(openAndWait(session, repository->path()));
+            if (localEdit)
+                repository->write("conflict.txt", "local edit\n");
+            QSignalSpy failed(&session, &RepositorySession::failed);
 
-        session.setProperty("pendingCheckoutBranch",
-                            toVariantMap(*branchNamed(session, QStringLiteral("feature"))));
-        session.confirmCheckout();
-        QVERIFY(session.isLoading());
-        QVERIFY(!session.pendingCheckoutBranch());
-        QVERIFY(settle(session));
+            session.setProperty("pendingCheckoutBranch",
+                                toVariantMap(*branchNamed(session, "feature")));
+            session.confirmCheckout();
+            QVERIFY(session.isLoading());
+            QVERIFY(!session.pendingCheckoutBranch());
+            QVERIFY(settle(session));
 
-        QVERIFY(!session.isLoading());
-        const QString current
-            = repository->git({QStringLiteral("branch"), QStringLiteral("--show-current")})
-                  .trimmed();
-        QCOMPARE(current, localEdit ? QStringLiteral("main") : QStringLiteral("feature"));
-        QCOMPARE(session.repository()->currentBranch, current);
-        QCOMPARE(failed.count(), localEdit ? 1 : 0);
-        if (!localEdit)
-            QVERIFY(branchNamed(session, QStringLiteral("feature"))->isCurrent);
+            QVERIFY(!session.isLoading());
+            const QString current = repository->git({"branch", "--show-current"}).trimmed();
+            QCOMPARE(current, localEdit ? "main" : "feature");
+            QCOMPARE(session.repository()->currentBranch, current);
+            QCOMPARE(failed.count(), localEdit ? 1 : 0);
+            QCOMPARE(branchNamed(session, "feature")->isCurrent, !localEdit);
+        }
     }
 
     void desktopHandOffsAndThePicker()
@@ -186,9 +176,8 @@ private Q_SLOTS:
         session.revealInFinder();
         session.openInTerminal();
         session.openRepositoryPicker();
-        QCOMPARE(desktop.calls.mid(0, 2),
-                 (QStringList {QStringLiteral("showFolder ") + repository->path(),
-                               QStringLiteral("openTerminal ") + repository->path()}));
+        QCOMPARE(desktop.calls.mid(0, 2), (QStringList {"showFolder " + repository->path(),
+                                                        "openTerminal " + repository->path()}));
         // Nothing happens until the user answers.
         QVERIFY(!session.isLoading());
         desktop.pendingChoice(other->path());
@@ -205,8 +194,7 @@ private Q_SLOTS:
 
         // git for the first repository never answers; for every other it is the real one.
         QTemporaryDir folder;
-        const QString pids = folder.filePath(QStringLiteral("pids"));
-        const QString script = folder.filePath(QStringLiteral("git"));
+        const QString pids = folder.filePath("pids"), script = folder.filePath("git");
         QFile file(script);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("#!/bin/sh\ncase \"$*\" in *\"" + hanging->path().toUtf8()

@@ -2,64 +2,21 @@
 // history where one person writes under two names and three addresses.
 
 #include "insights/AuthorHistory.h"
-#include "TestRepository.h"
+#include "HistoryBuilder.h"
 #include "git/GitService.h"
-#include "index/RepositoryIndexer.h"
-#include "insights/IndexedHistory.h"
-
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 #include <ctime>
-
-namespace strataloom {
-
-// Failures name the figures rather than the record's bytes.
-void PrintTo(const AuthorDetails &details, std::ostream *out)
-{
-    QStringList days;
-    for (const ActivityPoint &point : details.activity)
-        days << QStringLiteral("%1:%2").arg(point.date.toString(Qt::ISODate)).arg(point.count);
-    *out << qPrintable(QStringLiteral("%1: %2 commits +%3 -%4 %5..%6 [%7] {%8}")
-                           .arg(details.name)
-                           .arg(details.commits)
-                           .arg(details.additions)
-                           .arg(details.deletions)
-                           .arg(details.firstCommitDate.value_or(QDateTime()).toString(Qt::ISODate),
-                                details.lastCommitDate.value_or(QDateTime()).toString(Qt::ISODate),
-                                details.emails.join(u' '), days.join(u' ')));
-}
-
-} // namespace strataloom
 
 using namespace strataloom;
 
 namespace {
 
-QStringList parts(const char *joined)
-{
-    return QString::fromUtf8(joined).split(u'|', Qt::SkipEmptyParts);
-}
-
 // Sets TZ for one scope, as a user in that zone runs the application.
-class ZoneScope
+struct ZoneScope
 {
-public:
-    explicit ZoneScope(const char *zone)
-        : m_previous(qgetenv("TZ"))
-    {
-        qputenv("TZ", zone);
-        ::tzset();
-    }
-    ~ZoneScope()
-    {
-        qputenv("TZ", m_previous);
-        ::tzset();
-    }
-
-private:
-    QByteArray m_previous;
+    const QByteArray previous = qgetenv("TZ");
+    explicit ZoneScope(const char *zone) { qputenv("TZ", zone), ::tzset(); }
+    ~ZoneScope() { qputenv("TZ", previous), ::tzset(); }
 };
 
 /**
@@ -76,24 +33,18 @@ private:
  *   New logo             Grace             logo.bin (binary)
  *   Fix the notes        Ada <ada@>        notes.txt
  */
-class AuthorHistoryTest : public ::testing::Test
+class AuthorHistoryTest : public IndexedRepositoryTest
 {
 protected:
-    struct Who
-    {
-        const char *name;
-        const char *email;
-    };
-
     void SetUp() override
     {
+        using Who = std::pair<const char *, const char *>;
         const Who ada {"Ada Lovelace", "ada@example.com"},
             augusta {"Augusta King", "ADA@Example.com"},
             sideAda {"Ada Lovelace", "countess@lovelace.org"},
             countess {"Countess", "countess@old.example"}, grace {"Grace Hopper", "grace@navy.mil"};
         const auto commit = [&](const char *date, const char *message, const Who &who) {
-            repo.setDate(QString::fromLatin1(date));
-            repo.commit(QString::fromUtf8(message), QString::fromUtf8(who.name), who.email);
+            commitAt(QString::fromLatin1(date), message, who.first, who.second);
         };
         repo.write("notes.txt", "one\ntwo\nthree\n");
         repo.write("logo.bin", QByteArray("\x00\x01\x02", 3));
@@ -120,34 +71,11 @@ protected:
         synchronize();
     }
 
-    void synchronize() { RepositoryIndexer(index).synchronize(repo.path()); }
-
     void writeMailmap()
     {
         repo.write(".mailmap", "Ada Lovelace <ada@example.com> Countess <countess@old.example>\n");
         synchronize();
     }
-
-    template<typename Read> auto read(Read read)
-    {
-        return index.read([&](SQLiteDatabase &database) { return read(database); });
-    }
-
-    QStringList subjects(const QString &query, bool mergeIdentities)
-    {
-        return read([&](SQLiteDatabase &database) {
-            IndexedHistory history(database, HistoryQuery::parse(query), mergeIdentities);
-            QStringList result;
-            for (const CommitRecord &commit : history.page(0, 0))
-                result << commit.subject;
-            EXPECT_EQ(history.count(), result.size());
-            return result;
-        });
-    }
-
-    TestRepository repo;
-    QTemporaryDir folder;
-    RepositoryIndex index {folder.filePath("index.sqlite")};
 };
 
 TEST_F(AuthorHistoryTest, DetailsAsRecordedEqualGitsInEveryZone)
@@ -198,13 +126,9 @@ TEST_F(AuthorHistoryTest, DetailsOfAPersonAddUpTheirNamesOnce)
     }
 }
 
-struct TermCase
-{
-    const char *query;
-    const char *gitArguments; ///< git log's answer as recorded, '|'-separated
-    const char *person; ///< the answer with identities merged, without the mailmap
-    const char *personMapped; ///< the same with the mailmap
-};
+// A query; git log's arguments for the answer as recorded, '|'-separated; the answer with
+// identities merged, without the mailmap and with it.
+using TermCase = std::tuple<const char *, const char *, const char *, const char *>;
 
 TEST_F(AuthorHistoryTest, AuthorTermsMatchThePersonOrTheRecordAsGitDoes)
 {
@@ -226,15 +150,15 @@ TEST_F(AuthorHistoryTest, AuthorTermsMatchThePersonOrTheRecordAsGitDoes)
     for (const bool mapped : {false, true}) {
         if (mapped)
             writeMailmap();
-        for (const TermCase &test : cases) {
-            SCOPED_TRACE(std::string(test.query) + (mapped ? " with the mailmap" : ""));
+        for (const auto &[query, gitArguments, person, personMapped] : cases) {
+            SCOPED_TRACE(std::string(query) + (mapped ? " with the mailmap" : ""));
             // As recorded: the names and addresses of the commits, as git reads them without
             // the mailmap.
             const QString asRecorded
                 = repo.git(QStringList {"log", "--all", "--no-mailmap", "-i", "-F", "--format=%s"}
-                           + parts(test.gitArguments));
-            EXPECT_EQ(subjects(test.query, false), asRecorded.split(u'\n', Qt::SkipEmptyParts));
-            EXPECT_EQ(subjects(test.query, true), parts(mapped ? test.personMapped : test.person));
+                           + parts(gitArguments));
+            EXPECT_EQ(subjects(query, false), asRecorded.split(u'\n', Qt::SkipEmptyParts));
+            EXPECT_EQ(subjects(query, true), parts(mapped ? personMapped : person));
         }
     }
 }
@@ -253,20 +177,6 @@ TEST_F(AuthorHistoryTest, MostChangedFilesCountTheAuthorsCommitsPerFile)
     EXPECT_EQ(files("Ada Lovelace", true, 2), (Files {{"notes.txt", 4}, {"compiler.c", 1}}));
     EXPECT_EQ(files("Grace Hopper", false, 10), (Files {{"compiler.c", 1}, {"logo.bin", 1}}));
     EXPECT_EQ(files("Nobody", true, 10), Files {});
-}
-
-TEST(AuthorHistoryQuery, NamesTheAuthorAsOneTerm)
-{
-    for (const char *name : {"Ada Lovelace", "dependabot[bot]", "a:b", "-dash", "Zoë Ünlü"}) {
-        const std::optional<QString> query = authorHistoryQuery(QString::fromUtf8(name));
-        ASSERT_TRUE(query) << name;
-        const HistoryQuery parsed = HistoryQuery::parse(*query);
-        ASSERT_EQ(parsed.terms().size(), 1) << name;
-        EXPECT_EQ(parsed.terms().first().kind, HistoryQueryTerm::Kind::Author) << name;
-        EXPECT_EQ(parsed.terms().first().value, QString::fromUtf8(name));
-    }
-    for (const char *name : {"say \"hi\"", ""})
-        EXPECT_FALSE(authorHistoryQuery(QString::fromUtf8(name))) << name;
 }
 
 } // namespace

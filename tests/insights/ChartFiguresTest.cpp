@@ -22,12 +22,7 @@ TEST(ChartFigures, CompactNumbersKeepThreeSignificantDigitsInTheLocale)
 {
     const QLocale english(QLocale::English, QLocale::UnitedStates);
     const QLocale german(QLocale::German, QLocale::Germany);
-    const struct
-    {
-        double value;
-        QLocale locale;
-        QString expected;
-    } cases[] = {
+    const std::tuple<double, QLocale, QString> cases[] = {
         {0, english, "0"},          {950, english, "950"},           {999.4, english, "999"},
         {1000, english, "1K"},      {1500, english, "1.5K"},         {12345, english, "12.3K"},
         {250000, english, "250K"},  {999999, english, "1M"}, // rounds up into the next unit, not
@@ -42,13 +37,8 @@ TEST(ChartFigures, CompactNumbersKeepThreeSignificantDigitsInTheLocale)
 
 TEST(ChartFigures, ValueScaleEndsOnARoundTickAboveTheLargestValue)
 {
-    const struct
-    {
-        double largest;
-        int ticks;
-        double maximum;
-        qsizetype tickCount;
-    } cases[] = {
+    // The largest value, the ticks asked for, the axis' end and its number of ticks.
+    const std::tuple<double, int, double, qsizetype> cases[] = {
         {40, 5, 40, 5}, // step 10
         {41, 5, 60, 4}, // step 20
         {103, 5, 150, 4}, // step 50
@@ -69,11 +59,7 @@ TEST(ChartFigures, ValueScaleEndsOnARoundTickAboveTheLargestValue)
 TEST(ChartFigures, BucketFollowsTheSpan)
 {
     const QDate start(2020, 1, 1);
-    const struct
-    {
-        int days;
-        ActivityBucket expected;
-    } cases[] = {
+    const std::pair<int, ActivityBucket> cases[] = {
         {0, ActivityBucket::Day},
         {92, ActivityBucket::Day},
         {93, ActivityBucket::Week},
@@ -91,12 +77,7 @@ TEST(ChartFigures, BucketsSumTheirDaysFromMondayOrTheFirstOfTheMonth)
     const QList<IndexedActivityInsight> daily {
         day(QDate(2024, 3, 3), 1, 10), day(QDate(2024, 3, 4), 2, 20),
         day(QDate(2024, 3, 10), 4, 40), day(QDate(2024, 4, 1), 8, 80)};
-    const struct
-    {
-        ActivityBucket bucket;
-        QStringList labels;
-        QList<qint64> commits;
-    } cases[] = {
+    const std::tuple<ActivityBucket, QStringList, QList<qint64>> cases[] = {
         {ActivityBucket::Day,
          {"2024-03-03", "2024-03-04", "2024-03-10", "2024-04-01"},
          {1, 2, 4, 8}},

@@ -94,12 +94,7 @@ TEST(Classifiers, PeriodLabelsStartAtMidnightUTC)
 
 TEST(Classifiers, TrendComparesTheLaterHalfWithTheScaledEarlierHalf)
 {
-    const struct
-    {
-        QList<IndexedActivityInsight> days;
-        ActivityValue value;
-        double percent;
-    } cases[] = {
+    const std::tuple<QList<IndexedActivityInsight>, ActivityValue, double> cases[] = {
         {{day(2), day(1), day(4)}, ActivityValue::Commits, 25},
         {{day(1), day(1), day(3), day(3), day(3)}, ActivityValue::Commits, 200},
         {{day(5)}, ActivityValue::Commits, 0},
@@ -112,6 +107,6 @@ TEST(Classifiers, TrendComparesTheLaterHalfWithTheScaledEarlierHalf)
         {{day(9, 10, 0), day(1, 5, 20)}, ActivityValue::Additions, -50},
         {{day(9, 10, 4), day(1, 5, 20)}, ActivityValue::Deletions, 400},
     };
-    for (const auto &row : cases)
-        EXPECT_DOUBLE_EQ(trend(row.days, row.value), row.percent) << &row - cases;
+    for (const auto &[days, value, percent] : cases)
+        EXPECT_DOUBLE_EQ(trend(days, value), percent) << days.size() << " days, " << int(value);
 }

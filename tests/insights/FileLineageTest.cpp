@@ -67,55 +67,42 @@ QStringList lineages(const History &history)
 
 TEST(FileLineage, RenamesHandHistoryOnUnlessTheOldPathLivesOn)
 {
-    const struct
-    {
-        const char *name;
-        History history;
-        QSet<QString> atHead;
-        QStringList lineages;
-    } cases[] = {
+    // What the case shows, the history, the paths at HEAD, each file's name and commits.
+    const std::tuple<const char *, History, QSet<QString>, QStringList> cases[] = {
         {"a chain of renames is one file",
          historyOf(4, {{0, 'A', "a.c"}, {1, 'R', "b.c", "a.c"}, {2, 'M', "b.c"},
                        {3, 'R', "c.c", "b.c"}}),
-         {"c.c"},
-         {"c.c:0,1,2,3"}},
+         {"c.c"}, {"c.c:0,1,2,3"}},
         {"a change of the old name on another branch follows the rename",
          historyOf(5, {{0, 'A', "a.c"}, {1, 'R', "b.c", "a.c"}, {2, 'M', "a.c"}, {3, 'M', "b.c"},
                        {4, 'M', "b.c"}}),
-         {"b.c"},
-         {"b.c:0,1,2,3,4"}},
+         {"b.c"}, {"b.c:0,1,2,3,4"}},
         {"an old name that lives on at HEAD keeps its history; the rename is a copy",
          historyOf(5, {{0, 'A', "Makefile"}, {1, 'R', "tools/Makefile", "Makefile"},
                        {2, 'M', "Makefile"}, {3, 'M', "Makefile"}, {4, 'M', "Makefile"}}),
-         {"Makefile"},
-         {"Makefile:0,2,3,4", "tools/Makefile:1"}},
+         {"Makefile"}, {"Makefile:0,2,3,4", "tools/Makefile:1"}},
         {"an old name gone from HEAD was the same file in another line of history",
          historyOf(5, {{0, 'A', "gitk"}, {1, 'R', "gitk-git/gitk", "gitk"}, {2, 'M', "gitk"},
                        {3, 'M', "gitk"}, {4, 'M', "gitk"}}),
-         {"gitk-git/gitk"},
-         {"gitk-git/gitk:0,1,2,3,4"}},
+         {"gitk-git/gitk"}, {"gitk-git/gitk:0,1,2,3,4"}},
         {"a new file at the old name starts its own history",
          historyOf(4, {{0, 'A', "a.c"}, {1, 'R', "b.c", "a.c"}, {2, 'A', "a.c"}, {3, 'M', "a.c"}}),
-         {"a.c", "b.c"},
-         {"a.c:2,3", "b.c:0,1"}},
+         {"a.c", "b.c"}, {"a.c:2,3", "b.c:0,1"}},
         {"two names swapped in one commit swap their histories",
          historyOf(3, {{0, 'A', "x"}, {0, 'A', "y"}, {1, 'R', "y", "x"}, {1, 'R', "x", "y"},
                        {2, 'M', "x"}}),
-         {"x", "y"},
-         {"x:0,1,2", "y:0,1"}},
+         {"x", "y"}, {"x:0,1,2", "y:0,1"}},
         {"a swap is one whatever order its rows come in",
          historyOf(3, {{0, 'A', "x"}, {0, 'A', "y"}, {1, 'R', "x", "y"}, {1, 'R', "y", "x"},
                        {2, 'M', "x"}}),
-         {"x", "y"},
-         {"x:0,1,2", "y:0,1"}},
+         {"x", "y"}, {"x:0,1,2", "y:0,1"}},
     };
-    for (const auto &row : cases) {
-        History history = row.history;
-        const QSet<QString> atHead = row.atHead;
-        const std::vector<bool> holdsPath
-            = followRenames(history, [&atHead](const QString &path) { return atHead.contains(path); });
-        EXPECT_EQ(lineages(history), row.lineages) << row.name;
-        EXPECT_EQ(holdsPath.size(), size_t(history.filePaths.size())) << row.name;
-        EXPECT_TRUE(history.renameSources.empty()) << row.name;
+    for (const auto &[name, before, atHead, expected] : cases) {
+        History history = before;
+        const std::vector<bool> holdsPath = followRenames(
+            history, [&paths = atHead](const QString &path) { return paths.contains(path); });
+        EXPECT_EQ(lineages(history), expected) << name;
+        EXPECT_EQ(holdsPath.size(), size_t(history.filePaths.size())) << name;
+        EXPECT_TRUE(history.renameSources.empty()) << name;
     }
 }

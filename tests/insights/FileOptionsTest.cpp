@@ -2,8 +2,6 @@
 // renames, files absent from HEAD, generated, vendored and lock files, the language table.
 #include "HistoryBuilder.h"
 #include "ReferenceInsights.h"
-#include "index/RepositoryIndex.h"
-#include "index/RepositoryIndexer.h"
 #include "insights/FileClassifier.h"
 #include "insights/RepositoryInsights.h"
 
@@ -25,18 +23,10 @@ QByteArray numbered(int lines, int edited = -1, const char *tag = "x")
     return text;
 }
 
-struct IndexedRepository
+class FileOptions : public IndexedRepositoryTest
 {
-    TestRepository repository;
-    TemporaryIndex index;
-
-    IndexedRepository() { repository.setDateStep(3600); }
-
-    RepositoryIndex &synchronized()
-    {
-        RepositoryIndexer(*index).synchronize(repository.path());
-        return *index;
-    }
+protected:
+    void SetUp() override { repo.setDateStep(3600); }
 };
 
 InsightOptions only(bool followRenames, bool hideDeletedFiles, bool excludeGenerated)
@@ -63,11 +53,10 @@ RepositoryAnalyticsInsights recordedInsights(RepositoryIndex &index)
 QStringList hotspotsOf(const RepositoryAnalyticsInsights &result, bool withAuthors = false)
 {
     QStringList paths;
-    for (const IndexedFileInsight &file : result.hotspots) {
+    for (const IndexedFileInsight &file : result.hotspots)
         paths.append(file.path + u':' + QString::number(file.changes)
                      + (withAuthors ? u'/' + QString::number(file.authors) : QString())
-                     + (file.deleted ? QStringLiteral(" deleted") : QString()));
-    }
+                     + (file.deleted ? " deleted" : ""));
     paths.sort();
     return paths;
 }
@@ -76,8 +65,8 @@ QStringList couplingOf(const RepositoryAnalyticsInsights &result)
 {
     QStringList pairs;
     for (const IndexedCoChangeInsight &pair : result.coChanges) {
-        const QString first = pair.firstPath + (pair.firstDeleted ? QStringLiteral("(deleted)") : QString());
-        const QString second = pair.secondPath + (pair.secondDeleted ? QStringLiteral("(deleted)") : QString());
+        const QString first = pair.firstPath + (pair.firstDeleted ? "(deleted)" : "");
+        const QString second = pair.secondPath + (pair.secondDeleted ? "(deleted)" : "");
         pairs.append(std::min(first, second) + u'+' + std::max(first, second));
     }
     pairs.sort();
@@ -116,27 +105,21 @@ void renamedTwice(TestRepository &repository)
 
 } // namespace
 
-TEST(FileOptions, RenamedTwiceThenDeleted)
+TEST_F(FileOptions, RenamedTwiceThenDeleted)
 {
-    IndexedRepository fixture;
-    renamedTwice(fixture.repository);
-    RepositoryIndex &before = fixture.synchronized();
+    renamedTwice(repo);
+    RepositoryIndex &before = synchronize();
     // While c.c is at HEAD, it carries all six changes and the three authors of its names.
     EXPECT_EQ(hotspotsOf(insights(before, only(true, true, false)), true),
               (QStringList {"c.c:6/3", "keep.h:6/3"}));
 
-    fixture.repository.remove("c.c");
-    fixture.repository.commit("drop c.c", "Cyd", "cyd@example.com");
-    RepositoryIndex &index = fixture.synchronized();
-    const qint64 recordedChurn = churnOf(recordedInsights(index), "C");
+    repo.remove("c.c");
+    repo.commit("drop c.c", "Cyd", "cyd@example.com");
+    synchronize();
+    const qint64 recordedChurn = churnOf(recordedInsights(*index), "C");
     ASSERT_GT(recordedChurn, 40);
-    const struct
-    {
-        const char *name;
-        InsightOptions options;
-        QStringList hotspots;
-        QStringList coupling;
-    } cases[] = {
+    // What the options do, the options, the hotspots and the coupled pairs.
+    const std::tuple<const char *, InsightOptions, QStringList, QStringList> cases[] = {
         // Nothing is marked as recorded: the file corrections alone read HEAD's files.
         {"as recorded",
          InsightOptions::asRecorded(),
@@ -153,35 +136,33 @@ TEST(FileOptions, RenamedTwiceThenDeleted)
         {"lineage, deleted hidden", only(true, true, false), {"keep.h:6/3"}, {}},
         {"paths, deleted hidden", only(false, true, false), {"keep.h:6/3"}, {}},
     };
-    for (const auto &row : cases) {
-        const RepositoryAnalyticsInsights result = insights(index, row.options);
-        EXPECT_EQ(hotspotsOf(result, true), row.hotspots) << row.name;
-        EXPECT_EQ(couplingOf(result), row.coupling) << row.name;
+    for (const auto &[name, options, hotspots, coupling] : cases) {
+        const RepositoryAnalyticsInsights result = insights(*index, options);
+        EXPECT_EQ(hotspotsOf(result, true), hotspots) << name;
+        EXPECT_EQ(couplingOf(result), coupling) << name;
         // A deleted file still counts in the technologies: its lines were written.
-        EXPECT_EQ(churnOf(result, "C"), recordedChurn) << row.name;
+        EXPECT_EQ(churnOf(result, "C"), recordedChurn) << name;
     }
 }
 
-TEST(FileOptions, AttributesExcludeGeneratedVendoredAndUndiffedFiles)
+TEST_F(FileOptions, AttributesExcludeGeneratedVendoredAndUndiffedFiles)
 {
-    IndexedRepository fixture;
-    TestRepository &repository = fixture.repository;
-    repository.write(".gitattributes",
+    repo.write(".gitattributes",
                      "gen/** linguist-generated=true\nlib/** linguist-vendored\n*.dat -diff\n"
                      "src/own.c -linguist-generated\n");
-    repository.write("gen/parser.c", numbered(40));
-    repository.write("gen/old.c", numbered(30));
-    repository.write("lib/zlib.c", numbered(50));
-    repository.write("data/table.dat", numbered(60));
-    repository.write("src/own.c", numbered(7));
-    repository.commit("start");
-    repository.remove("gen/old.c"); // flagged although HEAD no longer holds it
-    repository.write("src/own.c", numbered(7, 0));
-    repository.commit("more");
-    RepositoryIndex &index = fixture.synchronized();
+    repo.write("gen/parser.c", numbered(40));
+    repo.write("gen/old.c", numbered(30));
+    repo.write("lib/zlib.c", numbered(50));
+    repo.write("data/table.dat", numbered(60));
+    repo.write("src/own.c", numbered(7));
+    repo.commit("start");
+    repo.remove("gen/old.c"); // flagged although HEAD no longer holds it
+    repo.write("src/own.c", numbered(7, 0));
+    repo.commit("more");
+    synchronize();
 
-    const RepositoryAnalyticsInsights recorded = recordedInsights(index);
-    const RepositoryAnalyticsInsights excluded = insights(index, only(false, false, true));
+    const RepositoryAnalyticsInsights recorded = recordedInsights(*index);
+    const RepositoryAnalyticsInsights excluded = insights(*index, only(false, false, true));
     // The -diff file has no line counts (git takes it for binary); it leaves the rankings.
     const qint64 generatedLines = 40 + 30 + 50;
     EXPECT_EQ(recorded.additions - excluded.additions, generatedLines);
@@ -197,33 +178,26 @@ TEST(FileOptions, AttributesExcludeGeneratedVendoredAndUndiffedFiles)
     EXPECT_EQ(excluded.largestCommits.first().additions, 7 + 4);
 }
 
-TEST(FileOptions, ShebangNamesTheLanguageOfScriptsAtHead)
+TEST_F(FileOptions, ShebangNamesTheLanguageOfScriptsAtHead)
 {
-    IndexedRepository fixture;
-    TestRepository &repository = fixture.repository;
-    repository.write("bin/deploy", "#!/usr/bin/env python3\nprint(1)\n");
-    repository.write("bin/run", "#! /bin/sh -e\necho 1\necho 2\n");
-    repository.write("bin/gone", "#!/bin/bash\n:\n:\n:\n");
-    repository.write("notes", "just words\n");
-    repository.commit("scripts");
-    repository.remove("bin/gone");
-    repository.commit("drop one");
+    repo.write("bin/deploy", "#!/usr/bin/env python3\nprint(1)\n");
+    repo.write("bin/run", "#! /bin/sh -e\necho 1\necho 2\n");
+    repo.write("bin/gone", "#!/bin/bash\n:\n:\n:\n");
+    repo.write("notes", "just words\n");
+    repo.commit("scripts");
+    repo.remove("bin/gone");
+    repo.commit("drop one");
     const RepositoryAnalyticsInsights result
-        = insights(fixture.synchronized(), only(false, false, true));
-    const struct
-    {
-        const char *technology;
-        qint64 churn;
-    } expected[] = {
+        = insights(synchronize(), only(false, false, true));
+    const std::pair<const char *, qint64> expected[] = {
         {"Python", 2},
         {"Shell", 3},
         // HEAD's files alone are read: a script deleted since has no first line to go by.
         {"Other", 4 + 4 + 1},
     };
-    for (const auto &row : expected)
-        EXPECT_EQ(churnOf(result, QString::fromLatin1(row.technology)), row.churn)
-            << row.technology;
-    EXPECT_EQ(churnOf(recordedInsights(fixture.synchronized()), "Other"), 2 + 3 + 8 + 1);
+    for (const auto &[technology, churn] : expected)
+        EXPECT_EQ(churnOf(result, QString::fromLatin1(technology)), churn) << technology;
+    EXPECT_EQ(churnOf(recordedInsights(synchronize()), "Other"), 2 + 3 + 8 + 1);
 }
 
 // The path rules that need no repository: each row a path among the paths of one history.
@@ -251,12 +225,8 @@ TEST(FileClassifier, NamesLanguagesByNameExtensionAndInterpreter)
 {
     const FileClassifier classifier({"Documentation/asciidoc.conf", "Documentation/git.txt",
                                      "Documentation/technical/api.txt", "notes/todo.txt"});
-    const struct
-    {
-        const char *path;
-        const char *interpreter;
-        const char *technology;
-    } cases[] = {
+    // The path, the interpreter of its first line, the technology.
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"git-svn.perl", "", "Perl"},
         {"doc/guide.adoc", "", "AsciiDoc"},
         {"Documentation/git.txt", "", "AsciiDoc"},
@@ -274,10 +244,8 @@ TEST(FileClassifier, NamesLanguagesByNameExtensionAndInterpreter)
         {"src/main.c", "perl", "C"}, // an extension is not overruled by a first line
         {"data/model.xyz", "", ".xyz"},
     };
-    for (const auto &row : cases) {
-        EXPECT_EQ(classifier.technology(QString::fromLatin1(row.path),
-                                        QString::fromLatin1(row.interpreter)),
-                  QString::fromLatin1(row.technology))
-            << row.path << " " << row.interpreter;
-    }
+    for (const auto &[path, interpreter, technology] : cases)
+        EXPECT_EQ(classifier.technology(QString::fromLatin1(path), QString::fromLatin1(interpreter)),
+                  QString::fromLatin1(technology))
+            << path << " " << interpreter;
 }

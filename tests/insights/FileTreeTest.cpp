@@ -3,15 +3,10 @@
 // in the index says, through renames, branches and identities.
 
 #include "insights/FileTree.h"
+#include "HistoryBuilder.h"
 #include "insights/FileHistory.h"
-#include "insights/IndexedHistory.h"
-#include "TestRepository.h"
-#include "index/RepositoryIndexer.h"
 
 #include <QSet>
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 using namespace strataloom;
 
@@ -35,12 +30,7 @@ QString shape(const FileTree &tree)
 
 TEST(FileTree, FoldersFirstThenNamesByValueWithoutCase)
 {
-    struct Case
-    {
-        QStringList paths;
-        const char *shape;
-    };
-    const Case cases[] = {
+    const std::pair<QStringList, const char *> cases[] = {
         {{}, ""},
         {{"b.txt", "A.txt", "a.md"}, "0:a.md|0:A.txt|0:b.txt"},
         {{"file10", "file9", "dir/x", "Dir2/y"}, "0:dir|1:x|0:Dir2|1:y|0:file9|0:file10"},
@@ -49,8 +39,8 @@ TEST(FileTree, FoldersFirstThenNamesByValueWithoutCase)
         // A path given twice is one file.
         {{"a/b", "a/b"}, "0:a|1:b"},
     };
-    for (const Case &test : cases)
-        EXPECT_EQ(shape(buildFileTree(test.paths)), QString::fromUtf8(test.shape)) << test.shape;
+    for (const auto &[paths, expected] : cases)
+        EXPECT_EQ(shape(buildFileTree(paths)), QString::fromUtf8(expected)) << expected;
 
     const FileTree tree = buildFileTree({"src/lib/c.c", "src/b.c", "README"});
     EXPECT_EQ(tree.root().fileCount, 3);
@@ -74,13 +64,8 @@ TEST(FileTree, FiguresCountACommitAndAnAuthorOncePerFolder)
     };
     addFileTreeChanges(tree, changes, names);
 
-    struct Case
-    {
-        const char *path;
-        qint64 commits, authors, lastChange;
-        const char *lastAuthor;
-    };
-    const Case cases[] = {
+    // A node's path, its commits, authors, last change and last author.
+    const std::tuple<const char *, qint64, qint64, qint64, const char *> cases[] = {
         {"", 4, 3, 300, "Grace"},
         {"src", 4, 3, 300, "Grace"},
         {"src/lib", 2, 2, 100, "Ada"}, // the undated commit counts, but has no date
@@ -89,12 +74,11 @@ TEST(FileTree, FiguresCountACommitAndAnAuthorOncePerFolder)
         {"src/b.c", 2, 2, 300, "Grace"},
         {"README", 1, 1, 300, "Grace"},
     };
-    for (const Case &test : cases) {
-        const FileTreeNode &entry = tree.nodes[size_t(node(test.path))];
-        EXPECT_EQ(entry.commits, test.commits) << test.path;
-        EXPECT_EQ(entry.authors, test.authors) << test.path;
-        EXPECT_EQ(entry.lastChange, test.lastChange) << test.path;
-        EXPECT_EQ(entry.lastAuthor, QString::fromUtf8(test.lastAuthor)) << test.path;
+    for (const auto &[path, commits, authors, lastChange, lastAuthor] : cases) {
+        const FileTreeNode &entry = tree.nodes[size_t(node(path))];
+        EXPECT_EQ(std::tuple(entry.commits, entry.authors, entry.lastChange, entry.lastAuthor),
+                  std::tuple(commits, authors, lastChange, QString::fromUtf8(lastAuthor)))
+            << path;
     }
 }
 
@@ -108,7 +92,7 @@ TEST(FileTree, FiguresCountACommitAndAnAuthorOncePerFolder)
  *   5 Ada L. src/lib/util.c                          (Ada's address, another name)
  *   6 Zoe    src/app/extra.c                         (branch side, never merged)
  */
-class FileTreeIndexTest : public ::testing::Test
+class FileTreeIndexTest : public IndexedRepositoryTest
 {
 protected:
     void SetUp() override
@@ -117,8 +101,7 @@ protected:
         for (int i = 0; i < 30; ++i)
             body += "line " + QByteArray::number(i) + '\n';
         const auto commit = [&](int day, const char *message, const char *name, const char *email) {
-            repo.setDate(QStringLiteral("2024-02-%1T12:00:00Z").arg(day, 2, 10, QLatin1Char('0')));
-            repo.commit(QString::fromUtf8(message), QString::fromUtf8(name), email);
+            commitAt(QStringLiteral("2024-02-0%1T12:00:00Z").arg(day), message, name, email);
         };
         repo.write("README", "hello\n");
         repo.write("src/app/main.c", "main\n");
@@ -144,18 +127,18 @@ protected:
         commit(6, "Side", "Zoe", "zoe@example.org");
         repo.git({"checkout", "-q", "main"});
         repo.git({"branch", "-D", "side"});
-        RepositoryIndexer(index).synchronize(repo.path());
+        synchronize();
     }
 
-    FileTree read(bool people)
+    FileTree tree(bool people)
     {
-        return index.read([&](SQLiteDatabase &database) { return readFileTree(database, people); });
+        return read([&](SQLiteDatabase &database) { return readFileTree(database, people); });
     }
 
     // The commit ids and author names of @p path's history as the inspector reads it.
     std::pair<QSet<QString>, QSet<QString>> history(const QString &path)
     {
-        return index.read([&](SQLiteDatabase &database) {
+        return read([&](SQLiteDatabase &database) {
             IndexedHistory commits(database, HistoryQuery::parse(*fileHistoryQuery(path)));
             std::pair<QSet<QString>, QSet<QString>> found;
             for (const CommitRecord &commit : commits.page(0, 0)) {
@@ -165,15 +148,12 @@ protected:
             return found;
         });
     }
-
-    TestRepository repo;
-    QTemporaryDir folder;
-    RepositoryIndex index {folder.filePath("index.sqlite")};
 };
 
 TEST_F(FileTreeIndexTest, EveryFileAndFolderSumsItsFilesHistories)
 {
-    const FileTree tree = read(false);
+    const FileTree tree = this->tree(false);
+    const FileTree people = this->tree(true);
     EXPECT_EQ(shape(tree), "0:docs|1:guide|2:final.txt|0:src|1:app|2:main.c|1:lib|2:util.c|0:README");
 
     // Each node's commits and authors: the union of the histories of the files under it.
@@ -193,43 +173,23 @@ TEST_F(FileTreeIndexTest, EveryFileAndFolderSumsItsFilesHistories)
         EXPECT_EQ(entry.authors, expected[node].second.size()) << entry.path.toStdString();
     }
 
-    // The figures themselves, so that an empty history on both sides cannot pass.
-    struct Case
-    {
-        const char *path;
-        qint64 commits, authors;
-        const char *lastChange;
+    // The figures themselves, so that an empty history on both sides cannot pass; the people
+    // join the names of one address.
+    // A node's path, its commits, authors as recorded, people and last change.
+    const std::tuple<const char *, qint64, qint64, qint64, const char *> cases[] = {
+        {"", 5, 4, 3, "2024-02-05T12:00:00Z"},
+        {"docs/guide/final.txt", 3, 2, 2, "2024-02-04T12:00:00Z"}, // through both renames
+        {"src", 3, 3, 2, "2024-02-05T12:00:00Z"}, // "Both" once; the unmerged side not at all
+        {"src/lib/util.c", 3, 3, 2, "2024-02-05T12:00:00Z"},
+        {"src/app/main.c", 2, 2, 2, "2024-02-02T12:00:00Z"},
+        {"README", 1, 1, 1, "2024-02-01T12:00:00Z"},
     };
-    const Case cases[] = {
-        {"", 5, 4, "2024-02-05T12:00:00Z"},
-        {"docs/guide/final.txt", 3, 2, "2024-02-04T12:00:00Z"}, // through both renames
-        {"src", 3, 3, "2024-02-05T12:00:00Z"}, // "Both" once; the unmerged side not at all
-        {"src/app/main.c", 2, 2, "2024-02-02T12:00:00Z"},
-        {"README", 1, 1, "2024-02-01T12:00:00Z"},
-    };
-    for (const Case &test : cases) {
-        const FileTreeNode &entry = tree.nodes[size_t(tree.find(QString::fromUtf8(test.path)))];
-        EXPECT_EQ(entry.commits, test.commits) << test.path;
-        EXPECT_EQ(entry.authors, test.authors) << test.path;
-        EXPECT_EQ(QDateTime::fromSecsSinceEpoch(entry.lastChange, Qt::UTC),
-                  QDateTime::fromString(QString::fromUtf8(test.lastChange), Qt::ISODate))
-            << test.path;
-    }
-}
-
-TEST_F(FileTreeIndexTest, PeopleJoinTheNamesOfOneAddress)
-{
-    struct Case
-    {
-        const char *path;
-        qint64 recorded, people;
-    };
-    const Case cases[] = {{"", 4, 3}, {"src/lib/util.c", 3, 2}, {"src/app", 2, 2}};
-    const FileTree recorded = read(false);
-    const FileTree people = read(true);
-    for (const Case &test : cases) {
-        const QString path = QString::fromUtf8(test.path);
-        EXPECT_EQ(recorded.nodes[size_t(recorded.find(path))].authors, test.recorded) << test.path;
-        EXPECT_EQ(people.nodes[size_t(people.find(path))].authors, test.people) << test.path;
+    for (const auto &[path, commits, authors, persons, lastChange] : cases) {
+        const FileTreeNode &entry = tree.nodes[size_t(tree.find(QString::fromUtf8(path)))];
+        EXPECT_EQ(std::tuple(entry.commits, entry.authors, entry.lastChange),
+                  std::tuple(commits, authors, utcDate(lastChange).toSecsSinceEpoch()))
+            << path;
+        EXPECT_EQ(people.nodes[size_t(people.find(QString::fromUtf8(path)))].authors, persons)
+            << path;
     }
 }

@@ -2,10 +2,14 @@
 
 #include "TestRepository.h"
 #include "index/RepositoryIndex.h"
+#include "index/RepositoryIndexer.h"
+#include "insights/IndexedHistory.h"
 #include "insights/InsightRecords.h"
 
 #include <QDateTime>
 #include <QTemporaryDir>
+
+#include <gtest/gtest.h>
 
 namespace strataloom {
 
@@ -93,6 +97,54 @@ struct TemporaryIndex
 
     RepositoryIndex &operator*() { return index; }
     RepositoryIndex *operator->() { return &index; }
+};
+
+// "a|b|c" as a list; no parts for "".
+inline QStringList parts(const char *joined)
+{
+    return QString::fromUtf8(joined).split(u'|', Qt::SkipEmptyParts);
+}
+
+// A repository of real commits and its index, for the readers that answer from the index what
+// git answers from the repository.
+class IndexedRepositoryTest : public ::testing::Test
+{
+protected:
+    void commitAt(const QString &date, const char *message, const char *name, const char *email)
+    {
+        repo.setDate(date);
+        repo.commit(QString::fromUtf8(message), QString::fromUtf8(name), QString::fromUtf8(email));
+    }
+    RepositoryIndex &synchronize()
+    {
+        RepositoryIndexer(*index).synchronize(repo.path());
+        return *index;
+    }
+    template<typename Read> auto read(Read read)
+    {
+        return index->read([&](SQLiteDatabase &database) { return read(database); });
+    }
+    // The subjects of git log's answer to the '|'-separated @p arguments, newest first.
+    QStringList gitSubjects(const char *arguments) const
+    {
+        return repo.git(QStringList {"log", "--format=%s"} + parts(arguments))
+            .split(u'\n', Qt::SkipEmptyParts);
+    }
+    // The subjects of every commit @p query finds in the index, newest first; the count agrees.
+    QStringList subjects(const QString &query, bool mergeIdentities = true)
+    {
+        return read([&](SQLiteDatabase &database) {
+            IndexedHistory history(database, HistoryQuery::parse(query), mergeIdentities);
+            QStringList result;
+            for (const CommitRecord &commit : history.page(0, 0))
+                result << commit.subject;
+            EXPECT_EQ(history.count(), result.size()) << query.toStdString();
+            return result;
+        });
+    }
+
+    TestRepository repo;
+    TemporaryIndex index;
 };
 
 } // namespace strataloom

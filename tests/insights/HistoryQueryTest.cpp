@@ -28,16 +28,10 @@ QString describe(const HistoryQuery &query)
     return terms.join(QStringLiteral(" | "));
 }
 
-struct ReadCase
-{
-    const char *query;
-    const char *terms;
-};
-
 TEST(HistoryQueryTest, ReadsEveryKindOfTerm)
 {
     // The tests run with TZ=UTC: a day starts at its UTC midnight.
-    const ReadCase cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"", ""},
         {"   ", ""},
         {"fix crash", "Word=fix | Word=crash"},
@@ -52,11 +46,9 @@ TEST(HistoryQueryTest, ReadsEveryKindOfTerm)
         {"path:\"dir with blanks/a b.txt\"", "Path=dir with blanks/a b.txt"},
         {"café\tnaïve", "Word=café | Word=naïve"},
     };
-    for (const ReadCase &test : cases) {
-        SCOPED_TRACE(test.query);
-        EXPECT_EQ(describe(HistoryQuery::parse(QString::fromUtf8(test.query))),
-                  QString::fromUtf8(test.terms));
-    }
+    for (const auto &[query, terms] : cases)
+        EXPECT_EQ(describe(HistoryQuery::parse(QString::fromUtf8(query))), QString::fromUtf8(terms))
+            << query;
 }
 
 TEST(HistoryQueryTest, TermsKnowWhereTheyStand)
@@ -68,16 +60,10 @@ TEST(HistoryQueryTest, TermsKnowWhereTheyStand)
     EXPECT_EQ(places, (QList<std::pair<qsizetype, qsizetype>> {{2, 3}, {6, 12}, {19, 1}}));
 }
 
-struct MalformedCase
-{
-    const char *query;
-    const char *says; ///< a part of the message
-    qsizetype position;
-};
-
 TEST(HistoryQueryTest, MalformedQueriesSayWhatAndWhere)
 {
-    const MalformedCase cases[] = {
+    // The query, a part of the message, the position.
+    const std::tuple<const char *, const char *, qsizetype> cases[] = {
         {"foo:bar", "unknown key \"foo:\"", 0},
         {"fix std::string", "unknown key \"std:\"", 4},
         {"fix author:", "author: needs a value", 4},
@@ -94,19 +80,19 @@ TEST(HistoryQueryTest, MalformedQueriesSayWhatAndWhere)
         {"x http://example.org", "unknown key \"http:\"", 2},
         {"1:2", "is no key", 0},
     };
-    for (const MalformedCase &test : cases) {
-        SCOPED_TRACE(test.query);
+    for (const auto &[query, says, position] : cases) {
+        SCOPED_TRACE(query);
         try {
-            HistoryQuery::parse(QString::fromUtf8(test.query));
+            HistoryQuery::parse(QString::fromUtf8(query));
             ADD_FAILURE() << "no error";
         } catch (const HistoryQueryError &error) {
-            EXPECT_TRUE(error.message().contains(QString::fromUtf8(test.says)))
+            EXPECT_TRUE(error.message().contains(QString::fromUtf8(says)))
                 << error.message().toStdString();
-            EXPECT_EQ(error.position(), test.position);
+            EXPECT_EQ(error.position(), position);
             EXPECT_GT(error.length(), 0);
             // The text for a terminal names the place as people count: from 1.
             EXPECT_TRUE(QString::fromUtf8(error.what())
-                            .endsWith(QStringLiteral("(at character %1)").arg(test.position + 1)));
+                            .endsWith(QStringLiteral("(at character %1)").arg(position + 1)));
         }
     }
 }

@@ -82,11 +82,8 @@ Parsed parse(const QString &html)
 
 TEST(HtmlReport, HostileTextsStayTextAndThePageLoadsAndRunsNothing)
 {
-    const struct
-    {
-        QString text;
-        QString shown; ///< what the reader sees
-    } cases[] = {
+    // A repository's text, and what the reader sees when it is not the text itself.
+    const std::pair<QString, QString> cases[] = {
         {"src/main.c", {}},
         {"<script>alert(1)</script>", {}},
         {"\"><img src=x onerror=alert(1)>", {}},
@@ -109,7 +106,7 @@ TEST(HtmlReport, HostileTextsStayTextAndThePageLoadsAndRunsNothing)
         EXPECT_EQ(parsed.elements.count("h1"), 1);
         EXPECT_TRUE(parsed.elements.contains("svg"));
         EXPECT_TRUE(parsed.text.contains(shown.isEmpty() ? text : shown));
-        if (text != cases[0].text)
+        if (text != cases[0].first)
             continue;
         // A plain page has no reference to anything outside it; the only address names the SVG
         // namespace, which is never fetched.

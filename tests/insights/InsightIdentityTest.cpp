@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <numeric>
 #include <random>
 
 using namespace strataloom;
@@ -22,10 +23,8 @@ namespace {
 
 QString foldASCII(QString text)
 {
-    for (QChar &c : text) {
-        if (c >= u'A' && c <= u'Z')
-            c = QChar(c.unicode() + 32);
-    }
+    for (QChar &c : text)
+        c = c >= u'A' && c <= u'Z' ? QChar(c.unicode() + 32) : c;
     return text;
 }
 
@@ -143,9 +142,8 @@ public:
             int files = pick(0, 5);
             if (pick(0, 25) == 0)
                 files = pick(49, 52);
-            QList<int> chosen;
-            for (int f = 0; f < m_paths.size(); ++f)
-                chosen.append(f);
+            QList<int> chosen(m_paths.size());
+            std::iota(chosen.begin(), chosen.end(), 0);
             std::shuffle(chosen.begin(), chosen.end(), m_random);
             for (int f = 0; f < files; ++f) {
                 // Most small commits share a few files, so pairs and ranks tie often.

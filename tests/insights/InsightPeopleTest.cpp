@@ -22,17 +22,17 @@ struct Author
     int commits;
 };
 
-const Author authors[]
-    = {{"TJ Holowaychuk", "tj@vision-media.ca", 3},
-       {"Tj Holowaychuk", "TJ@Vision-Media.ca", 1},
-       {"Ann", "", 1},
-       {"Ben", "", 1},
-       {"Cid", "noreply@github.com", 1},
-       {"Dee", "noreply@github.com", 1},
-       {"nico", "nico@old.org", 1},
-       {"Nicolas Williams", "nico@cryptonector.com", 2},
-       {"N. Williams", "nw@x.org", 1},
-       {"dependabot[bot]", "49699333+dependabot[bot]@users.noreply.github.com", 6}};
+const Author authors[] = {{"TJ Holowaychuk", "tj@vision-media.ca", 3},
+                          {"Tj Holowaychuk", "TJ@Vision-Media.ca", 1},
+                          {"Ann", "", 1},
+                          {"Ben", "", 1},
+                          {"Cid", "noreply@github.com", 1},
+                          {"Dee", "noreply@github.com", 1},
+                          {"nico", "nico@old.org", 1},
+                          {"Nicolas Williams", "nico@cryptonector.com", 2},
+                          {"N. Williams", "nw@x.org", 1},
+                          {"dependabot[bot]", "49699333+dependabot[bot]@users.noreply.github.com",
+                           6}};
 
 // What the repository's mailmap maps, as the synchronisation stores it: name and address, and
 // the name and address they map to.
@@ -184,14 +184,8 @@ TEST(InsightPeople, MergedIdentitiesListWhatTheCommitsRecord)
 
 TEST(InsightPeople, PlaceholdersAndAutomationAccounts)
 {
-    struct Case
-    {
-        const char *name;
-        const char *email;
-        bool placeholder;
-        bool automation;
-    };
-    const Case cases[] = {
+    // Name, address, whether the address is a placeholder, whether the account is automation.
+    const std::tuple<const char *, const char *, bool, bool> cases[] = {
         {"Ann", "", true, false},
         {"Ann", " NoReply@GitHub.com ", true, false},
         {"Ann", "1234+ann@users.noreply.github.com", false, false},
@@ -201,9 +195,8 @@ TEST(InsightPeople, PlaceholdersAndAutomationAccounts)
         {"GitHub Action", "action@github.com", false, true},
         {"Robot Robertson", "robot@example.com", false, false},
     };
-    for (const Case &row : cases) {
-        SCOPED_TRACE(row.email);
-        EXPECT_EQ(aggregates::isPlaceholderEmail(row.email), row.placeholder);
-        EXPECT_EQ(aggregates::isAutomationAccount(row.name, row.email), row.automation);
+    for (const auto &[name, email, placeholder, automation] : cases) {
+        EXPECT_EQ(aggregates::isPlaceholderEmail(email), placeholder) << email;
+        EXPECT_EQ(aggregates::isAutomationAccount(name, email), automation) << name;
     }
 }

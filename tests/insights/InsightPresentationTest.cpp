@@ -68,12 +68,8 @@ QStringList titles(const RepositoryAnalyticsInsights &insights)
 // Each rule at its threshold and one step beside it: which observation shows and which does not.
 TEST(InsightPresentation, ObservationsAppearFromTheirThresholdOn)
 {
-    const struct
-    {
-        Figures figures;
-        const char *shown;
-        const char *hidden;
-    } cases[] = {
+    // The figures, the observation shown and one not shown ("" for none).
+    const std::tuple<Figures, const char *, const char *> cases[] = {
         {{.total = 20, .shares = {0.6499, 0.3501}},
          "Distributed contribution",
          "Concentrated ownership"},
@@ -99,11 +95,11 @@ TEST(InsightPresentation, ObservationsAppearFromTheirThresholdOn)
         {{.total = 100, .wide = 9}, "", "Broad change sets"},
         {{.total = 100, .wide = 10}, "Broad change sets", ""},
     };
-    for (const auto &c : cases) {
-        const QStringList shown = titles(history(c.figures));
-        SCOPED_TRACE("row " + std::to_string(&c - cases) + ": " + shown.join(", ").toStdString());
-        EXPECT_TRUE(!*c.shown || shown.contains(QLatin1String(c.shown)));
-        EXPECT_TRUE(!*c.hidden || !shown.contains(QLatin1String(c.hidden)));
+    for (const auto &[figures, shows, hides] : cases) {
+        const QStringList shown = titles(history(figures));
+        SCOPED_TRACE(std::string(shows) + " / not " + hides + ": " + shown.join(", ").toStdString());
+        EXPECT_TRUE(!*shows || shown.contains(QLatin1String(shows)));
+        EXPECT_TRUE(!*hides || !shown.contains(QLatin1String(hides)));
     }
 }
 
@@ -152,12 +148,8 @@ TEST(InsightPresentation, AnEmptyHistoryShowsOnlyTheVocabularyAndTheMessageSigna
 // commits are in percent of the history; signals are in their fixed order.
 TEST(InsightPresentation, RiskSignalsScaleToTheirThresholdsAndCap)
 {
-    const struct
-    {
-        qsizetype signal;
-        Figures figures;
-        double expected;
-    } cases[] = {
+    // The signal's place, the figures, its value.
+    const std::tuple<qsizetype, Figures, double> cases[] = {
         {0, {.shares = {0.6}}, 80},
         {0, {.shares = {0.9}}, 100},
         {1, {.reverts = 5}, 50},
@@ -174,12 +166,12 @@ TEST(InsightPresentation, RiskSignalsScaleToTheirThresholdsAndCap)
         // Without any lines the total counts as one, so the score stays finite.
         {5, {.hotspots = {hotspot(3, 1)}}, 0},
     };
-    for (const auto &c : cases) {
-        Figures figures = c.figures;
-        figures.total = 100;
-        const QList<InsightRiskSignal> signals = calculatedRiskSignals(history(figures));
+    for (const auto &[signal, figures, expected] : cases) {
+        Figures ofHundred = figures;
+        ofHundred.total = 100;
+        const QList<InsightRiskSignal> signals = calculatedRiskSignals(history(ofHundred));
         ASSERT_EQ(signals.size(), 6);
-        EXPECT_NEAR(signals.at(c.signal).value, c.expected, 1e-9) << "row " << &c - cases;
+        EXPECT_NEAR(signals.at(signal).value, expected, 1e-9) << "signal " << signal;
     }
 }
 

@@ -29,7 +29,7 @@ template<typename T, typename Key> QStringList keys(const QList<T> &rows, Key ke
 }
 
 // Commits by authors "A", "B", ... with the given numbers of commits, one per hour.
-HistoryBuilder authorsWithCommits(std::initializer_list<int> counts)
+HistoryBuilder authorsWithCommits(const QList<int> &counts)
 {
     HistoryBuilder history;
     qint64 time = at("2024-01-01T00:00:00Z");
@@ -68,32 +68,23 @@ TEST(RepositoryInsights, EmptyIndexAndRefsWithoutHistory)
 
 TEST(RepositoryInsights, BusFactorIsFewestTopAuthorsReachingHalfTheCommits)
 {
-    const struct
-    {
-        std::initializer_list<int> counts;
-        qint64 busFactor;
-        qint64 oneTime;
-    } cases[] = {{{5, 3, 1, 1}, 1, 2}, {{4, 3, 2, 1}, 2, 1}, {{1, 1, 1}, 2, 3}};
-    for (const auto &row : cases) {
-        const RepositoryAnalyticsInsights result = insightsOf(authorsWithCommits(row.counts));
+    // Commits per author, the bus factor, the authors of a single commit.
+    const std::tuple<QList<int>, qint64, qint64> cases[] = {
+        {{5, 3, 1, 1}, 1, 2}, {{4, 3, 2, 1}, 2, 1}, {{1, 1, 1}, 2, 3}};
+    for (const auto &[counts, busFactor, oneTime] : cases) {
+        const RepositoryAnalyticsInsights result = insightsOf(authorsWithCommits(counts));
         SCOPED_TRACE(result.totalCommits);
-        EXPECT_EQ(result.busFactor, row.busFactor);
-        EXPECT_EQ(result.oneTimeContributors, row.oneTime);
+        EXPECT_EQ(result.busFactor, busFactor);
+        EXPECT_EQ(result.oneTimeContributors, oneTime);
         EXPECT_DOUBLE_EQ(result.topAuthors[0].commitShare,
-                         double(*row.counts.begin()) / double(result.totalCommits));
+                         double(counts.first()) / double(result.totalCommits));
     }
 }
 
 TEST(RepositoryInsights, SubjectCounters)
 {
     using Value = std::function<double(const RepositoryAnalyticsInsights &)>;
-    const struct
-    {
-        const char *what;
-        HistoryBuilder history;
-        Value value;
-        double expected;
-    } cases[] = {
+    const std::tuple<const char *, HistoryBuilder, Value, double> cases[] = {
         {"reverts begin with revert in any case",
          subjects({u"Revert \"feat: x\"", u"REVERTED the parser", u"reverting y", u"revert: undo",
                    u"undo revert", u" revert with blank"}),
@@ -108,10 +99,8 @@ TEST(RepositoryInsights, SubjectCounters)
          subjects({u"abc", u"abcdef     ", u"abcdefghij", u"αβγδεζηθι"}),
          [](const auto &r) { return r.averageSubjectLength; }, (3 + 11 + 10 + 9) / 4.0},
     };
-    for (const auto &row : cases) {
-        SCOPED_TRACE(row.what);
-        EXPECT_DOUBLE_EQ(row.value(insightsOf(row.history)), row.expected);
-    }
+    for (const auto &[what, history, value, expected] : cases)
+        EXPECT_DOUBLE_EQ(value(insightsOf(history)), expected) << what;
 }
 
 TEST(RepositoryInsights, WideCommitsStartAtTenFilesAndLargestCommitsTieByAge)
@@ -181,22 +170,18 @@ TEST(RepositoryInsights, CoChangePairsNeedTwoCommitsOfAtMostFiftyFiles)
 
 TEST(RepositoryInsights, GapsAreWholeDaysBetweenCommitMomentsAndDaysAreUTC)
 {
-    const struct
-    {
-        std::initializer_list<const char *> times;
-        qint64 gap;
-        qint64 activeDays;
-    } cases[] = {{{"2024-01-02T23:30:00Z", "2024-01-01T00:30:00Z"}, 1, 2},
-                 {{"2024-01-01T00:00:00Z", "2024-01-03T23:59:59Z", "2024-01-04T00:00:00Z"}, 2, 3},
-                 {{"2024-01-01T00:00:00Z", "2024-01-01T23:59:59Z"}, 0, 1}};
-    for (const auto &row : cases) {
+    // Commit moments, the longest gap, the active days.
+    const std::tuple<QList<const char *>, qint64, qint64> cases[] = {
+        {{"2024-01-02T23:30:00Z", "2024-01-01T00:30:00Z"}, 1, 2},
+        {{"2024-01-01T00:00:00Z", "2024-01-03T23:59:59Z", "2024-01-04T00:00:00Z"}, 2, 3},
+        {{"2024-01-01T00:00:00Z", "2024-01-01T23:59:59Z"}, 0, 1}};
+    for (const auto &[times, gap, activeDays] : cases) {
         HistoryBuilder history;
-        for (const char *time : row.times)
+        for (const char *time : times)
             history.commit("x", at(time));
         const RepositoryAnalyticsInsights result = insightsOf(history);
-        SCOPED_TRACE(*row.times.begin());
-        EXPECT_EQ(result.longestGapDays, row.gap);
-        EXPECT_EQ(result.activeDays, row.activeDays);
+        EXPECT_EQ(std::pair(result.longestGapDays, result.activeDays), std::pair(gap, activeDays))
+            << times.first();
     }
 }
 

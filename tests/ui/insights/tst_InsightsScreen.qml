@@ -82,9 +82,9 @@ UiTestCase {
         compare(model.selection.selectedFile.path, "src/app.cpp")
     }
 
-    // Shown on request, the side branch's file carries the deleted mark, and its row opens the
-    // file's history rather than an error.
-    function test_deletedFilesAreMarkedAndOpen() {
+    // Shown on request, the side branch's file carries the deleted mark (opening a deleted file:
+    // see the inspector's tests).
+    function test_deletedFilesAreMarked() {
         const { model, screen } = openKnown()
         // Remembered for the repository, which the other tests share: set back however this ends.
         model.analytics.setInsightOption("hideDeletedFiles", false)
@@ -93,14 +93,6 @@ UiTestCase {
             const rows = findAll(screen, "hotspotRow")
             const marked = rows.filter(r => findOne(r, "deletedMark").visible).map(r => r.modelData.path)
             compare(marked, ["feature/only.txt"])
-            const gone = rows.find(r => r.modelData.path === "feature/only.txt")
-            model.errorMessage = ""
-            scrollTo(screen, "insightsFlick", gone)
-            mouseClick(gone)
-            tryCompare(model, "selectedSection", AppViewModel.Files)
-            compare(model.errorMessage, "")
-            compare(model.selection.selectedFile.status, "deleted")
-            tryCompare(model.selection.fileHistory, "total", 1)
         } finally {
             model.analytics.setInsightOption("hideDeletedFiles", true)
         }

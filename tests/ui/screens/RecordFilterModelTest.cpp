@@ -44,17 +44,13 @@ private Q_SLOTS:
 
         grouped.setGroupRole(QStringLiteral("isRemote"));
         grouped.setFilterRoles({QStringLiteral("name")});
-        struct Case
-        {
-            const char *filter;
-            QStringList expected;
-        };
-        for (const Case &test :
-             {Case {"", {"main", "topic", "origin/todo", "origin/seen", "origin/main"}},
-              Case {"main", {"main", "origin/main"}}, Case {"o", {"topic", "origin/todo",
-                                                                  "origin/seen", "origin/main"}}}) {
-            grouped.setFilterText(QString::fromLatin1(test.filter));
-            QCOMPARE(names(grouped), test.expected);
+        const std::pair<QString, QStringList> cases[] = {
+            {"", {"main", "topic", "origin/todo", "origin/seen", "origin/main"}},
+            {"main", {"main", "origin/main"}},
+            {"o", {"topic", "origin/todo", "origin/seen", "origin/main"}}};
+        for (const auto &[filter, expected] : cases) {
+            grouped.setFilterText(filter);
+            QCOMPARE(names(grouped), expected);
         }
 
         // A new list (a refresh) is grouped as it arrives.

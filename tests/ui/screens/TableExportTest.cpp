@@ -19,32 +19,22 @@ private Q_SLOTS:
         FixtureRepository repository;
         repository.importHistory(250);
         ModelHarness harness;
-        QVERIFY(openAndWait(harness.session(), repository.path()));
-        QVERIFY(settle(harness.model()));
+        QVERIFY(openAndSettle(harness.model(), repository.path()));
         HistoryListModel &history = *harness.model().history();
         QVERIFY(history.isAvailable());
 
-        const QStringList git = repository.git({QStringLiteral("log"), QStringLiteral("--all"),
-                                                QStringLiteral("--format=%H")})
-                                    .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        struct Case
-        {
-            QString query;
-            qsizetype expected;
-        };
+        const QStringList git
+            = repository.git({"log", "--all", "--format=%H"}).split('\n', Qt::SkipEmptyParts);
         // Every commit, then a query whose matches run past the first page.
-        for (const Case &test : {Case {QString(), git.size()},
-                                 Case {QStringLiteral("merges:no"),
-                                       repository
-                                           .git({QStringLiteral("rev-list"), QStringLiteral("--all"),
-                                                 QStringLiteral("--no-merges"),
-                                                 QStringLiteral("--count")})
-                                           .trimmed()
-                                           .toLongLong()}}) {
-            history.setQuery(test.query);
+        const std::pair<QString, qsizetype> cases[] = {
+            {QString(), git.size()},
+            {"merges:no",
+             repository.git({"rev-list", "--all", "--no-merges", "--count"}).trimmed().toLongLong()}};
+        for (const auto &[query, expected] : cases) {
+            history.setQuery(query);
             QVERIFY(settle(history));
-            QVERIFY(test.expected > HistoryListModel::pageSize);
-            QCOMPARE(history.rowCount(), test.expected);
+            QVERIFY(expected > HistoryListModel::pageSize);
+            QCOMPARE(history.rowCount(), expected);
 
             QTemporaryDir folder;
             TableExport exporter;
@@ -58,8 +48,8 @@ private Q_SLOTS:
             QStringList lines = QString::fromUtf8(saved.readAll()).split(
                 QStringLiteral("\r\n"), Qt::SkipEmptyParts);
             QCOMPARE(lines.takeFirst(), QStringLiteral("id"));
-            QCOMPARE(lines.size(), test.expected);
-            if (test.query.isEmpty())
+            QCOMPARE(lines.size(), expected);
+            if (query.isEmpty())
                 QCOMPARE(lines, git);
         }
     }

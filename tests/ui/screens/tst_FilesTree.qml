@@ -4,7 +4,8 @@ import Strataloom.Screens
 import "../support"
 
 // Files over the index: the folder tree with its figures, opened and closed by click and keys,
-// a file selected for the inspector, the filter keeping the folders of what it finds.
+// a file selected for the inspector, the filter keeping the folders of what it finds; git's
+// list with a note without an index.
 UiTestCase {
     id: testCase
     name: "FilesTree"
@@ -30,7 +31,7 @@ UiTestCase {
         return names.join("|")
     }
 
-    function test_treeOpensWithItsFiguresAndFoldsByClickAndKeys() {
+    function test_treeOpensWithItsFiguresFoldsByClickAndKeysAndFilters() {
         const opened = openIndexed(filesScreen, nested())
         const tree = findOne(opened.screen, "fileTree")
         tryVerify(() => tree.visible, 20000)
@@ -58,12 +59,8 @@ UiTestCase {
         keyClick(Qt.Key_Left) // up to src
         keyClick(Qt.Key_Space) // closes src
         tryCompare(tree, "count", 3)
-    }
 
-    function test_filterKeepsTheFoldersOfWhatItFinds() {
-        const opened = openIndexed(filesScreen, nested())
-        const tree = findOne(opened.screen, "fileTree")
-        tryVerify(() => tree.visible, 20000)
+        // The filter keeps the folders of what it finds.
         opened.screen.filter = "util"
         tryCompare(tree, "count", 3)
         compare(rows(tree), "src| lib|  util.c")

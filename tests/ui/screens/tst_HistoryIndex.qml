@@ -32,28 +32,22 @@ UiTestCase {
         compare(opened.model.history.total, 230)
     }
 
-    function test_historyFieldTakesTheQueryAndNamesMistakes_data() {
-        // "Author 3" wrote changes 3, 10, 17 and 24 of 30.
-        return [
-            { tag: "author", filter: "author:author3", count: 4, mistake: false },
-            { tag: "words and author", filter: "change 1 author:author3", count: 2, mistake: false },
-            { tag: "unknown key", filter: "change colour:red", count: 0, mistake: true },
-        ]
-    }
-
-    function test_historyFieldTakesTheQueryAndNamesMistakes(data) {
+    function test_historyFieldTakesTheQueryAndNamesMistakes() {
         const opened = openIndexed(historyScreen, indexedHistory(30))
         const list = findOne(opened.screen, "historyList")
         const field = findOne(opened.screen, "historyFilter")
         const note = findOne(opened.screen, "historyNote")
         tryCompare(list, "count", 30, 20000)
-        field.forceActiveFocus()
-        field.text = data.filter
-        keyClick(Qt.Key_Return)
-        tryCompare(list, "count", data.count, 10000)
-        compare(field.invalid, data.mistake)
-        compare(note.visible, data.mistake)
-        compare(note.text, opened.model.history.error)
+        // "Author 3" wrote changes 3, 10, 17 and 24 of 30.
+        for (const [filter, count, mistake] of [["author:author3", 4, false], ["change 1 author:author3", 2, false],
+                                                ["change colour:red", 0, true]]) {
+            field.forceActiveFocus()
+            field.text = filter
+            keyClick(Qt.Key_Return)
+            tryCompare(list, "count", count, 10000)
+            compare([field.invalid, note.visible], [mistake, mistake], filter)
+            compare(note.text, opened.model.history.error)
+        }
     }
 
     function test_historyShowsGitsWindowWithANoteWithoutAnIndex() {

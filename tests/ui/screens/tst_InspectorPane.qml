@@ -31,41 +31,35 @@ UiTestCase {
     function selectKeep(m) { m.selection.selectFile(rowOf(m.session.files, "path", "keep.txt")) }
 
     // The inspector's column is 240 pixels at its narrowest: every text wraps inside it.
-    function test_emptyStatesFitTheNarrowestPane_data() {
-        return [{ tag: "commit" }, { tag: "file" }, { tag: "author" }]
-    }
-
-    function test_emptyStatesFitTheNarrowestPane(data) {
+    function test_emptyStatesFitTheNarrowestPane() {
         const pane = createTemporaryObject(paneComponent, testCase, { appModel: fixtures.newModel(), width: 240 })
-        pane.pane = data.tag
-        const empty = findChild(pane, data.tag + "Empty")
-        verify(empty.visible)
-        waitForRendering(pane)
-        const labels = collect(empty, item => item.visible && typeof item.text === "string" && item.text !== "", [], new Set())
-        verify(labels.length >= 2)
-        for (const label of labels) {
-            const left = label.mapToItem(pane, 0, 0).x
-            verify(left >= 0 && left + label.width <= pane.width, label.text + " spans " + left + "…" + (left + label.width))
-            verify(label.contentWidth <= label.width + 1 && !label.truncated, label.text)
+        for (const kind of ["commit", "file", "author"]) {
+            pane.pane = kind
+            const empty = findChild(pane, kind + "Empty")
+            verify(empty.visible, kind)
+            waitForRendering(pane)
+            const labels = collect(empty, item => item.visible && typeof item.text === "string" && item.text !== "", [], new Set())
+            verify(labels.length >= 2, kind)
+            for (const label of labels) {
+                const left = label.mapToItem(pane, 0, 0).x
+                verify(left >= 0 && left + label.width <= pane.width, label.text + " spans " + left + "…" + (left + label.width))
+                verify(label.contentWidth <= label.width + 1 && !label.truncated, label.text)
+            }
         }
     }
 
-    function test_choosingTheSelectedRowAgainTurnsThePane_data() {
-        return [
-            { tag: "author", select: selectGrace, other: m => m.selection.selectCommit(m.session.commits.get(1)) },
-            { tag: "file", select: selectKeep, other: selectGrace },
-            { tag: "commit", select: m => m.selection.selectCommit(m.session.commits.get(1)), other: selectGrace },
-        ]
-    }
-
-    function test_choosingTheSelectedRowAgainTurnsThePane(data) {
+    function test_choosingTheSelectedRowAgainTurnsThePane() {
         const { model, pane } = openPane()
-        data.select(model)
-        compare(pane.pane, data.tag)
-        data.other(model)
-        verify(pane.pane !== data.tag)
-        data.select(model)
-        compare(pane.pane, data.tag)
+        const commit = m => m.selection.selectCommit(m.session.commits.get(1))
+        for (const [kind, select, other] of [["author", selectGrace, commit], ["file", selectKeep, selectGrace],
+                                             ["commit", commit, selectGrace]]) {
+            select(model)
+            compare(pane.pane, kind)
+            other(model)
+            verify(pane.pane !== kind, kind)
+            select(model)
+            compare(pane.pane, kind)
+        }
     }
 
     function test_detailsOfTheChosenRowOrWhyNot_data() {
@@ -100,25 +94,20 @@ UiTestCase {
 
     // Once the index is ready the file pane lists the file's commits under all its names; a file
     // the working tree lost opens from the insights all the same, marked as deleted.
-    function test_fileHistoryFromTheIndex_data() {
-        return [
-            { tag: "renamed", path: "new-name.txt", deleted: false },
-            { tag: "deleted", path: "gone.txt", deleted: true },
-        ]
-    }
-
-    function test_fileHistoryFromTheIndex(data) {
+    function test_fileHistoryFromTheIndex() {
         const { model, pane } = openPane()
         tryVerify(() => model.analytics.analyticsIndexState.isReady, 120000)
-        model.openInsightFile(data.path)
-        compare(model.errorMessage, "")
-        compare(pane.pane, "file")
-        const list = findChild(pane, "fileHistoryList")
-        tryVerify(() => !!pane.fileDetails && list.count === 2, 60000, data.path)
-        compare([0, 1].map(i => list.model.get(i).subject), ["Reshuffle files", "Start"])
-        compare(pane.fileDetails.commitCount, 2)
-        compare(findChild(pane, "fileDeletedMark").visible, data.deleted)
-        compare(findChild(pane, "openFile").visible, !data.deleted)
+        for (const [path, deleted] of [["new-name.txt", false], ["gone.txt", true]]) {
+            model.openInsightFile(path)
+            compare(model.errorMessage, "")
+            compare(pane.pane, "file")
+            const list = findChild(pane, "fileHistoryList")
+            tryVerify(() => !!pane.fileDetails && pane.fileDetails.path === path && list.count === 2, 60000, path)
+            compare([0, 1].map(i => list.model.get(i).subject), ["Reshuffle files", "Start"])
+            compare(pane.fileDetails.commitCount, 2)
+            compare(findChild(pane, "fileDeletedMark").visible, deleted)
+            compare(findChild(pane, "openFile").visible, !deleted)
+        }
     }
 
     // Once the index is ready the author pane lists the author's commits and the files they

@@ -51,22 +51,17 @@ UiTestCase {
         tryVerify(() => authors() && authors().value === "2", 30000, "as recorded: two authors")
     }
 
-    function test_historyFilterMatchesSubjectOrAuthorWithoutCaseAndKeepsOrder_data() {
-        return [
-            // Newest first as git gives them: Fix, FIX and prefix in subjects, Fixie as an author.
-            { tag: "subject or author", filter: "fix",
-              shown: ["Write docs", "Refactor prefix handling", "FIX typo in readme", "Fix crash on start"] },
-            { tag: "author in capitals", filter: "GRACE", shown: ["Tidy build", "Refactor prefix handling", "Add parser"] },
-            { tag: "nothing matches", filter: "no such commit", shown: [] },
-        ]
-    }
-
-    function test_historyFilterMatchesSubjectOrAuthorWithoutCaseAndKeepsOrder(data) {
+    function test_historyFilterMatchesSubjectOrAuthorWithoutCaseAndKeepsOrder() {
         const { screen, list } = historyScreenOf()
         compare(list.count, 6)
-        screen.filter = data.filter
-        tryCompare(list, "count", data.shown.length)
-        compare(rowsOf(list, "subject"), data.shown)
+        // Newest first as git gives them: Fix, FIX and prefix in subjects, Fixie as an author.
+        for (const [filter, shown] of [["fix", ["Write docs", "Refactor prefix handling", "FIX typo in readme", "Fix crash on start"]],
+                                       ["GRACE", ["Tidy build", "Refactor prefix handling", "Add parser"]],
+                                       ["no such commit", []]]) {
+            screen.filter = filter
+            tryCompare(list, "count", shown.length)
+            compare(rowsOf(list, "subject"), shown, filter)
+        }
         screen.filter = ""
         compare(list.count, 6)
     }
@@ -102,24 +97,21 @@ UiTestCase {
         verify(!model.session.isLoading)
     }
 
-    function test_tagFilterMatchesNameOrSubject_data() {
-        const both = [["v1.0", "Release one"], ["v2.0", "Second release"]]
-        return [
-            { tag: "no tags", tags: [], filter: "", shown: [] },
-            { tag: "no filter", tags: both, filter: "", shown: ["v1.0", "v2.0"] },
-            { tag: "name, any case", tags: both, filter: "V1", shown: ["v1.0"] },
-            { tag: "subject, any case", tags: both, filter: "RELEASE", shown: ["v1.0", "v2.0"] },
-            { tag: "nothing matches", tags: both, filter: "nothing like it", shown: [] },
-        ]
-    }
-
-    function test_tagFilterMatchesNameOrSubject(data) {
+    function test_tagFilterMatchesNameOrSubject() {
         const repo = history([{ files: { "a.txt": "a\n" }, message: "First" }, { files: { "b.txt": "b\n" }, message: "Second" }])
-        data.tags.forEach(([name, subject], i) => fixtures.git(repo, ["tag", "-a", name, "-m", subject, "HEAD~" + (1 - i)]))
         const screen = screenOf(tagsScreen, openModel(repo))
-        screen.filter = data.filter
-        compare(rowsOf(findChild(screen, "tagList"), "name").sort(), data.shown)
-        compare(findChild(screen, "tagsEmpty").visible, data.shown.length === 0)
+        compare(findChild(screen, "tagsEmpty").visible, true, "no tags")
+        fixtures.git(repo, ["tag", "-a", "v1.0", "-m", "Release one", "HEAD~1"])
+        fixtures.git(repo, ["tag", "-a", "v2.0", "-m", "Second release", "HEAD"])
+        screen.appModel.session.refresh()
+        tryCompare(screen.appModel.session, "isLoading", false, 20000)
+        // The name or the subject, in any case.
+        for (const [filter, shown] of [["", ["v1.0", "v2.0"]], ["V1", ["v1.0"]], ["RELEASE", ["v1.0", "v2.0"]],
+                                       ["nothing like it", []]]) {
+            screen.filter = filter
+            compare(rowsOf(findChild(screen, "tagList"), "name").sort(), shown, filter)
+            compare(findChild(screen, "tagsEmpty").visible, shown.length === 0, filter)
+        }
     }
 
     function test_typingSearchesAndResultsAppear() {
@@ -140,34 +132,32 @@ UiTestCase {
     }
 
     // Selectable text, or one line per row when the text is too large for a text area.
-    function test_diffShowsTheCommitsChanges_data() {
-        return [{ tag: "text", threshold: 100000, shown: "diffText" }, { tag: "lines", threshold: 10, shown: "diffLines" }]
-    }
-
-    function test_diffShowsTheCommitsChanges(data) {
+    function test_diffShowsTheCommitsChanges() {
         const model = openModel(history([{ files: { "notes.txt": "first line\n" }, message: "Start notes" },
                                          { files: { "notes.txt": "first line\nsecond line\n" }, message: "Add a second line" }]))
-        model.selection.presentDiff(model.session.commits.get(0))
-        tryCompare(model.selection, "isDiffPresented", true, 10000)
-        const screen = screenOf(diffScreen, model, { largeTextThreshold: data.threshold })
-        const area = findChild(screen, "diffText")
-        const lines = findChild(screen, "diffLines")
-        compare([area.visible, lines.visible], [data.shown === "diffText", data.shown === "diffLines"])
-        let texts = []
-        if (data.shown === "diffText") {
-            compare(area.text, model.selection.presentedDiff)
-            area.selectAll()
-            compare(area.selectedText.length, area.length)
-            texts = area.text.split("\n")
-        } else {
-            tryVerify(() => lines.height > 0 && lines.itemAtIndex(lines.count - 1) !== null)
-            compare(area.text, "")
-            compare(lines.count, model.selection.presentedDiff.split("\n").length)
-            texts = Array.from({ length: lines.count }, (_, i) => lines.itemAtIndex(i).text)
+        for (const [threshold, asText] of [[100000, true], [10, false]]) {
+            model.selection.presentDiff(model.session.commits.get(0))
+            tryCompare(model.selection, "isDiffPresented", true, 10000)
+            const screen = screenOf(diffScreen, model, { largeTextThreshold: threshold })
+            const area = findChild(screen, "diffText")
+            const lines = findChild(screen, "diffLines")
+            compare([area.visible, lines.visible], [asText, !asText])
+            let texts = []
+            if (asText) {
+                compare(area.text, model.selection.presentedDiff)
+                area.selectAll()
+                compare(area.selectedText.length, area.length)
+                texts = area.text.split("\n")
+            } else {
+                tryVerify(() => lines.height > 0 && lines.itemAtIndex(lines.count - 1) !== null)
+                compare(area.text, "")
+                compare(lines.count, model.selection.presentedDiff.split("\n").length)
+                texts = Array.from({ length: lines.count }, (_, i) => lines.itemAtIndex(i).text)
+            }
+            verify(texts.indexOf("diff --git a/notes.txt b/notes.txt") >= 0 && texts.indexOf("+second line") >= 0)
+            mouseClick(findChild(screen, "doneButton"))
+            compare(model.selection.isDiffPresented, false)
         }
-        verify(texts.indexOf("diff --git a/notes.txt b/notes.txt") >= 0 && texts.indexOf("+second line") >= 0)
-        mouseClick(findChild(screen, "doneButton"))
-        compare(model.selection.isDiffPresented, false)
     }
 
     // main: Start, then Main work; feature: Feature work; then a merge of feature into main.

@@ -209,31 +209,25 @@ UiTestCase {
         tryVerify(() => shows(3, 1), 30000, "three indexed, one imported")
     }
 
-    function test_indexStatusShowsTheImportsProgress_data() {
-        return [
-            { tag: "before the commits are listed", bar: false, busy: true,
-              state: { isIndexing: true, progressCommits: 0, progressTotal: 0, progressText: "", timeLeftText: "" } },
-            { tag: "a quarter imported", bar: true, busy: false, position: 0.25,
-              state: { isIndexing: true, progressCommits: 1000, progressTotal: 4000, progressText: "1,000 of 4,000",
-                       timeLeftText: "about 2 min left" } },
-            { tag: "ready", bar: false, busy: false,
-              state: { isIndexing: false, isReady: true, indexedCommits: 4000, importedCommits: 4000, progressCommits: 0, progressTotal: 0 } },
-        ]
-    }
-
-    function test_indexStatusShowsTheImportsProgress(data) {
+    // Busy before the commits are listed, a bar with the count and the time left while they are
+    // imported, neither once ready.
+    function test_indexStatusShowsTheImportsProgress() {
         const component = Qt.createComponent("qrc:/qt/qml/Strataloom/IndexStatus.qml")
         compare(component.status, Component.Ready, component.errorString())
-        // The test case itself is never shown; its parent is the window's visible root.
-        const status = createTemporaryObject(component, testCase.parent,
-                                             { appModel: { analytics: { analyticsIndexState: data.state } } })
-        const bar = findOne(status, "indexProgress")
-        compare(bar.visible, data.bar)
-        compare(findOne(status, "indexBusy").visible, data.busy)
-        if (data.bar) {
-            compare(bar.position, data.position)
-            verify(status.text.indexOf(data.state.progressText) > 0, status.text)
-            verify(status.text.indexOf(data.state.timeLeftText) > 0, status.text)
+        const quarter = { isIndexing: true, progressCommits: 1000, progressTotal: 4000, progressText: "1,000 of 4,000",
+                          timeLeftText: "about 2 min left" }
+        const listing = { isIndexing: true, progressCommits: 0, progressTotal: 0, progressText: "", timeLeftText: "" }
+        const ready = { isIndexing: false, isReady: true, indexedCommits: 4000, importedCommits: 4000, progressCommits: 0,
+                        progressTotal: 0 }
+        for (const [state, bar, busy] of [[listing, false, true], [quarter, true, false], [ready, false, false]]) {
+            // The test case itself is never shown; its parent is the window's visible root.
+            const status = createTemporaryObject(component, testCase.parent,
+                                                 { appModel: { analytics: { analyticsIndexState: state } } })
+            compare([findOne(status, "indexProgress").visible, findOne(status, "indexBusy").visible], [bar, busy])
         }
+        const status = createTemporaryObject(component, testCase.parent,
+                                             { appModel: { analytics: { analyticsIndexState: quarter } } })
+        compare(findOne(status, "indexProgress").position, 0.25)
+        verify(status.text.indexOf(quarter.progressText) > 0 && status.text.indexOf(quarter.timeLeftText) > 0, status.text)
     }
 }
