@@ -51,15 +51,6 @@ TEST(HistoryQueryTest, ReadsEveryKindOfTerm)
             << query;
 }
 
-TEST(HistoryQueryTest, TermsKnowWhereTheyStand)
-{
-    QList<std::pair<qsizetype, qsizetype>> places;
-    const HistoryQuery query = HistoryQuery::parse("  fix author:\"A B\" x");
-    for (const HistoryQueryTerm &term : query.terms())
-        places.append({term.position, term.length});
-    EXPECT_EQ(places, (QList<std::pair<qsizetype, qsizetype>> {{2, 3}, {6, 12}, {19, 1}}));
-}
-
 TEST(HistoryQueryTest, MalformedQueriesSayWhatAndWhere)
 {
     // The query, a part of the message, the position.

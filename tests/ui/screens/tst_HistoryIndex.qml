@@ -114,41 +114,4 @@ UiTestCase {
             compare(chosen(), subject)
         }
     }
-
-    // main: Start, then Main work; feature: Feature work; then a merge of feature into main.
-    function test_timelineFromTheIndexDrawsAMergeWithoutConnectorRowsAndTakesTwoLinesOnRequest() {
-        const repo = fixtures.newRepository()
-        fixtures.write(repo, "a.txt", "a\n")
-        fixtures.commit(repo, "Start")
-        fixtures.git(repo, ["checkout", "-q", "-b", "feature"])
-        fixtures.write(repo, "b.txt", "b\n")
-        fixtures.commit(repo, "Feature work")
-        fixtures.git(repo, ["checkout", "-q", "main"])
-        fixtures.write(repo, "c.txt", "c\n")
-        fixtures.commit(repo, "Main work")
-        fixtures.git(repo, ["merge", "-q", "--no-ff", "feature", "-m", "Merge feature"])
-        const opened = openIndexed(timelineScreen, repo)
-        const list = findOne(opened.screen, "timelineList")
-        tryVerify(() => list.count === 4 && list.itemAtIndex(3) !== null && list.itemAtIndex(3).isLoaded, 20000)
-        const rows = {}
-        for (let i = 0; i < 4; ++i)
-            rows[list.itemAtIndex(i).subject] = findChild(list.itemAtIndex(i), "graphRow").segments
-        const has = (row, x1, y1, x2, y2) => rows[row].some(s => s.kind === "line" && s.x1 === x1 && s.y1 === y1
-                                                            && s.x2 === x2 && s.y2 === y2)
-        verify(has("Merge feature", 0.5, 0.5, 2.5, 1), "the merge opens a second lane")
-        verify(Object.keys(rows).some(subject => has(subject, 2.5, 0.5, 0.5, 1)), "the lanes join again")
-        verify(!has("Start", 0.5, 0.5, 0.5, 1), "the first commit ends the history")
-        compare(findChild(list.itemAtIndex(0), "refBadges").refs, [{ name: "main", kind: "head" }])
-
-        // Two lines per commit on request, kept in the preferences for the next window.
-        const oneLineHeight = list.itemAtIndex(0).height
-        const toggle = findOne(opened.screen, "timelineRowStyle")
-        verify(toggle.checked)
-        mouseClick(toggle)
-        compare(opened.model.timelineOneLine, false)
-        verify(list.itemAtIndex(0).height > oneLineHeight)
-        compare(fixtures.newModel().timelineOneLine, false)
-        mouseClick(toggle)
-        compare(opened.model.timelineOneLine, true)
-    }
 }

@@ -192,9 +192,4 @@ UiTestCase {
         compare(list.itemAtIndex(0).subject, "Merge feature")
         compare(findChild(list.itemAtIndex(0), "refBadges").refs, [{ name: "main", kind: "head" }])
     }
-
-    function test_timelineOfAnEmptyRepositoryShowsNoHistory() {
-        const screen = screenOf(timelineScreen, openModel(fixtures.newRepository()))
-        verify(findChild(screen, "timelineEmpty").visible)
-    }
 }
