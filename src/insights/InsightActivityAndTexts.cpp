@@ -18,7 +18,6 @@ using sqlite::asciiLower;
 using sqlite::beginsWithRevert;
 using sqlite::civilFromDays;
 using sqlite::compareBinary;
-using sqlite::compareNoCase;
 using sqlite::sqlLength;
 using sqlite::sqlTrim;
 

@@ -4,20 +4,12 @@
 #include "insights/SQLiteSemantics.h"
 #include "index/SQLite.h"
 
-#include <QSet>
-
 #include <algorithm>
-#include <map>
 
 namespace strataloom::aggregates {
 
-using sqlite::asciiLower;
-using sqlite::beginsWithRevert;
-using sqlite::civilFromDays;
 using sqlite::compareBinary;
 using sqlite::compareNoCase;
-using sqlite::sqlLength;
-using sqlite::sqlTrim;
 
 namespace {
 
