@@ -2,6 +2,10 @@
 // several runs, and one line per result.
 #pragma once
 
+#include "git/GitService.h"
+#include "index/RepositoryIndex.h"
+#include "index/RepositoryIndexer.h"
+
 #include <QElapsedTimer>
 #include <QString>
 #include <QStringList>
@@ -45,6 +49,32 @@ inline void report(const char *what, const Timing &timing, const char *target = 
 {
     std::printf("%-58s fastest %8.1f ms  median %8.1f ms  %s\n", what, timing.fastest,
                 timing.median, target);
+}
+
+/// @brief The history a benchmark over the index reads, from its options.
+struct IndexedRun
+{
+    QString repository; ///< the first argument, else the git clone beside the project
+    QString indexDirectory; ///< --index-dir
+    QString databasePath; ///< the repository's index there, brought up to date
+    int runs = 5; ///< --runs, at least 1
+};
+
+/// @brief Reads the options every index benchmark takes and brings the index up to date, untimed.
+inline IndexedRun indexedRun(const QStringList &arguments, const QString &defaultIndexDirectory)
+{
+    using namespace strataloom;
+    IndexedRun run;
+    run.repository = arguments.isEmpty() || arguments.first().startsWith(u'-')
+        ? QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git")
+        : arguments.first();
+    run.indexDirectory = argument(arguments, QStringLiteral("--index-dir"), defaultIndexDirectory);
+    run.runs = std::max(1, argument(arguments, QStringLiteral("--runs"), QStringLiteral("5")).toInt());
+    run.databasePath = RepositoryIndexLocation::databasePath(
+        GitService().commonDirectory(run.repository), run.indexDirectory);
+    RepositoryIndex index(run.databasePath);
+    RepositoryIndexer(index).synchronize(run.repository);
+    return run;
 }
 
 } // namespace bench

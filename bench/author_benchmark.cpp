@@ -30,6 +30,7 @@
 
 using namespace strataloom;
 using bench::argument;
+using bench::indexedRun;
 using bench::measure;
 using bench::report;
 using bench::Timing;
@@ -38,20 +39,11 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = application.arguments().mid(1);
-    const QString repository
-        = !arguments.isEmpty() && !arguments.first().startsWith(QLatin1String("--"))
-        ? arguments.first()
-        : QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git");
-    const QString indexDirectory
-        = argument(arguments, QStringLiteral("--index-dir"), QStringLiteral("/tmp/author-index"));
-    const int runs = std::max(1, argument(arguments, QStringLiteral("--runs"), "5").toInt());
+    const auto [repository, indexDirectory, path, runs]
+        = indexedRun(arguments, QStringLiteral("/tmp/author-index"));
     const QString name
         = argument(arguments, QStringLiteral("--author"), QStringLiteral("Junio C Hamano"));
-
-    const QString path = RepositoryIndexLocation::databasePath(
-        GitService().commonDirectory(repository), indexDirectory);
     RepositoryIndex index(path);
-    RepositoryIndexer(index).synchronize(repository);
     std::printf("%s, author \"%s\", %d runs\n", qPrintable(repository), qPrintable(name), runs);
 
     for (const bool merged : {true, false}) {

@@ -30,6 +30,7 @@
 
 using namespace strataloom;
 using bench::argument;
+using bench::indexedRun;
 using bench::measure;
 using bench::report;
 using bench::Timing;
@@ -39,19 +40,8 @@ int main(int argc, char **argv)
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     QCoreApplication application(argc, argv);
     const QStringList arguments = application.arguments().mid(1);
-    const QString repository = arguments.isEmpty() || arguments.first().startsWith(u'-')
-        ? QStringLiteral(STRATALOOM_SOURCE_DIR "/../corpora/git")
-        : arguments.first();
-    const QString indexDirectory
-        = argument(arguments, QStringLiteral("--index-dir"), QStringLiteral("/tmp/log-index"));
-    const int runs = argument(arguments, QStringLiteral("--runs"), QStringLiteral("5")).toInt();
-
-    const QString databasePath = RepositoryIndexLocation::databasePath(
-        GitService().commonDirectory(repository), indexDirectory);
-    {
-        RepositoryIndex index(databasePath);
-        RepositoryIndexer(index).synchronize(repository);
-    }
+    const auto [repository, indexDirectory, databasePath, runs]
+        = indexedRun(arguments, QStringLiteral("/tmp/log-index"));
     std::printf("repository %s\nindex      %s\n\n", qPrintable(repository),
                 qPrintable(databasePath));
 
