@@ -41,7 +41,7 @@ public:
     qsizetype skippedRecords() const { return m_skipped; }
 
 private:
-    void parseRecord(const QByteArray &record);
+    void parseRecord(QByteArrayView record);
 
     CommitHandler m_handler;
     QByteArray m_buffer;
