@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <thread>
 #include <vector>
 
 extern char **environ;
@@ -299,9 +300,12 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
                 if (n > 0) {
                     if (i == 1)
                         result.standardError.append(buffer, n);
-                    else if (options.sink)
+                    else if (options.sink) {
                         options.sink(buffer, n);
-                    else
+                        if (options.readPause.count() > 0 && fds[2].fd < 0
+                            && n < ssize_t(sizeof buffer / 2))
+                            std::this_thread::sleep_for(options.readPause);
+                    } else
                         result.standardOutput.append(buffer, n);
                 } else if (n == 0 || (errno != EINTR && errno != EAGAIN)) {
                     fds[i].fd = -1;
@@ -556,10 +560,11 @@ QStringList gitRemovedEnvironment()
 
 ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
                             const OutputSink &sink, const std::optional<QByteArray> &input,
-                            const GitSettings &settings)
+                            const GitSettings &settings, std::chrono::milliseconds readPause)
 {
-    return runProcess(gitExecutable(), gitArguments(repository, arguments),
-                      ProcessOptions {gitEnvironment(settings), sink, input, gitRemovedEnvironment()});
+    return runProcess(
+        gitExecutable(), gitArguments(repository, arguments),
+        ProcessOptions {gitEnvironment(settings), sink, input, gitRemovedEnvironment(), readPause});
 }
 
 } // namespace strataloom

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <stdexcept>
@@ -74,6 +75,10 @@ struct ProcessOptions
     OutputSink sink; ///< when set, standard output goes here as it arrives, not kept
     std::optional<QByteArray> input; ///< written to standard input; /dev/null when absent
     QStringList removedEnvironment; ///< NAMEs of inherited variables the child must not see
+    /// After a read from standard output that found less than half a buffer, wait this long
+    /// before reading again: for long streams to a sink, whose reader would otherwise be woken
+    /// for every few kilobytes the child writes.
+    std::chrono::milliseconds readPause {0};
 };
 
 /**
@@ -131,9 +136,11 @@ QStringList gitRemovedEnvironment();
 
 /// @brief Runs git on @p repository under the policy above; the caller interprets the result.
 /// @p settings: further settings for this run only, applied after the pinned ones.
+/// @p readPause: see ProcessOptions.
 ProcessResult runGitProcess(const QString &repository, const QStringList &arguments,
                             const OutputSink &sink = {},
                             const std::optional<QByteArray> &input = std::nullopt,
-                            const GitSettings &settings = {});
+                            const GitSettings &settings = {},
+                            std::chrono::milliseconds readPause = {});
 
 } // namespace strataloom

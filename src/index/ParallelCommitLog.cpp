@@ -27,8 +27,17 @@ constexpr qsizetype largestChunk = 1000;
 constexpr qsizetype smallestChunk = 4;
 // How many chunks past the one being handed over the workers may fill, per worker.
 constexpr qsizetype chunksAheadPerWorker = 2;
-// How often the calling thread asks for cancellation while it waits for a worker.
+// How often the calling thread asks for cancellation while it waits for a worker; it takes what
+// has arrived at least that often.
 constexpr auto cancellationPoll = std::chrono::milliseconds(50);
+// The calling thread is woken once this many commits of its chunk wait (or the chunk finished):
+// waking it for every few commits cost more processor time, in switches between threads, than
+// writing them.
+constexpr std::size_t handOverBatch = 64;
+// git writes its log a few kilobytes at a time; a worker that reads each piece as it comes is
+// woken hundreds of times a second. Pausing after a short read lets a few pieces gather in the
+// pipe, which holds far more than git writes in that time.
+constexpr auto readPause = std::chrono::milliseconds(10);
 
 // What the workers and the calling thread share.
 struct Chunk
@@ -105,8 +114,8 @@ qint64 ParallelCommitLog::readInOneRun(const QStringList &shas, const Handler &h
     });
 }
 
-qint64 ParallelCommitLog::readInOneRun(const QStringList &shas,
-                                       const PositionedHandler &handle) const
+qint64 ParallelCommitLog::readInOneRun(const QStringList &shas, const PositionedHandler &handle,
+                                       const std::function<void()> &afterRead) const
 {
     const qsizetype total = shas.size();
     qsizetype next = 0; // the first commit of shas not handled yet
@@ -130,10 +139,18 @@ qint64 ParallelCommitLog::readInOneRun(const QStringList &shas,
         arguments << logArguments;
         const ProcessResult result = runGitProcess(
             m_repository, arguments,
-            [&parser](const char *data, qsizetype size) { parser.feed(data, size); }, input);
+            [&parser, &afterRead](const char *data, qsizetype size) {
+                parser.feed(data, size);
+                if (afterRead)
+                    afterRead();
+            },
+            input, {}, readPause);
         // A failed run may have printed part of the commit it failed on: that one is dropped.
-        if (result.exitStatus == 0)
+        if (result.exitStatus == 0) {
             parser.finish();
+            if (afterRead)
+                afterRead();
+        }
         return result;
     };
 
@@ -186,16 +203,29 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
     const auto readHead = [&] {
         const ScopedProcessCancellation cancellation([&state] { return state.stop.load(); });
         try {
-            const qint64 unreadable
-                = readInOneRun(oldestFirst.first(head), [&](qsizetype, IndexedCommit &&commit) {
-                      {
-                          std::lock_guard lock(state.mutex);
-                          if (state.stop)
-                              throw ProcessCancelled();
-                          state.chunks[0].commits.push_back(std::move(commit));
-                      }
-                      state.produced.notify_one();
-                  });
+            // The commits of one read from the pipe are handed over together: one wake-up of
+            // the calling thread per commit cost more processor time than parsing them.
+            std::vector<IndexedCommit> batch;
+            const auto deliver = [&] {
+                if (batch.empty())
+                    return;
+                bool wake = false;
+                {
+                    std::lock_guard lock(state.mutex);
+                    if (state.stop)
+                        throw ProcessCancelled();
+                    for (IndexedCommit &commit : batch)
+                        state.chunks[0].commits.push_back(std::move(commit));
+                    wake = state.chunks[0].commits.size() >= handOverBatch;
+                }
+                batch.clear();
+                if (wake)
+                    state.produced.notify_one();
+            };
+            const qint64 unreadable = readInOneRun(
+                oldestFirst.first(head),
+                [&batch](qsizetype, IndexedCommit &&commit) { batch.push_back(std::move(commit)); },
+                deliver);
             std::lock_guard lock(state.mutex);
             headUnreadable = unreadable;
             headDone = true;
@@ -227,29 +257,45 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
         // The worker's git is killed as soon as the group stops.
         const ScopedProcessCancellation cancellation([&state] { return state.stop.load(); });
         try {
-            const qint64 unreadable = readInOneRun(shas, [&](qsizetype position,
-                                                             IndexedCommit &&commit) {
-                const qsizetype chunk = chunkOf(position);
+            // As for the head's run, the commits of one read are handed over together.
+            std::vector<std::pair<qsizetype, IndexedCommit>> batch; // chunk, commit
+            const auto deliver = [&] {
+                if (batch.empty())
+                    return;
+                bool wake = false;
                 {
                     std::unique_lock lock(state.mutex);
-                    if (producing < chunk) {
+                    for (auto &[chunk, commit] : batch) {
+                        wake = wake || producing < chunk;
                         finishBefore(chunk);
-                        state.produced.notify_all();
+                        // Far ahead of the writer, or behind the head's run: wait, and let git
+                        // wait on its full pipe.
+                        const auto mayAdd = [&, chunk = chunk] {
+                            return state.stop
+                                || (chunk < state.current + ahead && (skipped == 0 || headDone));
+                        };
+                        if (!mayAdd()) {
+                            state.produced.notify_all();
+                            state.consumed.wait(lock, mayAdd);
+                        }
+                        if (state.stop)
+                            throw ProcessCancelled();
+                        if (skipped != 0 && headError)
+                            std::rethrow_exception(headError);
+                        state.chunks[chunk].commits.push_back(std::move(commit));
+                        wake = wake || state.chunks[chunk].commits.size() >= handOverBatch;
                     }
-                    // Far ahead of the writer, or behind the head's run: wait, and let git wait
-                    // on its full pipe.
-                    state.consumed.wait(lock, [&] {
-                        return state.stop
-                            || (chunk < state.current + ahead && (skipped == 0 || headDone));
-                    });
-                    if (state.stop)
-                        throw ProcessCancelled();
-                    if (skipped != 0 && headError)
-                        std::rethrow_exception(headError);
-                    state.chunks[chunk].commits.push_back(std::move(commit));
                 }
-                state.produced.notify_one();
-            });
+                batch.clear();
+                if (wake)
+                    state.produced.notify_all();
+            };
+            const qint64 unreadable = readInOneRun(
+                shas,
+                [&](qsizetype position, IndexedCommit &&commit) {
+                    batch.emplace_back(chunkOf(position), std::move(commit));
+                },
+                deliver);
             std::lock_guard lock(state.mutex);
             finishBefore(chunkCount);
             state.unreadable[worker] = unreadable;
@@ -278,7 +324,7 @@ qint64 ParallelCommitLog::readInParallel(const QStringList &oldestFirst,
             {
                 std::unique_lock lock(state.mutex);
                 state.produced.wait_for(lock, cancellationPoll, [&] {
-                    return !chunk.commits.empty() || chunk.finished;
+                    return chunk.commits.size() >= handOverBatch || chunk.finished;
                 });
                 taken.swap(chunk.commits);
                 finished = chunk.finished && taken.empty();

@@ -47,7 +47,9 @@ public:
 private:
     using PositionedHandler = std::function<void(qsizetype position, IndexedCommit &&)>;
     qint64 readInOneRun(const QStringList &shas, const Handler &handle) const;
-    qint64 readInOneRun(const QStringList &shas, const PositionedHandler &handle) const;
+    /// @p afterRead, when set, runs after the commits of each read from git's pipe were handled.
+    qint64 readInOneRun(const QStringList &shas, const PositionedHandler &handle,
+                        const std::function<void()> &afterRead = {}) const;
     qint64 readInParallel(const QStringList &oldestFirst, const Handler &handle) const;
 
     QString m_repository;
