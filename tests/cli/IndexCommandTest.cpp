@@ -213,8 +213,9 @@ TEST(InsightsCommand, ReportsTheInsightsOfTheIndexedHistory)
                                   row.commits == 0, 6));
         EXPECT_DOUBLE_EQ(risk.value("Ownership", -1), row.ownership);
         EXPECT_DOUBLE_EQ(risk.value("Message inconsistency", -1), row.commits ? 0 : 100);
-        if (row.milestones >= 0)
+        if (row.milestones >= 0) {
             EXPECT_EQ(report.value("milestones").toArray().size(), row.milestones);
+        }
         EXPECT_FALSE(report.value("observations").toArray().isEmpty());
     }
 }

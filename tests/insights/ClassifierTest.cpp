@@ -85,10 +85,11 @@ TEST(Classifiers, PeriodLabelsStartAtMidnightUTC)
     for (const auto &[label, seconds] : cases) {
         const std::optional<QDateTime> date = periodDate(QString::fromLatin1(label));
         EXPECT_EQ(date.has_value(), seconds.has_value()) << label;
-        if (date && seconds)
+        if (date && seconds) {
             EXPECT_TRUE(*date == QDateTime::fromSecsSinceEpoch(*seconds, Qt::UTC)
                         && date->timeSpec() == Qt::UTC)
                 << label;
+        }
     }
 }
 
