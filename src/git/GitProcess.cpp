@@ -62,6 +62,8 @@ ProcessResult finishedResult(ProcessResult result, int status)
 
 // How often a running child's caller is asked whether to stop.
 constexpr int cancellationPollMilliseconds = 50;
+// ProcessOptions::readPause applies once this much output has streamed to the sink.
+constexpr qint64 pausedStreamsFrom = qint64(1) << 20;
 
 class FileDescriptor
 {
@@ -269,6 +271,7 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
             {out.read.get(), POLLIN, 0}, {err.read.get(), POLLIN, 0}, {in.write.get(), POLLOUT, 0}};
         int open = 2;
         char buffer[1 << 16];
+        qint64 streamed = 0; // bytes of standard output handed to the sink
         while (open > 0 || fds[2].fd >= 0) {
             const int ready = ::poll(fds, 3, cancellable ? cancellationPollMilliseconds : -1);
             if (cancellable && ScopedProcessCancellation::isCancellationRequested())
@@ -302,8 +305,9 @@ ProcessResult runProcess(const QString &program, const QStringList &arguments,
                         result.standardError.append(buffer, n);
                     else if (options.sink) {
                         options.sink(buffer, n);
+                        streamed += n;
                         if (options.readPause.count() > 0 && fds[2].fd < 0
-                            && n < ssize_t(sizeof buffer / 2))
+                            && streamed >= pausedStreamsFrom && n < ssize_t(sizeof buffer / 2))
                             std::this_thread::sleep_for(options.readPause);
                     } else
                         result.standardOutput.append(buffer, n);

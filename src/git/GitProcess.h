@@ -75,9 +75,10 @@ struct ProcessOptions
     OutputSink sink; ///< when set, standard output goes here as it arrives, not kept
     std::optional<QByteArray> input; ///< written to standard input; /dev/null when absent
     QStringList removedEnvironment; ///< NAMEs of inherited variables the child must not see
-    /// After a read from standard output that found less than half a buffer, wait this long
-    /// before reading again: for long streams to a sink, whose reader would otherwise be woken
-    /// for every few kilobytes the child writes.
+    /// Once a megabyte has gone to the sink, wait this long after a read from standard output
+    /// that found less than half a buffer before reading again: for long streams, whose reader
+    /// would otherwise be woken for every few kilobytes the child writes. Short runs are not
+    /// delayed.
     std::chrono::milliseconds readPause {0};
 };
 
